@@ -1,0 +1,37 @@
+# What every target of this project is compiled with. Nothing here reaches a user's own targets.
+
+if(NOT CMAKE_BUILD_TYPE AND is_top_level)
+  set(CMAKE_BUILD_TYPE RelWithDebInfo)
+endif()
+
+set(ZELRTC_WARNINGS -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+
+if(ZELRTC_SANITIZE)
+  add_compile_options(-fsanitize=${ZELRTC_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${ZELRTC_SANITIZE})
+endif()
+
+# zelrtc_compile(target standard): warnings as errors, and that C++ standard without extensions.
+function(zelrtc_compile target standard)
+  set_target_properties(${target} PROPERTIES CXX_STANDARD ${standard} CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF)
+  target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:${ZELRTC_WARNINGS}>)
+endfunction()
+
+# zelrtc_session_library(target type sdk [standard]): the session layer, compiled against the SDK that the target `sdk`
+# names. Tests use it to build the same sources against other SDKs and as other standards.
+function(zelrtc_session_library target type sdk)
+  set(standard 11)
+  if(ARGC GREATER 3)
+    set(standard ${ARGV3})
+  endif()
+  set(module_dir ${PROJECT_SOURCE_DIR}/src/libZelWebrtcClient)
+  add_library(${target} ${type} ${module_dir}/zelwebrtc_clock.cpp ${module_dir}/zelwebrtc_config.cpp
+                                ${module_dir}/zelwebrtc_session.cpp)
+  target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+                                              $<BUILD_INTERFACE:${module_dir}> $<INSTALL_INTERFACE:include>)
+  target_link_libraries(${target} PUBLIC ${sdk})
+  target_compile_options(${target} PRIVATE -fno-exceptions -fno-rtti)
+  set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
+                                             POSITION_INDEPENDENT_CODE ON)
+  zelrtc_compile(${target} ${standard})
+endfunction()

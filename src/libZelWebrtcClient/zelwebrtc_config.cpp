@@ -1,0 +1,4 @@
+#include "zelwebrtc.h"
+
+ZelRtcSessionConfig::ZelRtcSessionConfig() : isAlexaCall(false), trickleIce(false), relayOnly(false) {
+}

@@ -1,0 +1,55 @@
+/**
+ * @file zelwebrtc_log.h
+ * How the session writes its log: internal to the library.
+ */
+#ifndef ZELWEBRTC_LOG_H
+#define ZELWEBRTC_LOG_H
+
+#include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
+
+namespace zelrtc {
+
+enum LogLevel {
+    LOG_FRAME = 1,      // per-frame detail
+    LOG_DETAIL = 2,     // diagnostics
+    LOG_PROGRESS = 3,   // lifecycle
+    LOG_TOLERATED = 4,  // a failure that stops nothing
+    LOG_FAILURE = 5
+};
+
+// The SDK declares the texts it only reads as writable; this is the one place that answers for it.
+template <typename... Values>
+inline void writeLogLine(LogLevel level, const char* function, const char* format, Values... values) {
+    static const char tag[] = "platform-utils";
+    globalCustomLogPrintFn(level, const_cast<PCHAR>(tag), const_cast<PCHAR>(format), function, values...);
+}
+
+// NOLINTBEGIN(cert-dcl50-cpp): only a C-style variadic function has its format checked
+#if defined(__GNUC__)
+__attribute__((format(printf, 1, 2)))
+#endif
+inline void
+checkLogArguments(const char*, ...) {
+}
+
+}  // namespace zelrtc
+
+// ZELRTC_LOG(level, format, values...): one line, with the calling function's name before it. The call that is never
+// made lets the compiler check the values against the format, which it cannot do through the SDK's function pointer.
+#define ZELRTC_LOG(level, ...)                                           \
+    do {                                                                 \
+        if (false) {                                                     \
+            ::zelrtc::checkLogArguments(__VA_ARGS__);                    \
+        }                                                                \
+        ::zelrtc::writeLogLine((level), __func__, "%s(): " __VA_ARGS__); \
+    } while (false)
+
+// The single exit of every function that calls the SDK: a failure gets its one line here and nowhere else.
+#define ZELRTC_LOG_STATUS(status)                                                                  \
+    do {                                                                                           \
+        if ((status) != STATUS_SUCCESS) {                                                          \
+            ZELRTC_LOG(::zelrtc::LOG_FAILURE, "operation returned status code: 0x%08x", (status)); \
+        }                                                                                          \
+    } while (false)
+
+#endif
