@@ -30,7 +30,6 @@ function(zelrtc_session_library target type sdk)
   target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
                                               $<BUILD_INTERFACE:${module_dir}> $<INSTALL_INTERFACE:include>)
   target_link_libraries(${target} PUBLIC ${sdk})
-  target_compile_options(${target} PRIVATE -fno-exceptions -fno-rtti)
   set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
                                              POSITION_INDEPENDENT_CODE ON)
   zelrtc_compile(${target} ${standard})

@@ -24,7 +24,6 @@ inline void writeLogLine(LogLevel level, const char* function, const char* forma
     globalCustomLogPrintFn(level, const_cast<PCHAR>(tag), const_cast<PCHAR>(format), function, values...);
 }
 
-// NOLINTBEGIN(cert-dcl50-cpp): only a C-style variadic function has its format checked
 #if defined(__GNUC__)
 __attribute__((format(printf, 1, 2)))
 #endif
