@@ -25,10 +25,15 @@ inline void writeLogLine(LogLevel level, const char* function, const char* forma
 }
 
 #if defined(__GNUC__)
-__attribute__((format(printf, 1, 2)))
+#define ZELRTC_CHECKED_FORMAT __attribute__((format(printf, 1, 2)))
+#else
+#define ZELRTC_CHECKED_FORMAT
 #endif
-inline void
-checkLogArguments(const char*, ...) {
+
+ZELRTC_CHECKED_FORMAT void checkLogArguments(const char* format, ...);
+
+// NOLINTNEXTLINE(cert-dcl50-cpp): only a C-style variadic function has its format checked
+inline void checkLogArguments(const char*, ...) {
 }
 
 }  // namespace zelrtc
