@@ -10,11 +10,11 @@
 namespace zelrtc {
 
 enum LogLevel {
-    LOG_FRAME = 1,      // per-frame detail
-    LOG_DETAIL = 2,     // diagnostics
-    LOG_PROGRESS = 3,   // lifecycle
-    LOG_TOLERATED = 4,  // a failure that stops nothing
-    LOG_FAILURE = 5
+    kLogFrame = 1,      // per-frame detail
+    kLogDetail = 2,     // diagnostics
+    kLogProgress = 3,   // lifecycle
+    kLogTolerated = 4,  // a failure that stops nothing
+    kLogFailure = 5
 };
 
 // The SDK declares the texts it only reads as writable; this is the one place that answers for it.
@@ -52,7 +52,7 @@ inline void checkLogArguments(const char*, ...) {
 #define ZELRTC_LOG_STATUS(status)                                                                  \
     do {                                                                                           \
         if ((status) != STATUS_SUCCESS) {                                                          \
-            ZELRTC_LOG(::zelrtc::LOG_FAILURE, "operation returned status code: 0x%08x", (status)); \
+            ZELRTC_LOG(::zelrtc::kLogFailure, "operation returned status code: 0x%08x", (status)); \
         }                                                                                          \
     } while (false)
 

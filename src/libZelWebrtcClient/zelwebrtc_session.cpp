@@ -5,24 +5,25 @@
 #include "zelwebrtc_clock.h"
 #include "zelwebrtc_log.h"
 
-using zelrtc::LOG_DETAIL;
-using zelrtc::LOG_FAILURE;
-using zelrtc::LOG_FRAME;
-using zelrtc::LOG_PROGRESS;
-using zelrtc::LOG_TOLERATED;
+using zelrtc::kLogDetail;
+using zelrtc::kLogFailure;
+using zelrtc::kLogFrame;
+using zelrtc::kLogProgress;
+using zelrtc::kLogTolerated;
 
 namespace {
 
-const size_t MAX_ICE_SERVER_TEXT_LENGTH = 256;
-const UINT32 MAX_SIGNALLING_MESSAGE_SIZE = 10240;
-const INT32 CERTIFICATE_BITS = 1024;
-const UINT32 MAX_AUDIO_TYPE = 1;
-const UINT32 MAX_VIDEO_TYPE = 2;
-const UINT64 SDK_TICKS_PER_MICROSECOND = 10;
-const UINT64 SDK_TICKS_PER_MILLISECOND = 10000;
+// Not in capitals: the SDK defines many macros, and more with each version.
+const size_t kMaxIceServerTextLength = 256;
+const UINT32 kMaxSignallingMessageSize = 10240;
+const INT32 kCertificateBits = 1024;
+const UINT32 kMaxAudioType = 1;
+const UINT32 kMaxVideoType = 2;
+const UINT64 kSdkTicksPerMicrosecond = 10;
+const UINT64 kSdkTicksPerMillisecond = 10000;
 
 // Both tracks belong to one stream, so that a player keeps picture and sound together.
-const CHAR STREAM_ID[] = "myKvsVideoStream";
+const CHAR kStreamId[] = "myKvsVideoStream";
 
 UINT64 toCustomData(ZelRtcSession* pSession) {
     return static_cast<UINT64>(reinterpret_cast<uintptr_t>(pSession));
@@ -39,14 +40,14 @@ PCHAR toSdkText(const std::string& text) {
 }
 
 // Cuts at the field's own size, which differs between SDK versions. The record was zeroed, so the text is terminated.
-template <size_t SIZE>
-void copyText(CHAR (&field)[SIZE], const char* text) {
-    strncpy(field, text, SIZE - 1);
+template <size_t kSize>
+void copyText(CHAR (&field)[kSize], const char* text) {
+    strncpy(field, text, kSize - 1);
 }
 
 UINT32 serializeAnswer(PRtcSessionDescriptionInit pDescription, std::string* pAnswerSdp) {
-    CHAR buffer[MAX_SIGNALLING_MESSAGE_SIZE];
-    UINT32 length = MAX_SIGNALLING_MESSAGE_SIZE;
+    CHAR buffer[kMaxSignallingMessageSize];
+    UINT32 length = kMaxSignallingMessageSize;
 
     const UINT32 retStatus = serializeSessionDescriptionInit(pDescription, buffer, &length);
     if (retStatus == STATUS_SUCCESS) {
@@ -95,9 +96,9 @@ ZelRtcSession::ZelRtcSession(ZELRTC_SESSION_ID sid, const ZelRtcSessionConfig& c
     checkSessionConfig(sid_, &sessionConfig_);
 
     if (sessionConfig_.isAlexaCall) {
-        ZELRTC_LOG(LOG_PROGRESS, "session %d, call from alexa", sid_);
+        ZELRTC_LOG(kLogProgress, "session %d, call from alexa", sid_);
     } else {
-        ZELRTC_LOG(LOG_PROGRESS, "session %d, trickle %d, relayonly %d", sid_, config.trickleIce, config.relayOnly);
+        ZELRTC_LOG(kLogProgress, "session %d, trickle %d, relayonly %d", sid_, config.trickleIce, config.relayOnly);
     }
 
     globalAtomicStore(&connected_, FALSE);
@@ -115,11 +116,11 @@ void checkSessionConfig(int sid, ZelRtcSessionConfig* pSessionConfig) {
 
     std::vector<ZelRtcIceServer> iceServers;
     for (const ZelRtcIceServer& server : pSessionConfig->iceServers) {
-        if (server.url.size() <= MAX_ICE_SERVER_TEXT_LENGTH && server.username.size() <= MAX_ICE_SERVER_TEXT_LENGTH &&
-            server.credential.size() <= MAX_ICE_SERVER_TEXT_LENGTH) {
+        if (server.url.size() <= kMaxIceServerTextLength && server.username.size() <= kMaxIceServerTextLength &&
+            server.credential.size() <= kMaxIceServerTextLength) {
             iceServers.push_back(server);
         } else {
-            ZELRTC_LOG(LOG_FAILURE, "session %d, invalid iceserver. url %s, username %s, credential %s", sid,
+            ZELRTC_LOG(kLogFailure, "session %d, invalid iceserver. url %s, username %s, credential %s", sid,
                        server.url.c_str(), server.username.c_str(), server.credential.c_str());
         }
     }
@@ -146,7 +147,7 @@ int ZelRtcSession::init(const std::string& offer) {
 
     if (pPeerConnection_ != nullptr) {
         retStatus = STATUS_INVALID_ARG;
-        ZELRTC_LOG(LOG_FAILURE, "peer connection already created");
+        ZELRTC_LOG(kLogFailure, "peer connection already created");
     } else {
         retStatus = initializePeerConnection(sid_, sessionConfig_, &pPeerConnection);
         if (retStatus == STATUS_SUCCESS) {
@@ -172,7 +173,7 @@ int ZelRtcSession::init(const std::string& offer) {
         pVideoRtcRtpTransceiver_ = pVideoRtcRtpTransceiver;
         pAudioRtcRtpTransceiver_ = pAudioRtcRtpTransceiver;
     } else if (pPeerConnection != nullptr) {
-        ZELRTC_LOG(LOG_FAILURE, "session: %d, init failed, destroy rtc connection", sid_);
+        ZELRTC_LOG(kLogFailure, "session: %d, init failed, destroy rtc connection", sid_);
         pPeerConnection_ = nullptr;
         releaseRtcConnection(&pPeerConnection);
     }
@@ -185,11 +186,11 @@ UINT32 initializePeerConnection(ZELRTC_SESSION_ID sid, ZelRtcSessionConfig sessi
     RtcConfiguration configuration;
     memset(&configuration, 0x00, sizeof(configuration));
     configuration.iceTransportPolicy = ICE_TRANSPORT_POLICY_ALL;
-    configuration.kvsRtcConfiguration.generatedCertificateBits = CERTIFICATE_BITS;
+    configuration.kvsRtcConfiguration.generatedCertificateBits = kCertificateBits;
 
     if (sessionConfig.relayOnly) {
         configuration.iceTransportPolicy = ICE_TRANSPORT_POLICY_RELAY;
-        ZELRTC_LOG(LOG_DETAIL, "session %d, set relay only", sid);
+        ZELRTC_LOG(kLogDetail, "session %d, set relay only", sid);
     }
 
     const size_t serverCount = sessionConfig.iceServers.size();
@@ -201,17 +202,17 @@ UINT32 initializePeerConnection(ZELRTC_SESSION_ID sid, ZelRtcSessionConfig sessi
             copyText(target.username, server.username.c_str());
             copyText(target.credential, server.credential.c_str());
         }
-        ZELRTC_LOG(LOG_PROGRESS, "session %d, add iceserver. url %s", sid, server.url.c_str());
+        ZELRTC_LOG(kLogProgress, "session %d, add iceserver. url %s", sid, server.url.c_str());
     }
     if (serverCount > MAX_ICE_SERVERS_COUNT) {
-        ZELRTC_LOG(LOG_FAILURE, "session %d, too many iceservers, %u left out", sid,
+        ZELRTC_LOG(kLogFailure, "session %d, too many iceservers, %u left out", sid,
                    static_cast<unsigned int>(serverCount - MAX_ICE_SERVERS_COUNT));
     }
 
     const double startTime = zelrtcGetTimeMs();
     const UINT32 retStatus = createPeerConnection(&configuration, ppRtcPeerConnection);
     const double endTime = zelrtcGetTimeMs();
-    ZELRTC_LOG(LOG_DETAIL, "createPeerConnection took %.2fms, return 0x%x", endTime - startTime, retStatus);
+    ZELRTC_LOG(kLogDetail, "createPeerConnection took %.2fms, return 0x%x", endTime - startTime, retStatus);
     return retStatus;
 }
 
@@ -235,7 +236,7 @@ UINT32 ZelRtcSession::addVideoTrack(PRtcPeerConnection pPeerConnection, PRtcRtpT
     videoTrack.codec = RTC_CODEC_H264_PROFILE_42E01F_LEVEL_ASYMMETRY_ALLOWED_PACKETIZATION_MODE;
     videoTrack.kind = MEDIA_STREAM_TRACK_KIND_VIDEO;
     copyText(videoTrack.trackId, "myVideoTrack");
-    copyText(videoTrack.streamId, STREAM_ID);
+    copyText(videoTrack.streamId, kStreamId);
     return addTrack(pPeerConnection, &videoTrack, onVideoFrameHandlerStatic, ppTransceiver);
 }
 
@@ -245,7 +246,7 @@ UINT32 ZelRtcSession::addAudioTrack(PRtcPeerConnection pPeerConnection, PRtcRtpT
     audioTrack.codec = RTC_CODEC_MULAW;
     audioTrack.kind = MEDIA_STREAM_TRACK_KIND_AUDIO;
     copyText(audioTrack.trackId, "myAudioTrack");
-    copyText(audioTrack.streamId, STREAM_ID);
+    copyText(audioTrack.streamId, kStreamId);
     return addTrack(pPeerConnection, &audioTrack, onAudioFrameHandlerStatic, ppTransceiver);
 }
 
@@ -268,7 +269,7 @@ UINT32 ZelRtcSession::handleOffer(PRtcPeerConnection pPeerConnection, const std:
     RtcSessionDescriptionInit answerSessionDescriptionInit;
     memset(&offerSessionDescriptionInit, 0x00, sizeof(offerSessionDescriptionInit));
     memset(&answerSessionDescriptionInit, 0x00, sizeof(answerSessionDescriptionInit));
-    ZELRTC_LOG(LOG_DETAIL, "session %d, handleOffer with: %s", sid_, payload.c_str());
+    ZELRTC_LOG(kLogDetail, "session %d, handleOffer with: %s", sid_, payload.c_str());
 
     UINT32 retStatus = deserializeSessionDescriptionInit(toSdkText(payload), static_cast<UINT32>(payload.size()),
                                                          &offerSessionDescriptionInit);
@@ -276,15 +277,15 @@ UINT32 ZelRtcSession::handleOffer(PRtcPeerConnection pPeerConnection, const std:
         retStatus = setRemoteDescription(pPeerConnection, &offerSessionDescriptionInit);
     }
     if (retStatus == STATUS_SUCCESS) {
-        ZELRTC_LOG(LOG_PROGRESS, "session %d, handleOffer done", sid_);
+        ZELRTC_LOG(kLogProgress, "session %d, handleOffer done", sid_);
         retStatus = createAnswer(pPeerConnection, &answerSessionDescriptionInit);
     }
     if (retStatus == STATUS_SUCCESS) {
         retStatus = setLocalDescription(pPeerConnection, &answerSessionDescriptionInit);
     }
     if (retStatus == STATUS_SUCCESS) {
-        ZELRTC_LOG(LOG_DETAIL, "time taken to create answer %.2fms", zelrtcGetTimeMs() - offerReceiveTime_);
-        ZELRTC_LOG(LOG_PROGRESS, "session %d, create answer done", sid_);
+        ZELRTC_LOG(kLogDetail, "time taken to create answer %.2fms", zelrtcGetTimeMs() - offerReceiveTime_);
+        ZELRTC_LOG(kLogProgress, "session %d, create answer done", sid_);
         if (sessionConfig_.trickleIce && callback_ != nullptr) {
             std::string answerSdp;
             retStatus = serializeAnswer(&answerSessionDescriptionInit, &answerSdp);
@@ -310,13 +311,13 @@ void ZelRtcSession::onIceCandidateHandler(PCHAR candidateJson) {
 
     if (candidateJson != nullptr) {
         if (sessionConfig_.trickleIce && callback_ != nullptr) {
-            ZELRTC_LOG(LOG_PROGRESS, "session %d, got new candidate: %s", sid_, candidateJson);
+            ZELRTC_LOG(kLogProgress, "session %d, got new candidate: %s", sid_, candidateJson);
             callback_->onIceCandidate(sid_, candidateJson);
         }
         return;
     }
 
-    ZELRTC_LOG(LOG_PROGRESS, "ice candidate gathering finished");
+    ZELRTC_LOG(kLogProgress, "ice candidate gathering finished");
     std::string answerSdp;
     const UINT32 retStatus = serializeCurrentLocalDescription(pPeerConnection_, &answerSdp);
     if (retStatus == STATUS_SUCCESS && !sessionConfig_.trickleIce && callback_ != nullptr) {
@@ -330,7 +331,7 @@ int ZelRtcSession::addRemoteCandidate(const std::string& candidate) {
     // the far end: what it writes lands in the spare room, and an unterminated line goes no further.
     struct {
         RtcIceCandidateInit iceCandidate;
-        CHAR spareRoom[MAX_SIGNALLING_MESSAGE_SIZE];
+        CHAR spareRoom[kMaxSignallingMessageSize];
     } record;
     CHAR* const line = record.iceCandidate.candidate;
     UINT32 retStatus = STATUS_INVALID_ARG;
@@ -356,10 +357,10 @@ int ZelRtcSession::setAudioVideoType(int audioType, int videoType) {
     const UINT32 newAudioType = static_cast<UINT32>(audioType);
     const UINT32 newVideoType = static_cast<UINT32>(videoType);
 
-    if (newAudioType <= MAX_AUDIO_TYPE) {
+    if (newAudioType <= kMaxAudioType) {
         audioType_ = newAudioType;
     }
-    if (newVideoType <= MAX_VIDEO_TYPE && newVideoType != videoType_) {
+    if (newVideoType <= kMaxVideoType && newVideoType != videoType_) {
         videoType_ = newVideoType;
         waitKeyframe_ = true;
     }
@@ -390,9 +391,9 @@ int ZelRtcSession::writeData(PRtcRtpTransceiver rtpTransceiver, uint8_t* data, s
         return ZELRTC_WRITE_NOT_CONNECTED;
     }
     if (rtpTransceiver == pVideoRtcRtpTransceiver_ && waitKeyframe_) {
-        ZELRTC_LOG(LOG_FRAME, "input video frame, flag %d", flags);
+        ZELRTC_LOG(kLogFrame, "input video frame, flag %d", flags);
         if ((flags & ZELRTC_FRAME_FLAG_KEY_FRAME) == 0) {
-            ZELRTC_LOG(LOG_FRAME, "waiting keyframe");
+            ZELRTC_LOG(kLogFrame, "waiting keyframe");
             return ZELRTC_WRITE_WAITING_KEY_FRAME;
         }
         waitKeyframe_ = false;
@@ -402,7 +403,7 @@ int ZelRtcSession::writeData(PRtcRtpTransceiver rtpTransceiver, uint8_t* data, s
     memset(&frame, 0x00, sizeof(frame));
     frame.frameData = data;
     frame.size = static_cast<UINT32>(size);
-    frame.presentationTs = static_cast<UINT64>(presentationTs) * SDK_TICKS_PER_MICROSECOND;
+    frame.presentationTs = static_cast<UINT64>(presentationTs) * kSdkTicksPerMicrosecond;
     return static_cast<int>(writeFrame(rtpTransceiver, &frame));
 }
 
@@ -413,7 +414,7 @@ VOID ZelRtcSession::onVideoFrameHandlerStatic(UINT64 customData, PFrame pFrame) 
 }
 
 void ZelRtcSession::onVideoFrameHandler(PFrame pFrame) {
-    ZELRTC_LOG(LOG_FRAME, "Video Frame received. TrackId: %llu, Size: %u, Flags %u",
+    ZELRTC_LOG(kLogFrame, "Video Frame received. TrackId: %llu, Size: %u, Flags %u",
                static_cast<unsigned long long>(pFrame->trackId), pFrame->size,
                static_cast<unsigned int>(pFrame->flags));
 }
@@ -434,7 +435,7 @@ VOID ZelRtcSession::onBandwidthEstimationStatic(UINT64 customData, DOUBLE maxium
 }
 
 void ZelRtcSession::onBandwidthEstimation(DOUBLE maxiumBitrate) {
-    ZELRTC_LOG(LOG_FRAME, "session %d. received bitrate suggestion: %f", sid_, maxiumBitrate);
+    ZELRTC_LOG(kLogFrame, "session %d. received bitrate suggestion: %f", sid_, maxiumBitrate);
 }
 
 VOID ZelRtcSession::onSenderBandwidthEstimationStatic(UINT64 customData, UINT32 txBytes, UINT32 rxBytes,
@@ -459,16 +460,16 @@ void ZelRtcSession::onConnectionStateChange(RTC_PEER_CONNECTION_STATE newState) 
     if (globalAtomicLoad(&terminated_)) {
         return;
     }
-    ZELRTC_LOG(LOG_PROGRESS, "session %d, new connection state %u", sid_, static_cast<unsigned int>(newState));
+    ZELRTC_LOG(kLogProgress, "session %d, new connection state %u", sid_, static_cast<unsigned int>(newState));
     state_ = newState;
 
     if (newState == RTC_PEER_CONNECTION_STATE_CONNECTED) {
         // Before anybody is told, so that media written in reaction is not refused.
         globalAtomicStore(&connected_, TRUE);
-        ZELRTC_LOG(LOG_DETAIL, "log session %d connection info: ", sid_);
+        ZELRTC_LOG(kLogDetail, "log session %d connection info: ", sid_);
         retStatus = logSelectedIceCandidatesInformation(pPeerConnection_);
         if (retStatus != STATUS_SUCCESS) {
-            ZELRTC_LOG(LOG_TOLERATED, "Failed to get information about selected Ice candidates: 0x%08x", retStatus);
+            ZELRTC_LOG(kLogTolerated, "Failed to get information about selected Ice candidates: 0x%08x", retStatus);
         }
     } else {
         globalAtomicStore(&connected_, FALSE);
@@ -493,24 +494,24 @@ UINT32 logSelectedIceCandidatesInformation(PRtcPeerConnection pPeerConnection) {
     UINT32 retStatus = rtcPeerConnectionGetMetrics(pPeerConnection, nullptr, &rtcMetrics);
     if (retStatus == STATUS_SUCCESS) {
         const RtcIceCandidateStats& local = rtcMetrics.rtcStatsObject.localIceCandidateStats;
-        ZELRTC_LOG(LOG_DETAIL, "Local Candidate IP Address: %s", local.address);
-        ZELRTC_LOG(LOG_DETAIL, "Local Candidate type: %s", local.candidateType);
-        ZELRTC_LOG(LOG_DETAIL, "Local Candidate port: %d", local.port);
-        ZELRTC_LOG(LOG_DETAIL, "Local Candidate priority: %d", local.priority);
-        ZELRTC_LOG(LOG_DETAIL, "Local Candidate transport protocol: %s", local.protocol);
-        ZELRTC_LOG(LOG_DETAIL, "Local Candidate relay protocol: %s", local.relayProtocol);
-        ZELRTC_LOG(LOG_DETAIL, "Local Candidate Ice server source: %s", local.url);
+        ZELRTC_LOG(kLogDetail, "Local Candidate IP Address: %s", local.address);
+        ZELRTC_LOG(kLogDetail, "Local Candidate type: %s", local.candidateType);
+        ZELRTC_LOG(kLogDetail, "Local Candidate port: %d", local.port);
+        ZELRTC_LOG(kLogDetail, "Local Candidate priority: %d", local.priority);
+        ZELRTC_LOG(kLogDetail, "Local Candidate transport protocol: %s", local.protocol);
+        ZELRTC_LOG(kLogDetail, "Local Candidate relay protocol: %s", local.relayProtocol);
+        ZELRTC_LOG(kLogDetail, "Local Candidate Ice server source: %s", local.url);
 
         rtcMetrics.requestedTypeOfStats = RTC_STATS_TYPE_REMOTE_CANDIDATE;
         retStatus = rtcPeerConnectionGetMetrics(pPeerConnection, nullptr, &rtcMetrics);
     }
     if (retStatus == STATUS_SUCCESS) {
         const RtcIceCandidateStats& remote = rtcMetrics.rtcStatsObject.remoteIceCandidateStats;
-        ZELRTC_LOG(LOG_DETAIL, "Remote Candidate IP Address: %s", remote.address);
-        ZELRTC_LOG(LOG_DETAIL, "Remote Candidate type: %s", remote.candidateType);
-        ZELRTC_LOG(LOG_DETAIL, "Remote Candidate port: %d", remote.port);
-        ZELRTC_LOG(LOG_DETAIL, "Remote Candidate priority: %d", remote.priority);
-        ZELRTC_LOG(LOG_DETAIL, "Remote Candidate transport protocol: %s", remote.protocol);
+        ZELRTC_LOG(kLogDetail, "Remote Candidate IP Address: %s", remote.address);
+        ZELRTC_LOG(kLogDetail, "Remote Candidate type: %s", remote.candidateType);
+        ZELRTC_LOG(kLogDetail, "Remote Candidate port: %d", remote.port);
+        ZELRTC_LOG(kLogDetail, "Remote Candidate priority: %d", remote.priority);
+        ZELRTC_LOG(kLogDetail, "Remote Candidate transport protocol: %s", remote.protocol);
     }
     return retStatus;
 }
@@ -531,14 +532,14 @@ UINT32 gatherIceServerStats(PRtcPeerConnection pPeerConnection, int iceUriCount)
         if (retStatus != STATUS_SUCCESS) {
             return retStatus;
         }
-        ZELRTC_LOG(LOG_DETAIL, "ICE Server URL: %s", server.url);
-        ZELRTC_LOG(LOG_DETAIL, "ICE Server port: %d", server.port);
-        ZELRTC_LOG(LOG_DETAIL, "ICE Server protocol: %s", server.protocol);
-        ZELRTC_LOG(LOG_DETAIL, "Total requests sent:%llu", static_cast<unsigned long long>(server.totalRequestsSent));
-        ZELRTC_LOG(LOG_DETAIL, "Total responses received: %llu",
+        ZELRTC_LOG(kLogDetail, "ICE Server URL: %s", server.url);
+        ZELRTC_LOG(kLogDetail, "ICE Server port: %d", server.port);
+        ZELRTC_LOG(kLogDetail, "ICE Server protocol: %s", server.protocol);
+        ZELRTC_LOG(kLogDetail, "Total requests sent:%llu", static_cast<unsigned long long>(server.totalRequestsSent));
+        ZELRTC_LOG(kLogDetail, "Total responses received: %llu",
                    static_cast<unsigned long long>(server.totalResponsesReceived));
-        ZELRTC_LOG(LOG_DETAIL, "Total round trip time: %llums",
-                   static_cast<unsigned long long>(server.totalRoundTripTime / SDK_TICKS_PER_MILLISECOND));
+        ZELRTC_LOG(kLogDetail, "Total round trip time: %llums",
+                   static_cast<unsigned long long>(server.totalRoundTripTime / kSdkTicksPerMillisecond));
     }
     return STATUS_SUCCESS;
 }
@@ -546,13 +547,13 @@ UINT32 gatherIceServerStats(PRtcPeerConnection pPeerConnection, int iceUriCount)
 // ---- end ----
 
 int ZelRtcSession::teminate() {
-    ZELRTC_LOG(LOG_DETAIL, "session %d teminate.", sid_);
+    ZELRTC_LOG(kLogDetail, "session %d teminate.", sid_);
     globalAtomicStore(&terminated_, TRUE);
     return 0;
 }
 
 ZelRtcSession::~ZelRtcSession() {
-    ZELRTC_LOG(LOG_PROGRESS, "session: %d, releasing", sid_);
+    ZELRTC_LOG(kLogProgress, "session: %d, releasing", sid_);
     // Before the connection is touched: a handler that runs while it closes must find the session ended.
     globalAtomicStore(&terminated_, TRUE);
     globalAtomicStore(&connected_, FALSE);
@@ -561,11 +562,11 @@ ZelRtcSession::~ZelRtcSession() {
         const int iceUriCount = static_cast<int>(sessionConfig_.iceServers.size());
         const UINT32 retStatus = gatherIceServerStats(pPeerConnection_, iceUriCount);
         if (retStatus != STATUS_SUCCESS) {
-            ZELRTC_LOG(LOG_TOLERATED, "Failed to ICE Server Stats for streaming session %d: %08x", sid_, retStatus);
+            ZELRTC_LOG(kLogTolerated, "Failed to ICE Server Stats for streaming session %d: %08x", sid_, retStatus);
         }
         releaseRtcConnection(&pPeerConnection_);
     }
-    ZELRTC_LOG(LOG_PROGRESS, "session: %d, released", sid_);
+    ZELRTC_LOG(kLogProgress, "session: %d, released", sid_);
 }
 
 UINT32 ZelRtcSession::releaseRtcConnection(PRtcPeerConnection* ppPeerConnection) {
