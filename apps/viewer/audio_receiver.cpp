@@ -1,0 +1,90 @@
+#include "audio_receiver.h"
+
+#include <fstream>
+#include <stdexcept>
+
+namespace zelviewer {
+namespace {
+
+constexpr const char* chain =
+    "rtppcmudepay name=packets ! mulawdec ! audio/x-raw,format=S16LE ! appsink name=samples sync=false async=false";
+constexpr std::uint32_t samplesPerSecond = 8000;
+constexpr std::uint32_t bytesPerSample = 2;
+constexpr double fullScale = 32768.0;
+
+void writeNumber(std::ostream& out, std::uint32_t value, unsigned bytes) {
+    for (unsigned i = 0; i < bytes; ++i) {
+        out.put(static_cast<char>(value >> (8 * i) & 0xFFU));
+    }
+}
+
+void writeWavHeader(std::ostream& out, std::uint32_t dataBytes) {
+    out << "RIFF";
+    writeNumber(out, 36 + dataBytes, 4);
+    out << "WAVEfmt ";
+    writeNumber(out, 16, 4);
+    writeNumber(out, 1, 2);  // linear samples
+    writeNumber(out, 1, 2);  // channels
+    writeNumber(out, samplesPerSecond, 4);
+    writeNumber(out, samplesPerSecond * bytesPerSample, 4);
+    writeNumber(out, bytesPerSample, 2);
+    writeNumber(out, 8 * bytesPerSample, 2);
+    out << "data";
+    writeNumber(out, dataBytes, 4);
+}
+
+}  // namespace
+
+AudioReceiver::AudioReceiver(CallStatistics& statistics, bool keep)
+    : statistics_(statistics), keep_(keep), bin_(makeBin(chain)) {
+    const PadRef packets = padOf(bin_, "packets", "sink");
+    gst_pad_add_probe(packets.get(), GST_PAD_PROBE_TYPE_BUFFER, &AudioReceiver::onPacket, this, nullptr);
+    const ElementRef samples(gst_bin_get_by_name(GST_BIN(bin_), "samples"));
+    GstAppSinkCallbacks callbacks{};
+    callbacks.new_sample = &AudioReceiver::onSamples;
+    gst_app_sink_set_callbacks(GST_APP_SINK(samples.get()), &callbacks, this, nullptr);
+}
+
+GstPadProbeReturn AudioReceiver::onPacket(GstPad* /*pad*/, GstPadProbeInfo* /*info*/, gpointer self) {
+    static_cast<AudioReceiver*>(self)->statistics_.audioPacketReceived();
+    return GST_PAD_PROBE_OK;
+}
+
+GstFlowReturn AudioReceiver::onSamples(GstAppSink* sink, gpointer self) {
+    const SampleRef sample(gst_app_sink_pull_sample(sink));
+    GstMapInfo map;
+    if (!sample || !gst_buffer_map(gst_sample_get_buffer(sample.get()), &map, GST_MAP_READ)) {
+        return GST_FLOW_OK;
+    }
+    static_cast<AudioReceiver*>(self)->takeSamples(reinterpret_cast<const std::int16_t*>(map.data),
+                                                   map.size / sizeof(std::int16_t));
+    gst_buffer_unmap(gst_sample_get_buffer(sample.get()), &map);
+    return GST_FLOW_OK;
+}
+
+void AudioReceiver::takeSamples(const std::int16_t* samples, std::size_t count) {
+    double squares = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const double value = samples[i] / fullScale;
+        squares += value * value;
+    }
+    statistics_.audioDecoded(squares, count);
+    if (keep_) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        kept_.insert(kept_.end(), samples, samples + count);
+    }
+}
+
+void AudioReceiver::writeWav(const std::string& path) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::ofstream out(path, std::ios::binary);
+    writeWavHeader(out, static_cast<std::uint32_t>(kept_.size() * bytesPerSample));
+    for (const std::int16_t sample : kept_) {
+        writeNumber(out, static_cast<std::uint16_t>(sample), bytesPerSample);
+    }
+    if (!out.flush()) {
+        throw std::runtime_error("cannot write " + path);
+    }
+}
+
+}  // namespace zelviewer

@@ -1,0 +1,42 @@
+/** Counts, measures and on request keeps the camera's audio. */
+#pragma once
+
+#include <gst/app/gstappsink.h>
+
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "call_statistics.h"
+#include "gst_handles.h"
+
+namespace zelviewer {
+
+class AudioReceiver {
+public:
+    /** `statistics` outlives this object; `keep` keeps every sample. @throws std::runtime_error, element missing */
+    AudioReceiver(CallStatistics& statistics, bool keep);
+
+    /** The bin that takes the RTP packets at its pad "sink"; the pipeline it is put into owns it from then on. */
+    GstElement* bin() const {
+        return bin_;
+    }
+
+    /** Writes what was kept: 8 kHz, 16 bit, mono. @throws std::runtime_error when the file cannot be written */
+    void writeWav(const std::string& path) const;
+
+private:
+    static GstPadProbeReturn onPacket(GstPad* pad, GstPadProbeInfo* info, gpointer self);
+    static GstFlowReturn onSamples(GstAppSink* sink, gpointer self);
+
+    void takeSamples(const std::int16_t* samples, std::size_t count);
+
+    CallStatistics& statistics_;
+    const bool keep_;
+    GstElement* bin_;
+    mutable std::mutex mutex_;
+    std::vector<std::int16_t> kept_;
+};
+
+}  // namespace zelviewer

@@ -1,0 +1,125 @@
+#include "call_statistics.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace zelviewer {
+namespace {
+
+// An older picture is a misread strip: nothing on the way keeps pictures this long.
+constexpr std::uint32_t oldestBelievableMs = 10000;
+
+}  // namespace
+
+double CallStatistics::now() const {
+    return std::chrono::duration<double, std::milli>(Clock::now() - start_).count();
+}
+
+void CallStatistics::offerSent() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    start_ = Clock::now();
+}
+
+void CallStatistics::answered(const std::string& id) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    record_.id = id;
+    record_.answerMs = now();
+}
+
+void CallStatistics::stateReached(const std::string& name) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    record_.states.push_back({name, now()});
+    if (name == "connected" && !record_.connectedMs) {
+        record_.connectedMs = now();
+    }
+}
+
+void CallStatistics::cameraStateReached(const std::string& name, double ms) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    record_.cameraStates.push_back({name, ms});
+}
+
+void CallStatistics::streamAsked(int stream) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    record_.streamsAsked.push_back({std::to_string(stream), now()});
+}
+
+void CallStatistics::accessUnitReceived(const AccessUnit& unit) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const double ms = now();
+    if (lastFrameMs_) {
+        record_.largestGapMs = std::max(record_.largestGapMs, ms - *lastFrameMs_);
+    } else {
+        record_.firstFrameMs = ms;
+    }
+    lastFrameMs_ = ms;
+    if (record_.sizes.empty() || !(record_.sizes.back().size == unit.size)) {
+        record_.sizes.push_back({unit.size, ms, unit.keyFrame});
+    }
+    ++record_.frames;
+    record_.keyFrames += unit.keyFrame ? 1 : 0;
+    record_.bytes += unit.bytes;
+}
+
+void CallStatistics::pictureDecoded(std::optional<std::uint32_t> clock, std::uint32_t nowMs) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (record_.decoded++ == 0) {
+        record_.firstDecodedMs = now();
+    }
+    const std::uint32_t age = clock ? nowMs - *clock : oldestBelievableMs;
+    if (age >= oldestBelievableMs) {
+        ++record_.unreadable;
+        return;
+    }
+    record_.agesMs.push_back(age);
+}
+
+void CallStatistics::audioPacketReceived() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    ++record_.audioReceived;
+}
+
+void CallStatistics::audioPacketSent() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    ++record_.audioSent;
+}
+
+void CallStatistics::audioDecoded(double sumOfSquares, std::uint64_t samples) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    audioSquares_ += sumOfSquares;
+    audioSamples_ += samples;
+}
+
+void CallStatistics::audioHeard(std::uint64_t frames) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    record_.audioHeard = frames;
+}
+
+void CallStatistics::transportSeen(const CallRecord::Transport& transport) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    record_.transport = transport;
+}
+
+void CallStatistics::endedByCamera(const std::string& reason) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (record_.ended.empty()) {
+        record_.ended = reason;
+    }
+}
+
+void CallStatistics::failed(const std::string& reason, bool overHttp) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    record_.failure = reason;
+    record_.httpFailed = overHttp;
+}
+
+CallRecord CallStatistics::record() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    CallRecord copy = record_;
+    if (audioSamples_ > 0) {
+        copy.audioRms = std::sqrt(audioSquares_ / static_cast<double>(audioSamples_));
+    }
+    return copy;
+}
+
+}  // namespace zelviewer

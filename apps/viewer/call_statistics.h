@@ -1,0 +1,108 @@
+/** What one call saw, collected from all the threads that see something. */
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zelviewer {
+
+struct PictureSize {
+    int width = 0;
+    int height = 0;
+
+    bool operator==(const PictureSize& other) const {
+        return width == other.width && height == other.height;
+    }
+};
+
+/** One received access unit. */
+struct AccessUnit {
+    std::size_t bytes;
+    bool keyFrame;
+    PictureSize size;
+};
+
+/** All times are milliseconds since the offer went out. */
+struct CallRecord {
+    struct State {
+        std::string name;
+        double ms;
+    };
+    struct SizeChange {
+        PictureSize size;
+        double ms;
+        bool keyFrame;  // whether the first access unit of the new size was one
+    };
+    struct Transport {
+        std::string localType;  // host, srflx, prflx or relay
+        std::string remoteType;
+        std::string protocol;
+        std::uint64_t videoPacketsReceived = 0;
+        std::int64_t videoPacketsLost = 0;
+    };
+
+    std::string id;
+    std::vector<State> states;        // as seen here
+    std::vector<State> cameraStates;  // as the camera reported them, in its own time
+    std::optional<double> answerMs;
+    std::optional<double> connectedMs;
+    std::optional<double> firstFrameMs;
+    std::optional<double> firstDecodedMs;
+    std::vector<State> streamsAsked;  // the name is the stream's number
+    std::vector<SizeChange> sizes;
+    std::uint64_t frames = 0;
+    std::uint64_t keyFrames = 0;
+    std::uint64_t bytes = 0;
+    std::uint64_t decoded = 0;
+    std::uint64_t unreadable = 0;  // decoded pictures whose clock could not be read
+    double largestGapMs = 0;       // between two received access units
+    std::vector<std::uint32_t> agesMs;
+    std::uint64_t audioReceived = 0;  // packets
+    std::uint64_t audioSent = 0;
+    std::uint64_t audioHeard = 0;  // frames of ours that the camera reported
+    double audioRms = 0;           // of all that was received, full scale is 1
+    Transport transport;
+    std::string ended;    // the reason the camera gave
+    std::string failure;  // why the call could not be placed or went wrong
+    bool httpFailed = false;
+};
+
+/** Collects a CallRecord. Every operation may be called from any thread. */
+class CallStatistics {
+public:
+    void offerSent();
+    void answered(const std::string& id);
+    void stateReached(const std::string& name);
+    void cameraStateReached(const std::string& name, double ms);
+    void streamAsked(int stream);
+    void accessUnitReceived(const AccessUnit& unit);
+    /** A picture was decoded; `clock` is what its strip says, `now` the same clock at this moment. */
+    void pictureDecoded(std::optional<std::uint32_t> clock, std::uint32_t now);
+    void audioPacketReceived();
+    void audioPacketSent();
+    void audioDecoded(double sumOfSquares, std::uint64_t samples);
+    void audioHeard(std::uint64_t frames);
+    void transportSeen(const CallRecord::Transport& transport);
+    void endedByCamera(const std::string& reason);
+    void failed(const std::string& reason, bool overHttp);
+
+    CallRecord record() const;
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    double now() const;
+
+    mutable std::mutex mutex_;
+    Clock::time_point start_ = Clock::now();
+    CallRecord record_;
+    std::optional<double> lastFrameMs_;
+    double audioSquares_ = 0;
+    std::uint64_t audioSamples_ = 0;
+};
+
+}  // namespace zelviewer

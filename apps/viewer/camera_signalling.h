@@ -1,0 +1,38 @@
+/** The demo camera's own calls: JSON over HTTP, events back over a server-sent stream. */
+#pragma once
+
+#include <httplib.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+
+#include "event_stream.h"
+#include "signalling.h"
+
+namespace zelviewer {
+
+class CameraSignalling : public Signalling {
+public:
+    explicit CameraSignalling(const std::string& baseUrl);
+    ~CameraSignalling() override;
+    CameraSignalling(const CameraSignalling&) = delete;
+    CameraSignalling& operator=(const CameraSignalling&) = delete;
+
+    Answer place(const std::string& offerSdp, bool complete) override;
+    void listen(SignallingListener& listener) override;
+    void sendCandidate(const Candidate& candidate) override;
+    void selectStream(int stream) override;
+    void hangUp() override;
+
+private:
+    void readEvents(SignallingListener& listener);
+
+    httplib::Client requests_;
+    httplib::Client events_;
+    std::string path_;
+    std::atomic<bool> leaving_{false};
+    std::thread reader_;
+};
+
+}  // namespace zelviewer

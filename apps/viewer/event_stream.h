@@ -1,0 +1,35 @@
+/** Server-sent events as they come in pieces from the network. */
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace zelviewer {
+
+struct ServerEvent {
+    std::string name;  // "message" when the server gave none
+    std::string data;
+};
+
+/** Cuts a text/event-stream into events; comments and fields that nobody here needs are skipped. */
+class EventStreamParser {
+public:
+    explicit EventStreamParser(std::function<void(const ServerEvent&)> onEvent);
+
+    /** Takes the next piece, of any size, and reports each event that it completes. */
+    void feed(std::string_view piece);
+
+private:
+    void takeLine(std::string_view line);
+    void takeField(std::string_view name, std::string_view value);
+    void finishEvent();
+
+    std::function<void(const ServerEvent&)> onEvent_;
+    std::string unfinishedLine_;
+    std::string name_;
+    std::string data_;
+    bool hasData_ = false;
+};
+
+}  // namespace zelviewer

@@ -1,0 +1,43 @@
+#include "http_exchange.h"
+
+#include <nlohmann/json.hpp>
+
+#include "signalling.h"
+
+namespace zelviewer {
+namespace {
+
+std::string problemDetail(const httplib::Response& response) {
+    const nlohmann::json problem = nlohmann::json::parse(response.body, nullptr, false);
+    if (!problem.is_object()) {
+        return response.body;
+    }
+    return problem.value("detail", problem.value("title", response.body));
+}
+
+}  // namespace
+
+const httplib::Response& expectSuccess(const httplib::Result& result, const std::string& what) {
+    if (!result) {
+        throw SignallingError(what + ": " + httplib::to_string(result.error()));
+    }
+    if (result->status < 200 || result->status > 299) {
+        throw SignallingError(what + ": HTTP " + std::to_string(result->status) + ", " + problemDetail(*result));
+    }
+    return *result;
+}
+
+std::string locationPath(const httplib::Response& response) {
+    const std::string location = response.get_header_value("Location");
+    if (location.empty()) {
+        throw SignallingError("the camera's response names no location");
+    }
+    const std::size_t scheme = location.find("://");
+    if (scheme == std::string::npos) {
+        return location;
+    }
+    const std::size_t path = location.find('/', scheme + 3);
+    return path == std::string::npos ? "/" : location.substr(path);
+}
+
+}  // namespace zelviewer

@@ -1,0 +1,19 @@
+/** One HTTP request and what became of it. */
+#pragma once
+
+#include <httplib.h>
+
+#include <string>
+
+namespace zelviewer {
+
+/**
+ * The response, when its status is a good one.
+ * @throws SignallingError with the reason from the problem details, or with the transport's failure
+ */
+const httplib::Response& expectSuccess(const httplib::Result& result, const std::string& what);
+
+/** The response's Location as a path. @throws SignallingError when there is none */
+std::string locationPath(const httplib::Response& response);
+
+}  // namespace zelviewer

@@ -1,0 +1,149 @@
+#include "options.h"
+
+#include <CLI/CLI.hpp>
+#include <regex>
+#include <stdexcept>
+
+namespace zelviewer {
+namespace {
+
+constexpr int usageError = 2;
+
+// What CLI11 fills in before it is checked and put into the units of Options.
+struct RawOptions {
+    double seconds = 5;
+    double connectSeconds = 15;
+    int jitterMs = 50;
+    std::string abortAt;
+    std::vector<std::string> switches;
+    std::vector<std::string> servers;
+};
+
+Milliseconds toMilliseconds(double seconds) {
+    return std::chrono::duration_cast<Milliseconds>(std::chrono::duration<double>(seconds));
+}
+
+double parseSeconds(const std::string& text) {
+    std::size_t used = 0;
+    double seconds = -1;
+    try {
+        seconds = std::stod(text, &used);
+    } catch (const std::logic_error&) {
+        used = 0;
+    }
+    if (used == 0 || used != text.size() || !(seconds >= 0 && seconds < 1e6)) {
+        throw std::invalid_argument("not a number of seconds: " + text);
+    }
+    return seconds;
+}
+
+StreamSwitch parseSwitch(const std::string& text) {
+    std::smatch parts;
+    if (!std::regex_match(text, parts, std::regex("([0-9.]+):([0-2])"))) {
+        throw std::invalid_argument("--switch-at wants SECONDS:STREAM with a stream from 0 to 2, not " + text);
+    }
+    return {toMilliseconds(parseSeconds(parts[1])), std::stoi(parts[2])};
+}
+
+void parseAbort(const std::string& text, Options& options) {
+    if (text.empty()) {
+        return;
+    }
+    if (text == "offer") {
+        options.abortPoint = AbortPoint::afterOffer;
+    } else if (text == "gathering") {
+        options.abortPoint = AbortPoint::whileGathering;
+    } else if (text == "dtls") {
+        options.abortPoint = AbortPoint::inDtlsHandshake;
+    } else {
+        options.abortPoint = AbortPoint::afterTime;
+        options.abortAfter = toMilliseconds(parseSeconds(text));
+    }
+}
+
+bool isLoopback(const std::string& url) {
+    return std::regex_search(url, std::regex("^http://(127\\.|localhost)"));
+}
+
+void declare(CLI::App& app, Options& options, RawOptions& raw) {
+    app.add_option("url", options.url, "The camera's address, e.g. http://127.0.0.1:8080")->required();
+    app.add_option("--seconds", raw.seconds, "How long to look, from the connection on")
+        ->check(CLI::Range(0.0, 1e6))
+        ->capture_default_str();
+    app.add_flag("--keep", options.untilInterrupted, "Look until SIGINT or until the camera ends the call");
+    app.add_option("--connect-timeout", raw.connectSeconds, "How long the connection may take")
+        ->check(CLI::Range(0.0, 1e6))
+        ->capture_default_str();
+    app.add_flag("--json", options.json, "Report as JSON");
+    app.add_flag("!--no-trickle", options.trickle, "One offer and one answer that hold all candidates");
+    app.add_flag("--whep", options.whep, "Place the call at /whep");
+    app.add_option("--ice-server", raw.servers, "URL[,USER,CREDENTIAL] of a STUN or TURN server; may be repeated")
+        ->allow_extra_args(false);
+    app.add_flag("--relay-only", options.relayOnly, "Use relayed candidates only");
+    app.add_option("--local-address", options.localAddresses,
+                   "Gather on this address only; may be repeated (a camera on this host: 127.0.0.1)")
+        ->allow_extra_args(false);
+    app.add_option("--stream", options.stream, "Ask for this video stream")->check(CLI::Range(0, 2));
+    app.add_option("--switch-at", raw.switches, "SECONDS:STREAM, switch then; may be repeated")
+        ->allow_extra_args(false);
+    app.add_flag("!--no-decode", options.decode, "Count access units, decode nothing");
+    app.add_flag("!--no-talk", options.talk, "Send no audio");
+    app.add_option("--jitter-buffer", raw.jitterMs, "Milliseconds that packets wait for late ones")
+        ->check(CLI::Range(0, 10000))
+        ->capture_default_str();
+    app.add_option("--record", options.recordPath, "Write the received audio to this WAV file (one call only)");
+    app.add_option("--calls", options.calls, "Place this many calls at the same time")
+        ->check(CLI::Range(1, 1000))
+        ->capture_default_str();
+    app.add_option("--abort-at", raw.abortAt,
+                   "Leave without hanging up: after the offer, gathering, in the dtls handshake, or SECONDS after the "
+                   "connection");
+}
+
+void check(Options& options, const RawOptions& raw) {
+    std::smatch base;
+    if (!std::regex_match(options.url, base, std::regex("(http://[^/]+)/?"))) {
+        throw std::invalid_argument("the address must look like http://HOST:PORT, this one is " + options.url);
+    }
+    options.url = base[1];
+    options.duration = toMilliseconds(raw.seconds);
+    options.connectTimeout = toMilliseconds(raw.connectSeconds);
+    options.jitterBuffer = Milliseconds(raw.jitterMs);
+    for (const std::string& text : raw.switches) {
+        options.switches.push_back(parseSwitch(text));
+    }
+    for (const std::string& text : raw.servers) {
+        options.iceServers.push_back(parseIceServer(text));
+    }
+    parseAbort(raw.abortAt, options);
+    if (options.whep && (options.stream || !options.switches.empty())) {
+        throw std::invalid_argument("a WHEP call cannot choose its stream");
+    }
+    if (!options.recordPath.empty() && options.calls > 1) {
+        throw std::invalid_argument("--record is for a single call");
+    }
+    if (options.localAddresses.empty() && isLoopback(options.url)) {
+        options.localAddresses.emplace_back("127.0.0.1");
+    }
+}
+
+}  // namespace
+
+Options parseOptions(int argc, const char* const* argv) {
+    Options options;
+    RawOptions raw;
+    CLI::App app("Places calls at a camera and prints what arrived", "zelrtc-viewer");
+    declare(app, options, raw);
+    try {
+        app.parse(argc, argv);
+        check(options, raw);
+    } catch (const CLI::ParseError& error) {
+        throw StartRefused{app.exit(error) == 0 ? 0 : usageError};
+    } catch (const std::invalid_argument& error) {
+        std::cerr << error.what() << '\n';
+        throw StartRefused{usageError};
+    }
+    return options;
+}
+
+}  // namespace zelviewer

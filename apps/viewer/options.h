@@ -1,0 +1,56 @@
+/** What the command line asks for. */
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ice_server.h"
+
+namespace zelviewer {
+
+using Milliseconds = std::chrono::milliseconds;
+
+struct StreamSwitch {
+    Milliseconds at;  // after the connection
+    int stream;
+};
+
+/** Where a call leaves without a word. */
+enum class AbortPoint { never, afterOffer, whileGathering, inDtlsHandshake, afterTime };
+
+struct Options {
+    std::string url;
+    Milliseconds duration{5000};         // of the picture, from the connection on
+    Milliseconds connectTimeout{15000};  // from the offer on
+    Milliseconds jitterBuffer{50};
+    bool untilInterrupted = false;
+    bool json = false;
+    bool trickle = true;
+    bool whep = false;
+    bool relayOnly = false;
+    bool decode = true;
+    bool talk = true;
+    int calls = 1;
+    std::optional<int> stream;
+    std::vector<StreamSwitch> switches;
+    std::vector<IceServer> iceServers;
+    std::vector<std::string> localAddresses;
+    std::string recordPath;
+    AbortPoint abortPoint = AbortPoint::never;
+    Milliseconds abortAfter{0};
+};
+
+/** Thrown when the program must not start: the text is already printed, `status` is what to exit with. */
+struct StartRefused {
+    int status;
+};
+
+/**
+ * Reads the command line.
+ * @throws StartRefused after --help and for bad usage, which it reports on standard error
+ */
+Options parseOptions(int argc, const char* const* argv);
+
+}  // namespace zelviewer

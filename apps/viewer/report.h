@@ -1,0 +1,21 @@
+/** What the program prints and how it exits. */
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "call_statistics.h"
+#include "options.h"
+
+namespace zelviewer {
+
+/** One line of JSON: {"ok":...,"calls":[...]}. */
+std::string reportAsJson(const std::vector<CallRecord>& records, const Options& options);
+
+/** The same for people, a block of lines for each call. */
+std::string reportAsText(const std::vector<CallRecord>& records, const Options& options);
+
+/** 0: every call brought picture and sound, or left where it was told to; 1: one did not; 2: HTTP failed. */
+int exitStatus(const std::vector<CallRecord>& records, const Options& options);
+
+}  // namespace zelviewer

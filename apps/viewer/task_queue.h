@@ -1,0 +1,34 @@
+/** Hands work from any thread to the one thread that runs a call. */
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <queue>
+
+namespace zelviewer {
+
+/** GStreamer and HTTP callbacks must not wait for each other, so they post here and return. */
+class TaskQueue {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    /** Runs `task` later, on the thread inside runUntil. Any thread. */
+    void post(std::function<void()> task);
+
+    /**
+     * Runs tasks until `done` or the deadline; `done` is asked after every task and at least ten times a second.
+     * @return what `done` said last
+     */
+    bool runUntil(Clock::time_point deadline, const std::function<bool()>& done);
+
+private:
+    std::function<void()> next(Clock::time_point deadline);
+
+    std::mutex mutex_;
+    std::condition_variable posted_;
+    std::queue<std::function<void()>> tasks_;
+};
+
+}  // namespace zelviewer

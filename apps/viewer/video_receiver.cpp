@@ -1,0 +1,81 @@
+#include "video_receiver.h"
+
+#include <gst/video/video.h>
+
+#include "picture_clock.h"
+
+namespace zelviewer {
+namespace {
+
+constexpr const char* countChain =
+    "rtph264depay request-keyframe=true ! video/x-h264,stream-format=byte-stream,alignment=au ! h264parse name=parsed "
+    "! ";
+constexpr const char* decodeEnd =
+    "queue ! avdec_h264 max-threads=1 ! video/x-raw,format=I420 ! appsink name=pictures sync=false async=false";
+constexpr const char* countEnd = "fakesink sync=false async=false";
+
+std::uint32_t monotonicMilliseconds() {
+    return static_cast<std::uint32_t>(g_get_monotonic_time() / 1000);
+}
+
+}  // namespace
+
+VideoReceiver::VideoReceiver(CallStatistics& statistics, bool decode)
+    : statistics_(statistics), bin_(makeBin(std::string(countChain) + (decode ? decodeEnd : countEnd))) {
+    const PadRef parsed = padOf(bin_, "parsed", "src");
+    gst_pad_add_probe(parsed.get(),
+                      static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM),
+                      &VideoReceiver::onParsed, this, nullptr);
+    if (decode) {
+        const ElementRef pictures(gst_bin_get_by_name(GST_BIN(bin_), "pictures"));
+        GstAppSinkCallbacks callbacks{};
+        callbacks.new_sample = &VideoReceiver::onPicture;
+        gst_app_sink_set_callbacks(GST_APP_SINK(pictures.get()), &callbacks, this, nullptr);
+    }
+}
+
+GstPadProbeReturn VideoReceiver::onParsed(GstPad* /*pad*/, GstPadProbeInfo* info, gpointer self) {
+    auto* receiver = static_cast<VideoReceiver*>(self);
+    if ((GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_BUFFER) != 0) {
+        GstBuffer* unit = GST_PAD_PROBE_INFO_BUFFER(info);
+        const bool keyFrame = !GST_BUFFER_FLAG_IS_SET(unit, GST_BUFFER_FLAG_DELTA_UNIT);
+        receiver->statistics_.accessUnitReceived({gst_buffer_get_size(unit), keyFrame, receiver->size_});
+    } else if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_CAPS) {
+        GstCaps* caps = nullptr;
+        gst_event_parse_caps(GST_PAD_PROBE_INFO_EVENT(info), &caps);
+        receiver->takeSize(caps);
+    }
+    return GST_PAD_PROBE_OK;
+}
+
+void VideoReceiver::takeSize(const GstCaps* caps) {
+    const GstStructure* structure = gst_caps_get_structure(caps, 0);
+    gst_structure_get_int(structure, "width", &size_.width);
+    gst_structure_get_int(structure, "height", &size_.height);
+}
+
+GstFlowReturn VideoReceiver::onPicture(GstAppSink* sink, gpointer self) {
+    const SampleRef sample(gst_app_sink_pull_sample(sink));
+    if (sample) {
+        static_cast<VideoReceiver*>(self)->takePicture(sample.get());
+    }
+    return GST_FLOW_OK;
+}
+
+void VideoReceiver::takePicture(GstSample* sample) {
+    GstVideoInfo info;
+    GstVideoFrame frame;
+    if (!gst_video_info_from_caps(&info, gst_sample_get_caps(sample)) ||
+        !gst_video_frame_map(&frame, &info, gst_sample_get_buffer(sample), GST_MAP_READ)) {
+        return;
+    }
+    const std::uint32_t now = monotonicMilliseconds();
+    const LumaPlane luma{static_cast<const std::uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, 0)),
+                         static_cast<std::size_t>(GST_VIDEO_FRAME_PLANE_STRIDE(&frame, 0)),
+                         static_cast<std::size_t>(GST_VIDEO_FRAME_WIDTH(&frame)),
+                         static_cast<std::size_t>(GST_VIDEO_FRAME_HEIGHT(&frame))};
+    statistics_.pictureDecoded(readPictureClock(luma), now);
+    gst_video_frame_unmap(&frame);
+}
+
+}  // namespace zelviewer

@@ -1,0 +1,33 @@
+/** Counts, and on request decodes, the camera's video. */
+#pragma once
+
+#include <gst/app/gstappsink.h>
+
+#include "call_statistics.h"
+#include "gst_handles.h"
+
+namespace zelviewer {
+
+class VideoReceiver {
+public:
+    /** `statistics` outlives this object. @throws std::runtime_error when an element is missing */
+    VideoReceiver(CallStatistics& statistics, bool decode);
+
+    /** The bin that takes the RTP packets at its pad "sink"; the pipeline it is put into owns it from then on. */
+    GstElement* bin() const {
+        return bin_;
+    }
+
+private:
+    static GstPadProbeReturn onParsed(GstPad* pad, GstPadProbeInfo* info, gpointer self);
+    static GstFlowReturn onPicture(GstAppSink* sink, gpointer self);
+
+    void takeSize(const GstCaps* caps);
+    void takePicture(GstSample* sample);
+
+    CallStatistics& statistics_;
+    GstElement* bin_;
+    PictureSize size_;
+};
+
+}  // namespace zelviewer

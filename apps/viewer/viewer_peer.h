@@ -1,0 +1,74 @@
+/** The offering end of one peer connection, on webrtcbin. */
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "audio_receiver.h"
+#include "call_statistics.h"
+#include "gst_handles.h"
+#include "options.h"
+#include "signalling.h"
+#include "video_receiver.h"
+
+namespace zelviewer {
+
+/** What happens to a peer; called on GStreamer's threads, which must not be held up. */
+class PeerListener {
+public:
+    virtual ~PeerListener() = default;
+    virtual void onLocalCandidate(const Candidate& candidate) = 0;
+    virtual void onGathered() = 0;
+    virtual void onIceConnected() = 0;  // the DTLS handshake begins
+    virtual void onState(const std::string& name) = 0;
+};
+
+/** Receives video and audio and sends a tone. One thread uses it, which is none of GStreamer's. */
+class ViewerPeer {
+public:
+    /** `listener` and `statistics` outlive this object. @throws std::runtime_error when GStreamer lacks something */
+    ViewerPeer(const Options& options, PeerListener& listener, CallStatistics& statistics);
+    ~ViewerPeer();
+    ViewerPeer(const ViewerPeer&) = delete;
+    ViewerPeer& operator=(const ViewerPeer&) = delete;
+
+    /** Makes the offer and starts to gather candidates. */
+    std::string makeOffer();
+    /** The offer with the candidates that are known by now. */
+    std::string currentOffer() const;
+    /** @throws std::runtime_error when the answer is no session description */
+    void takeAnswer(const std::string& sdp);
+    void addRemoteCandidate(const Candidate& candidate);
+    /** Lets the tone through; before the connection nothing would take it. */
+    void startTalking();
+    /** Looks up the selected candidates and the packet counts. */
+    CallRecord::Transport transport() const;
+    void writeRecording(const std::string& path) const;
+
+private:
+    static void onPadAdded(GstElement* webrtc, GstPad* pad, gpointer self);
+    static void onIceCandidate(GstElement* webrtc, guint line, gchar* text, gpointer self);
+    static void onConnectionState(GstElement* webrtc, GParamSpec* spec, gpointer self);
+    static void onIceState(GstElement* webrtc, GParamSpec* spec, gpointer self);
+    static void onGatheringState(GstElement* webrtc, GParamSpec* spec, gpointer self);
+    static GstPadProbeReturn onTalkPacket(GstPad* pad, GstPadProbeInfo* info, gpointer self);
+
+    void configureIce(const Options& options);
+    void connectSignals();
+    void addVideo();
+    void addAudio(bool talk);
+    void addTalk(GstCaps* codec);
+    void receive(GstPad* pad);
+    PromiseRef waitFor(const char* operation, GstWebRTCSessionDescription* description) const;
+
+    PeerListener& listener_;
+    CallStatistics& statistics_;
+    ElementRef pipeline_;
+    GstElement* webrtc_;  // the pipeline's
+    GstElement* gate_ = nullptr;
+    VideoReceiver video_;
+    AudioReceiver audio_;
+    std::vector<std::string> mids_;
+};
+
+}  // namespace zelviewer

@@ -1,0 +1,30 @@
+/** Calls as a WHEP player places them. */
+#pragma once
+
+#include <httplib.h>
+
+#include <string>
+
+#include "signalling.h"
+
+namespace zelviewer {
+
+/** The answer always holds every candidate of the camera; our own may follow by PATCH. */
+class WhepSignalling : public Signalling {
+public:
+    explicit WhepSignalling(const std::string& baseUrl);
+
+    Answer place(const std::string& offerSdp, bool complete) override;
+    void listen(SignallingListener& listener) override;
+    void sendCandidate(const Candidate& candidate) override;
+    void selectStream(int stream) override;
+    void hangUp() override;
+
+private:
+    httplib::Client requests_;
+    std::string path_;
+    std::string etag_;
+    std::string iceCredentials_;  // the offer's a=ice-ufrag and a=ice-pwd lines
+};
+
+}  // namespace zelviewer
