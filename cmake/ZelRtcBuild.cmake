@@ -4,7 +4,18 @@ if(NOT CMAKE_BUILD_TYPE AND is_top_level)
   set(CMAKE_BUILD_TYPE RelWithDebInfo)
 endif()
 
-set(ZELRTC_WARNINGS -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+set(ZELRTC_WARNINGS -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+if(ZELRTC_WARNINGS_AS_ERRORS)
+  list(APPEND ZELRTC_WARNINGS -Werror)
+endif()
+
+# C libraries of older toolchains keep clock_gettime in a library of its own.
+include(CheckFunctionExists)
+check_function_exists(clock_gettime ZELRTC_CLOCK_IN_LIBC)
+set(ZELRTC_CLOCK_LIBRARY "")
+if(NOT ZELRTC_CLOCK_IN_LIBC)
+  set(ZELRTC_CLOCK_LIBRARY rt)
+endif()
 
 if(ZELRTC_SANITIZE)
   add_compile_options(-fsanitize=${ZELRTC_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
@@ -29,7 +40,7 @@ function(zelrtc_session_library target type sdk)
                                 ${module_dir}/zelwebrtc_session.cpp)
   target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
                                               $<BUILD_INTERFACE:${module_dir}> $<INSTALL_INTERFACE:include>)
-  target_link_libraries(${target} PUBLIC ${sdk})
+  target_link_libraries(${target} PUBLIC ${sdk} PRIVATE ${ZELRTC_CLOCK_LIBRARY})
   set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
                                              POSITION_INDEPENDENT_CODE ON)
   zelrtc_compile(${target} ${standard})

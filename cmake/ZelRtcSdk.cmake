@@ -1,15 +1,20 @@
 # Chooses the WebRTC SDK and names it ZelRtc::Sdk: the installed one where there is one, else the project's stand-in.
+# A cross build never falls back: a device has no use for the stand-in, and silence would hide a wrong path.
 
-if(NOT ZELRTC_SDK STREQUAL "host")
+if(NOT ZELRTC_SDK MATCHES "^(|installed|host)$")
+  message(FATAL_ERROR "ZELRTC_SDK is \"${ZELRTC_SDK}\"; it may be installed, host or empty")
+endif()
+
+if(ZELRTC_SDK STREQUAL "" AND NOT CMAKE_CROSSCOMPILING)
   find_package(KvsWebrtcClient QUIET)
 endif()
 
-if(ZELRTC_SDK STREQUAL "" AND NOT KvsWebrtcClient_FOUND)
-  set(ZELRTC_SDK_CHOSEN host)
-elseif(ZELRTC_SDK STREQUAL "")
+if(ZELRTC_SDK)
+  set(ZELRTC_SDK_CHOSEN ${ZELRTC_SDK})
+elseif(CMAKE_CROSSCOMPILING OR KvsWebrtcClient_FOUND)
   set(ZELRTC_SDK_CHOSEN installed)
 else()
-  set(ZELRTC_SDK_CHOSEN ${ZELRTC_SDK})
+  set(ZELRTC_SDK_CHOSEN host)
 endif()
 
 if(ZELRTC_SDK_CHOSEN STREQUAL "installed")
