@@ -1,0 +1,13 @@
+#ifndef ZELRTC_BENCH_ALLOCATIONS_H
+#define ZELRTC_BENCH_ALLOCATIONS_H
+
+#include <cstdint>
+
+namespace bench {
+
+/** How often the calling thread has asked the C++ runtime for memory. */
+uint64_t allocationCount();
+
+}  // namespace bench
+
+#endif

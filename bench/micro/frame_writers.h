@@ -1,0 +1,43 @@
+/**
+ * @file frame_writers.h
+ * The ways to write one frame that the benchmarks compare, all called alike.
+ */
+#ifndef ZELRTC_BENCH_FRAME_WRITERS_H
+#define ZELRTC_BENCH_FRAME_WRITERS_H
+
+#include <cstdint>
+#include <vector>
+
+#include "hand_written.h"
+#include "zelwebrtc_session.h"
+
+namespace bench {
+
+/** One frame and everything it can be written to. The sessions run over the null SDK. */
+class Targets {
+public:
+    Targets();
+
+    PRtcRtpTransceiver transceiver;
+    HandWrittenSender byHand;
+    ZelRtcSession connected; /**< past its first key frame */
+    ZelRtcSession waiting;   /**< connected, no key frame seen */
+    ZelRtcSession idle;      /**< never connected */
+    uint8_t* data;
+    size_t size;
+};
+
+/** Writes one frame and returns what the write returned. */
+using FrameWriter = int (*)(Targets* targets, int64_t presentationTs);
+
+struct NamedWriter {
+    const char* name;
+    FrameWriter writer;
+    int result; /**< what a write is expected to return */
+};
+
+const std::vector<NamedWriter>& frameWriters();
+
+}  // namespace bench
+
+#endif

@@ -1,0 +1,29 @@
+#ifndef ZELRTC_BENCH_HAND_WRITTEN_H
+#define ZELRTC_BENCH_HAND_WRITTEN_H
+
+#include <cstddef>
+#include <cstdint>
+
+#include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
+
+namespace bench {
+
+/**
+ * The least that a guarded write can cost when an application writes it by hand: both flags loaded, one frame filled,
+ * the SDK called. What the session is measured against.
+ */
+class HandWrittenSender {
+public:
+    explicit HandWrittenSender(PRtcRtpTransceiver transceiver);
+    /** Takes what the session's write takes; the last two have no use here. */
+    int write(uint8_t* data, size_t size, int64_t presentationTs, int flags, int videoType);
+
+private:
+    PRtcRtpTransceiver transceiver_;
+    ATOMIC_BOOL connected_;
+    ATOMIC_BOOL terminated_;
+};
+
+}  // namespace bench
+
+#endif

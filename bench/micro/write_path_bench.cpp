@@ -1,0 +1,51 @@
+// Time and allocations of one written frame, on one thread and on four at once.
+#include <benchmark/benchmark.h>
+
+#include <atomic>
+
+#include "allocations.h"
+#include "frame_writers.h"
+
+namespace {
+
+std::atomic<bool> failed{false};
+
+constexpr int64_t kFrameIntervalUs = 33333;
+
+void fail(benchmark::State& state, const char* reason) {
+    failed = true;
+    state.SkipWithError(reason);
+}
+
+void writeFrames(benchmark::State& state, const bench::NamedWriter& way) {
+    static bench::Targets targets;
+    int64_t presentationTs = 0;
+    const uint64_t allocationsBefore = bench::allocationCount();
+    for (auto unused : state) {
+        (void) unused;
+        if (way.writer(&targets, presentationTs) != way.result) {
+            fail(state, "the write returned something else");
+            break;
+        }
+        presentationTs += kFrameIntervalUs;
+    }
+    if (bench::allocationCount() != allocationsBefore) {
+        fail(state, "writing a frame allocated memory");
+    }
+}
+
+void registerBenchmarks() {
+    for (const bench::NamedWriter& way : bench::frameWriters()) {
+        const auto run = [&way](benchmark::State& state) { writeFrames(state, way); };
+        benchmark::RegisterBenchmark(way.name, run)->Threads(1)->Threads(4);
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    registerBenchmarks();
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return failed ? 1 : 0;
+}
