@@ -383,6 +383,8 @@ int ZelRtcSession::writeAudioData(uint8_t* data, size_t size, int64_t presentati
 
 int ZelRtcSession::writeData(PRtcRtpTransceiver rtpTransceiver, uint8_t* data, size_t size, int64_t presentationTs,
                              int flags) {
+    const bool isVideo = rtpTransceiver == pVideoRtcRtpTransceiver_;
+
     if (!globalAtomicLoad(&connected_) || globalAtomicLoad(&terminated_)) {
         return ZELRTC_WRITE_NOT_CONNECTED;
     }
@@ -390,7 +392,7 @@ int ZelRtcSession::writeData(PRtcRtpTransceiver rtpTransceiver, uint8_t* data, s
     if (rtpTransceiver == nullptr) {
         return ZELRTC_WRITE_NOT_CONNECTED;
     }
-    if (rtpTransceiver == pVideoRtcRtpTransceiver_ && waitKeyframe_) {
+    if (isVideo && waitKeyframe_) {
         ZELRTC_LOG(kLogFrame, "input video frame, flag %d", flags);
         if ((flags & ZELRTC_FRAME_FLAG_KEY_FRAME) == 0) {
             ZELRTC_LOG(kLogFrame, "waiting keyframe");
