@@ -1,0 +1,64 @@
+/** @file audio_source.h The camera's sound: a loop of mu-law samples, paced by the clock. */
+#ifndef CAMERA_AUDIO_SOURCE_H
+#define CAMERA_AUDIO_SOURCE_H
+
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace camera {
+
+/** 20 ms of sound, in memory that is valid only while it is handed over. */
+struct AudioFrame {
+    uint8_t* data;  /**< mu-law */
+    size_t size;    /**< bytes in data */
+    int64_t timeUs; /**< when the first sample was captured, on the monotonic clock */
+};
+
+/** One second of the test tone: 440 Hz for 800 ms, then silence for 200 ms. */
+std::vector<uint8_t> tonePattern();
+
+/**
+ * The samples of a raw mu-law file.
+ * @throw std::runtime_error with a sentence for the user when it cannot be read or holds less than one frame
+ */
+std::vector<uint8_t> readMulawFile(const std::string& path);
+
+/** Hands out the loop from start to stop. start and stop from one thread at a time. */
+class AudioSource {
+public:
+    /** Gets every frame, on the source's own thread. */
+    using Sink = std::function<void(const AudioFrame&)>;
+
+    /** @param loop at least one frame of samples */
+    AudioSource(std::vector<uint8_t> loop, Sink sink);
+    ~AudioSource();
+    AudioSource(const AudioSource&) = delete;
+    AudioSource& operator=(const AudioSource&) = delete;
+
+    /** Without effect while it runs. */
+    void start();
+
+    /** Waits for a sink that is at work. */
+    void stop();
+
+private:
+    void run();
+    void handOverNext(int64_t timeUs);
+
+    std::vector<uint8_t> loop_;
+    Sink sink_;
+    size_t position_ = 0;
+    std::mutex mutex_;
+    std::condition_variable stopping_;
+    bool stop_ = false;
+    std::thread thread_;
+};
+
+}  // namespace camera
+
+#endif

@@ -1,0 +1,99 @@
+#include "call_registry.h"
+
+#include <future>
+#include <utility>
+
+#include "problem.h"
+
+namespace camera {
+
+CallRegistry::CallRegistry(CallSettings settings, MediaHub& hub) : settings_(std::move(settings)), hub_(hub) {
+}
+
+std::shared_ptr<Call> CallRegistry::place(const std::string& offer, std::optional<bool> trickle) {
+    std::shared_ptr<Call> call = admit(trickle);
+    try {
+        call->start(offer);
+    } catch (const Problem& problem) {
+        remove(call->id());
+        call->end(problem.what());
+        throw;
+    }
+    return call;
+}
+
+std::shared_ptr<Call> CallRegistry::admit(std::optional<bool> trickle) {
+    ZelRtcSessionConfig config = settings_.session;
+    config.trickleIce = trickle.value_or(config.trickleIce);
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (isShutDown_) {
+        throw Problem(503, "the camera is shutting down");
+    }
+    if (calls_.size() >= settings_.maxCalls) {
+        throw Problem(503, "the camera is in as many calls as it takes (" + std::to_string(settings_.maxCalls) + ")");
+    }
+    const int id = ++newestId_;
+    auto call = std::make_shared<Call>(id, config, recordPath(id), hub_);
+    calls_[id] = call;
+    return call;
+}
+
+std::string CallRegistry::recordPath(int id) const {
+    return settings_.recordDir.empty() ? "" : settings_.recordDir + "/call-" + std::to_string(id) + ".wav";
+}
+
+std::shared_ptr<Call> CallRegistry::find(int id) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = calls_.find(id);
+    if (found == calls_.end()) {
+        throw Problem(404, "there is no call " + std::to_string(id));
+    }
+    return found->second;
+}
+
+std::shared_ptr<Call> CallRegistry::remove(int id) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = calls_.find(id);
+    if (found == calls_.end()) {
+        return nullptr;
+    }
+    std::shared_ptr<Call> call = found->second;
+    calls_.erase(found);
+    return call;
+}
+
+void CallRegistry::end(int id, const std::string& reason) {
+    const std::shared_ptr<Call> call = remove(id);
+    if (!call) {
+        throw Problem(404, "there is no call " + std::to_string(id));
+    }
+    call->end(reason);
+}
+
+std::vector<std::shared_ptr<Call>> CallRegistry::all() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::vector<std::shared_ptr<Call>> calls;
+    calls.reserve(calls_.size());
+    for (const auto& entry : calls_) {
+        calls.push_back(entry.second);
+    }
+    return calls;
+}
+
+void CallRegistry::shutdown() {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        isShutDown_ = true;
+    }
+    // Closing a connection takes the SDK a moment: together they take no longer than one.
+    std::vector<std::future<void>> endings;
+    for (const auto& call : all()) {
+        remove(call->id());
+        endings.push_back(std::async(std::launch::async, [call] { call->end("the camera is shutting down"); }));
+    }
+    for (auto& ending : endings) {
+        ending.wait();
+    }
+}
+
+}  // namespace camera

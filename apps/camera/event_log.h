@@ -1,0 +1,65 @@
+/** @file event_log.h What happened in a call, for any number of readers at their own pace. */
+#ifndef CAMERA_EVENT_LOG_H
+#define CAMERA_EVENT_LOG_H
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace camera {
+
+/** One thing that happened. */
+struct Event {
+    uint64_t id;      /**< counts from 1 in each call */
+    std::string name; /**< kind of event, such as "state" */
+    std::string data; /**< one line of JSON */
+};
+
+/**
+ * The events of one call from its beginning. Readers ask for what came after the last event that they have seen, so a
+ * slow reader costs nothing and a late one misses nothing. Any thread; no operation blocks but next.
+ */
+class EventLog {
+public:
+    /** Keeps an event for as long as the log lives. */
+    void append(const std::string& name, const std::string& data);
+
+    /** Keeps an event until `keep` newer ones of the same name have been appended: for what comes without end. */
+    void appendPassing(const std::string& name, const std::string& data, size_t keep);
+
+    /** Nothing follows: later appends are ignored and readers are told. May be repeated. */
+    void close();
+
+    /** What a reader gets. */
+    struct Batch {
+        std::vector<Event> events;
+        bool last; /**< the log is closed and these are its final events */
+    };
+
+    /**
+     * The events after the one with the id `after`, waiting for one when there is none yet.
+     * @param after 0 for all that is kept
+     * @param limit how long to wait at the most; the batch is then empty
+     */
+    Batch next(uint64_t after, std::chrono::milliseconds limit);
+
+private:
+    uint64_t store(const std::string& name, const std::string& data);
+
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::map<uint64_t, Event> events_;
+    std::map<std::string, std::deque<uint64_t>> passing_;
+    uint64_t newest_ = 0;
+    bool closed_ = false;
+};
+
+}  // namespace camera
+
+#endif

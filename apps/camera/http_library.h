@@ -1,0 +1,10 @@
+/** @file http_library.h cpp-httplib, made fit to stand beside the SDK. */
+#ifndef CAMERA_HTTP_LIBRARY_H
+#define CAMERA_HTTP_LIBRARY_H
+
+#include <httplib.h>
+
+// The resolver's header, which comes with it, has a macro with the name of the SDK's status type.
+#undef STATUS
+
+#endif

@@ -1,0 +1,105 @@
+// The demo camera: serves a page, answers its calls and sends them picture and sound.
+
+#include <pthread.h>
+#include <spdlog/spdlog.h>
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include "call_keeper.h"
+#include "call_registry.h"
+#include "calls_api.h"
+#include "http_server.h"
+#include "log_sink.h"
+#include "media_hub.h"
+#include "options.h"
+#include "whep_api.h"
+
+namespace {
+
+using namespace camera;
+
+// A viewer has an event stream and a request or two.
+constexpr size_t THREADS_PER_CALL = 3;
+constexpr size_t SPARE_THREADS = 16;
+
+// Every thread inherits the mask, so that the signals wait for the one that asks for them.
+sigset_t blockStopSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    return signals;
+}
+
+void waitForStopSignal(const sigset_t& signals) {
+    int received = 0;
+    sigwait(&signals, &received);
+    spdlog::info("stopping on signal {}", received);
+    // Whoever asks again does not want to wait.
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+}
+
+// The SDK is up while this lives: before the first session and until after the last.
+class Sdk {
+public:
+    Sdk() {
+        if (initKvsWebRtc() != STATUS_SUCCESS) {
+            throw std::runtime_error("the WebRTC SDK cannot be initialised");
+        }
+    }
+    ~Sdk() {
+        deinitKvsWebRtc();
+    }
+    Sdk(const Sdk&) = delete;
+    Sdk& operator=(const Sdk&) = delete;
+};
+
+std::string urlOf(const Options& options, int port) {
+    const bool isIpv6 = options.host.find(':') != std::string::npos;
+    return "http://" + (isIpv6 ? "[" + options.host + "]" : options.host) + ":" + std::to_string(port) + "/";
+}
+
+void serve(const Options& options, const sigset_t& stopSignals) {
+    installLog(options.logLevel, options.logFile);
+    initVideo();
+    MediaHub hub(options.video, options.audioFile.empty() ? tonePattern() : readMulawFile(options.audioFile));
+    HttpServer server(options.calls.maxCalls * THREADS_PER_CALL + SPARE_THREADS);
+    const int port = server.bind(options.host, options.port);
+    const Sdk sdk;
+    CallRegistry calls(options.calls, hub);
+    addCallRoutes(server, calls, hub);
+    addWhepRoutes(server, calls);
+    {
+        const CallKeeper keeper(calls);
+        std::thread serving(&HttpServer::listen, &server);
+        std::printf("listening on %s\n", urlOf(options, port).c_str());
+        std::fflush(stdout);
+        waitForStopSignal(stopSignals);
+        calls.shutdown();
+        server.stop();
+        serving.join();
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    int exitStatus = 0;
+    const auto options = readOptions(argc, argv, exitStatus);
+    if (!options) {
+        return exitStatus;
+    }
+    try {
+        serve(*options, blockStopSignals());
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "zelrtc-camera: %s\n", error.what());
+        return 2;
+    }
+    return 0;
+}

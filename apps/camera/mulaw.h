@@ -1,0 +1,22 @@
+/** @file mulaw.h G.711 mu-law, the calls' audio format: 8000 samples a second, one byte each. */
+#ifndef CAMERA_MULAW_H
+#define CAMERA_MULAW_H
+
+#include <cstddef>
+#include <cstdint>
+
+namespace camera {
+
+constexpr int MULAW_RATE = 8000;
+constexpr int MULAW_FRAME_MS = 20;
+constexpr size_t MULAW_FRAME_BYTES = static_cast<size_t>(MULAW_RATE) * MULAW_FRAME_MS / 1000;
+
+/** The mu-law byte nearest to a 16-bit sample. */
+uint8_t mulawEncode(int16_t sample);
+
+/** The 16-bit sample that a mu-law byte stands for. */
+int16_t mulawDecode(uint8_t code);
+
+}  // namespace camera
+
+#endif

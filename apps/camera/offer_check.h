@@ -1,0 +1,31 @@
+/** @file offer_check.h Looks at what viewers send before it reaches a session, to tell them in words what is wrong. */
+#ifndef CAMERA_OFFER_CHECK_H
+#define CAMERA_OFFER_CHECK_H
+
+#include <string>
+
+namespace camera {
+
+/**
+ * Refuses what cannot be an offer of a viewer.
+ * @param text the body of a request: the SDK's JSON form of an offer
+ * @throw Problem 400 for what is no offer, 413 for one that is too long, 422 for an offer without video
+ */
+void checkOffer(const std::string& text);
+
+/**
+ * Refuses what cannot be a candidate.
+ * @param text the body of a request: the SDK's JSON form of a candidate
+ * @throw Problem 400
+ */
+void checkCandidate(const std::string& text);
+
+/** The SDK's JSON form of an offer with this SDP. */
+std::string offerFromSdp(const std::string& sdp);
+
+/** The SDP in the SDK's JSON form of an answer; empty when there is none. */
+std::string sdpOfAnswer(const std::string& answer);
+
+}  // namespace camera
+
+#endif

@@ -1,0 +1,177 @@
+#include "options.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <utility>
+#include <vector>
+
+namespace camera {
+
+namespace {
+
+constexpr int MOST_CALLS = 64;
+constexpr int LAST_PORT = 65535;
+constexpr size_t LONGEST_SERVER_TEXT = 256;
+
+// Texts as they stand on the command line, before they are taken apart.
+struct Texts {
+    std::string listen = "127.0.0.1:8080";
+    bool onAllAddresses = false;
+    std::vector<std::string> videoFiles;
+    std::vector<std::string> videoPipelines;
+    std::vector<std::string> iceServers;
+    bool noTrickle = false;
+};
+
+[[noreturn]] void refuse(const std::string& option, const std::string& reason) {
+    throw CLI::ValidationError(option, reason);
+}
+
+std::optional<int> wholeNumber(const std::string& text) {
+    int number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
+}
+
+void readAddress(const Texts& texts, Options& options) {
+    const size_t colon = texts.listen.rfind(':');
+    const auto port = wholeNumber(colon == std::string::npos ? "" : texts.listen.substr(colon + 1));
+    if (!port || *port < 0 || *port > LAST_PORT) {
+        refuse("--listen", "\"" + texts.listen + "\" is not ADDRESS:PORT with a port of 0 to 65535");
+    }
+    std::string host = texts.listen.substr(0, colon);
+    if (host.size() > 2 && host.front() == '[' && host.back() == ']') {
+        host = host.substr(1, host.size() - 2);
+    }
+    if (host.empty() && !texts.onAllAddresses) {
+        refuse("--listen", "\"" + texts.listen + "\" has no address; --all-addresses listens on every one");
+    }
+    options.host = texts.onAllAddresses ? "0.0.0.0" : host;
+    options.port = *port;
+}
+
+void readVideo(const std::string& option, VideoInput::Kind kind, const std::vector<std::string>& texts,
+               Options& options) {
+    for (const std::string& text : texts) {
+        const size_t equals = text.find('=');
+        const auto number = wholeNumber(text.substr(0, equals));
+        if (equals == std::string::npos || !number || *number < 0 || *number >= VIDEO_STREAMS) {
+            refuse(option, "\"" + text + "\" does not begin with a stream number and \"=\": 0=, 1= or 2=");
+        }
+        const VideoInput input{kind, text.substr(equals + 1)};
+        if (kind == VideoInput::Kind::FILE && !std::filesystem::is_regular_file(input.text)) {
+            refuse(option, "there is no file \"" + input.text + "\"");
+        }
+        options.video.at(static_cast<size_t>(*number)) = input;
+    }
+}
+
+ZelRtcIceServer iceServerOf(const std::string& text) {
+    // A credential may hold commas of its own.
+    const size_t first = text.find(',');
+    const size_t second = first == std::string::npos ? first : text.find(',', first + 1);
+    if (first != std::string::npos && second == std::string::npos) {
+        refuse("--ice-server", "\"" + text + "\" has a user but no credential: URL,USER,CREDENTIAL");
+    }
+    ZelRtcIceServer server{text.substr(0, first), "", ""};
+    if (second != std::string::npos) {
+        server.username = text.substr(first + 1, second - first - 1);
+        server.credential = text.substr(second + 1);
+    }
+    return server;
+}
+
+void checkIceServer(const ZelRtcIceServer& server) {
+    const std::string scheme = server.url.substr(0, server.url.find(':'));
+    if (scheme != "stun" && scheme != "turn" && scheme != "turns") {
+        refuse("--ice-server", "\"" + server.url + "\" does not begin with stun:, turn: or turns:");
+    }
+    if (scheme != "stun" && server.username.empty()) {
+        refuse("--ice-server", "\"" + server.url + "\" needs a user and a credential: URL,USER,CREDENTIAL");
+    }
+    if (std::max({server.url.size(), server.username.size(), server.credential.size()}) > LONGEST_SERVER_TEXT) {
+        refuse("--ice-server", "a text is longer than 256 characters");
+    }
+}
+
+void readIceServers(const Texts& texts, Options& options) {
+    for (const std::string& text : texts.iceServers) {
+        const ZelRtcIceServer server = iceServerOf(text);
+        checkIceServer(server);
+        options.calls.session.iceServers.push_back(server);
+    }
+    if (texts.iceServers.size() > MAX_ICE_SERVERS_COUNT) {
+        refuse("--ice-server", "there are more than " + std::to_string(MAX_ICE_SERVERS_COUNT));
+    }
+}
+
+void makeRecordDir(const Options& options) {
+    if (options.calls.recordDir.empty()) {
+        return;
+    }
+    std::error_code error;
+    std::filesystem::create_directories(options.calls.recordDir, error);
+    if (!std::filesystem::is_directory(options.calls.recordDir)) {
+        refuse("--record-dir", "\"" + options.calls.recordDir + "\" is no directory and cannot be made one");
+    }
+}
+
+void describe(CLI::App& app, Texts& texts, Options& options) {
+    const auto many = [](CLI::Option* option) { option->allow_extra_args(false); };
+    app.add_option("--listen", texts.listen, "Where to serve, ADDRESS:PORT; port 0 takes a free one")
+        ->capture_default_str();
+    app.add_flag("--all-addresses", texts.onAllAddresses, "Serve on every address of this machine");
+    many(app.add_option("--video-file", texts.videoFiles, "N=PATH: stream N shows an H.264 file (Annex B), looped"));
+    many(app.add_option("--video-pipeline", texts.videoPipelines,
+                        "N=TEXT: stream N shows a GStreamer pipeline that ends in H.264"));
+    app.add_option("--audio-file", options.audioFile, "Raw mu-law at 8 kHz, looped, instead of the tone")
+        ->check(CLI::ExistingFile);
+    many(app.add_option("--ice-server", texts.iceServers, "URL[,USER,CREDENTIAL] of a STUN or TURN server"));
+    app.add_flag("--relay-only", options.calls.session.relayOnly, "Use relayed (TURN) candidates only");
+    app.add_flag("--no-trickle", texts.noTrickle, "Answer with all candidates at once unless a viewer asks otherwise");
+    app.add_flag("--assistant-call", options.calls.session.isAlexaCall, "Treat every call as one of a voice assistant");
+    app.add_option("--record-dir", options.calls.recordDir, "Record viewers' audio there, as call-ID.wav");
+    app.add_option("--max-calls", options.calls.maxCalls, "How many calls at the same time")
+        ->check(CLI::Range(1, MOST_CALLS))
+        ->capture_default_str();
+    app.add_option("--log-level", options.logLevel, "Lowest level in the log: 1 all, 3 progress, 5 failures, 7 none")
+        ->check(CLI::Range(1, 7))
+        ->capture_default_str();
+    app.add_option("--log-file", options.logFile, "Write the log there instead of to standard error");
+}
+
+void interpret(const Texts& texts, Options& options) {
+    readAddress(texts, options);
+    readVideo("--video-file", VideoInput::Kind::FILE, texts.videoFiles, options);
+    readVideo("--video-pipeline", VideoInput::Kind::PIPELINE, texts.videoPipelines, options);
+    readIceServers(texts, options);
+    options.calls.session.trickleIce = !texts.noTrickle;
+    makeRecordDir(options);
+}
+
+std::string version() {
+    return std::to_string(ZELRTC_VERSION_MAJOR) + "." + std::to_string(ZELRTC_VERSION_MINOR) + "." +
+           std::to_string(ZELRTC_VERSION_PATCH);
+}
+
+}  // namespace
+
+std::optional<Options> readOptions(int argc, char** argv, int& exitStatus) {
+    CLI::App app("A camera to call from a browser: test picture, tone and talk-back over WebRTC.", "zelrtc-camera");
+    app.set_version_flag("--version", version());
+    Texts texts;
+    Options options;
+    describe(app, texts, options);
+    try {
+        app.parse(argc, argv);
+        interpret(texts, options);
+    } catch (const CLI::ParseError& error) {
+        exitStatus = app.exit(error) == 0 ? 0 : 2;
+        return std::nullopt;
+    }
+    return options;
+}
+
+}  // namespace camera

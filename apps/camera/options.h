@@ -1,0 +1,33 @@
+/** @file options.h What the command line says. */
+#ifndef CAMERA_OPTIONS_H
+#define CAMERA_OPTIONS_H
+
+#include <array>
+#include <optional>
+#include <string>
+
+#include "call_registry.h"
+#include "media_hub.h"
+
+namespace camera {
+
+struct Options {
+    std::string host = "127.0.0.1";
+    int port = 8080;
+    std::array<VideoInput, VIDEO_STREAMS> video;
+    std::string audioFile; /**< empty for the tone pattern */
+    CallSettings calls;
+    int logLevel = 3;
+    std::string logFile; /**< empty for standard error */
+};
+
+/**
+ * Reads the command line. What is wrong with it goes to standard error, help to standard output.
+ * @param exitStatus set when nothing is returned: 0 after help or version, 2 after a mistake
+ * @return nothing when the program is to end at once
+ */
+std::optional<Options> readOptions(int argc, char** argv, int& exitStatus);
+
+}  // namespace camera
+
+#endif

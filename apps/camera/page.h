@@ -1,0 +1,14 @@
+/** @file page.h The viewer page, built into the program. */
+#ifndef CAMERA_PAGE_H
+#define CAMERA_PAGE_H
+
+#include <string_view>
+
+namespace camera {
+
+/** The page as UTF-8 HTML. */
+extern const std::string_view page;
+
+}  // namespace camera
+
+#endif

@@ -1,0 +1,46 @@
+/** @file picture.h Drawing rectangles into I420 pictures that belong to someone else. */
+#ifndef CAMERA_PICTURE_H
+#define CAMERA_PICTURE_H
+
+#include <cstddef>
+#include <cstdint>
+
+namespace camera {
+
+/** One plane of a picture. */
+struct Plane {
+    uint8_t* data;
+    size_t stride; /**< bytes from one line to the next */
+};
+
+/** Luma and the two chroma planes of half the size, as I420 has them. */
+struct Picture {
+    Plane y;
+    Plane u;
+    Plane v;
+};
+
+/** In BT.601, limited range. */
+struct Colour {
+    uint8_t y;
+    uint8_t u;
+    uint8_t v;
+};
+
+constexpr Colour WHITE = {235, 128, 128};
+constexpr Colour BLACK = {16, 128, 128};
+
+/** In pixels, the ends excluded. Chroma has half the resolution: odd edges move by one pixel there. */
+struct Area {
+    size_t left;
+    size_t right;
+    size_t top;
+    size_t bottom;
+};
+
+/** The area must lie inside the picture. */
+void fill(const Picture& picture, const Area& area, const Colour& colour);
+
+}  // namespace camera
+
+#endif

@@ -1,0 +1,30 @@
+/** @file problem.h What went wrong with a request, in words for the person who sent it. */
+#ifndef CAMERA_PROBLEM_H
+#define CAMERA_PROBLEM_H
+
+#include <stdexcept>
+#include <string>
+
+namespace camera {
+
+/** Thrown by whatever handles a request; the HTTP server turns it into a problem document. */
+class Problem : public std::runtime_error {
+public:
+    /**
+     * @param httpStatus the status of the response
+     * @param detail     the reason, as a sentence without a full stop
+     */
+    Problem(int httpStatus, const std::string& detail) : std::runtime_error(detail), httpStatus_(httpStatus) {
+    }
+
+    int httpStatus() const {
+        return httpStatus_;
+    }
+
+private:
+    int httpStatus_;
+};
+
+}  // namespace camera
+
+#endif

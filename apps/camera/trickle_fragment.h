@@ -1,0 +1,15 @@
+/** @file trickle_fragment.h The body of a WHEP trickle request (application/trickle-ice-sdpfrag). */
+#ifndef CAMERA_TRICKLE_FRAGMENT_H
+#define CAMERA_TRICKLE_FRAGMENT_H
+
+#include <string>
+#include <vector>
+
+namespace camera {
+
+/** The candidates of a fragment, each in the SDK's JSON form; lines of other kinds are left out. */
+std::vector<std::string> candidatesOfFragment(const std::string& fragment);
+
+}  // namespace camera
+
+#endif
