@@ -1,0 +1,14 @@
+// Candidates as JSON text.
+#ifndef HOSTSDK_CANDIDATE_JSON_H
+#define HOSTSDK_CANDIDATE_JSON_H
+
+#include <string>
+
+namespace hostsdk {
+
+// The text that RtcOnIceCandidate hands out, in the SDK's written form.
+std::string writeCandidateJson(const std::string& candidateLine, const std::string& mid, unsigned int mLineIndex);
+
+}  // namespace hostsdk
+
+#endif

@@ -1,0 +1,19 @@
+// Candidate lines as SDP writes them (RFC 8839, section 5.1).
+#ifndef HOSTSDK_CANDIDATE_LINE_H
+#define HOSTSDK_CANDIDATE_LINE_H
+
+#include <optional>
+#include <string>
+
+namespace hostsdk {
+
+// The far end's line in the form that the ICE agent takes; nothing when it is one to ignore: not a candidate, TCP, or
+// without a numeric address (`.local` names need a resolver that cameras do not have).
+std::optional<std::string> usableCandidate(const std::string& line);
+
+// The agent's line with the attributes that the SDK writes.
+std::string sdkCandidate(const std::string& line);
+
+}  // namespace hostsdk
+
+#endif

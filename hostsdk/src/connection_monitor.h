@@ -1,0 +1,48 @@
+// Which connection states are reported, and when.
+#ifndef HOSTSDK_CONNECTION_MONITOR_H
+#define HOSTSDK_CONNECTION_MONITOR_H
+
+#include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
+
+#include <chrono>
+#include <functional>
+#include <optional>
+
+namespace hostsdk {
+
+// What the transport tells of itself.
+enum class TransportEvent { CONNECTED, FAILED, CLOSED_BY_FAR_END };
+
+// Turns transport events and the time since the last received packet into state reports, each change once.
+// Not thread-safe: one thread feeds it.
+class ConnectionMonitor {
+public:
+    using Clock = std::chrono::steady_clock;
+    using Report = std::function<void(RTC_PEER_CONNECTION_STATE)>;
+
+    // A live viewer's longest gap between packets is a little over a second.
+    static constexpr std::chrono::seconds SILENCE_LIMIT{5};
+    // Neither ICE nor DTLS gives up when the far end never answers.
+    static constexpr std::chrono::seconds CONNECTING_LIMIT{30};
+    static constexpr std::chrono::seconds DISCONNECTED_LIMIT{30};
+
+    explicit ConnectionMonitor(Report report);
+
+    // The answer is set: connecting begins.
+    void start(Clock::time_point now);
+    void onTransport(TransportEvent event, Clock::time_point now);
+    // `lastPacket`: when media or control packets last came in; nothing when none ever did.
+    void check(std::optional<Clock::time_point> lastPacket, Clock::time_point now);
+
+private:
+    bool isOver() const;
+    void enter(RTC_PEER_CONNECTION_STATE state, Clock::time_point now);
+
+    Report report_;
+    RTC_PEER_CONNECTION_STATE state_ = RTC_PEER_CONNECTION_STATE_NONE;
+    Clock::time_point since_;
+};
+
+}  // namespace hostsdk
+
+#endif

@@ -1,0 +1,27 @@
+// Addresses of ICE servers (RFC 7064, RFC 7065).
+#ifndef HOSTSDK_ICE_SERVER_URL_H
+#define HOSTSDK_ICE_SERVER_URL_H
+
+#include <optional>
+#include <string>
+
+namespace hostsdk {
+
+struct IceServerUrl {
+    std::string scheme;  // stun, stuns, turn or turns
+    std::string host;    // an IPv6 address keeps its brackets
+    int port = 0;
+    std::string transport;  // udp or tcp
+
+    bool isRelay() const;
+};
+
+// `turn:example.org:3478?transport=tcp` and the like; nothing when the text is no such address.
+std::optional<IceServerUrl> parseIceServerUrl(const std::string& text);
+
+// The form that webrtcbin takes: a URI with user and credential in it, percent-encoded.
+std::string webrtcbinUri(const IceServerUrl& url, const std::string& username, const std::string& credential);
+
+}  // namespace hostsdk
+
+#endif

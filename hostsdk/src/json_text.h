@@ -1,0 +1,30 @@
+// The little of JSON that descriptions and candidates need.
+#ifndef HOSTSDK_JSON_TEXT_H
+#define HOSTSDK_JSON_TEXT_H
+
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace hostsdk {
+
+// The value that the text holds, or a discarded one (is_discarded()) when it is not JSON. Never throws.
+nlohmann::json readJson(std::string_view text);
+
+// The member's text; nothing when it is absent or not a string. `object` must be an object.
+std::optional<std::string> stringMember(const nlohmann::json& object, const char* name);
+
+// The escaped characters between the quotes of a string member of the outermost object, as they stand in the text;
+// empty when there is no such member. `text` must be readable JSON.
+std::string_view escapedMember(std::string_view text, std::string_view name);
+
+// The text without the line ends that stand unescaped inside its strings, where JSON forbids them.
+std::string withoutRawLineEnds(std::string_view text);
+
+// The text with everything escaped that may not stand in a JSON string.
+std::string escapeJson(std::string_view text);
+
+}  // namespace hostsdk
+
+#endif

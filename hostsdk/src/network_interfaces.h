@@ -1,0 +1,12 @@
+// What the host's network offers to the ICE agent.
+#ifndef HOSTSDK_NETWORK_INTERFACES_H
+#define HOSTSDK_NETWORK_INTERFACES_H
+
+namespace hostsdk {
+
+// True when no interface but the loopback one is up with an address.
+bool hasOnlyLoopback();
+
+}  // namespace hostsdk
+
+#endif

@@ -1,0 +1,298 @@
+#include "peer_connection.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "answer.h"
+#include "candidate_json.h"
+#include "candidate_line.h"
+#include "log.h"
+#include "record_text.h"
+#include "statistics.h"
+#include "status.h"
+
+namespace hostsdk {
+
+namespace {
+
+constexpr std::chrono::milliseconds CHECK_PERIOD{250};
+
+std::vector<IceServer> readServers(const RtcConfiguration& configuration) {
+    std::vector<IceServer> servers;
+    for (const RtcIceServer& entry : configuration.iceServers) {
+        const std::string text = getField(entry.urls);
+        if (text.empty()) {
+            break;
+        }
+        servers.push_back({text, parseIceServerUrl(text), getField(entry.username), getField(entry.credential)});
+    }
+    return servers;
+}
+
+const char* kindName(MEDIA_STREAM_TRACK_KIND kind) {
+    return kind == MEDIA_STREAM_TRACK_KIND_AUDIO ? "audio" : "video";
+}
+
+}  // namespace
+
+std::unique_ptr<PeerConnection> PeerConnection::create(const RtcConfiguration& configuration) {
+    std::unique_ptr<PeerConnection> connection(new PeerConnection(configuration));
+    connection->pipeline_ =
+        WebRtcPipeline::create(configuration.iceTransportPolicy == ICE_TRANSPORT_POLICY_RELAY, connection->servers_,
+                               connection->executor_, connection->makeEvents());
+    return connection->pipeline_ == nullptr ? nullptr : std::move(connection);
+}
+
+PeerConnection::PeerConnection(const RtcConfiguration& configuration)
+    : RtcPeerConnection(),
+      servers_(readServers(configuration)),
+      monitor_([this](RTC_PEER_CONNECTION_STATE state) { reportState(state); }),
+      executor_(std::make_shared<HandlerExecutor>([this] { checkConnection(); }, CHECK_PERIOD)) {
+}
+
+PeerConnection::~PeerConnection() {
+    close();
+}
+
+void PeerConnection::close() {
+    executor_->stop();
+    for (const auto& transceiver : transceivers_) {
+        transceiver->setReady(false);
+        transceiver->setSender(nullptr);
+    }
+    std::unique_lock<std::mutex> lock(mutex_);
+    const std::shared_ptr<WebRtcPipeline> closing = std::move(pipeline_);
+    lock.unlock();
+}
+
+PipelineEvents PeerConnection::makeEvents() {
+    PipelineEvents events;
+    events.onCandidate = [this](unsigned int mLineIndex, const std::string& line) {
+        reportCandidate(mLineIndex, line);
+    };
+    events.onGatheringDone = [this] { callCandidateHandler(nullptr); };
+    events.onTransport = [this](TransportEvent event) { monitor_.onTransport(event, ConnectionMonitor::Clock::now()); };
+    events.onBandwidth = [this](double bitsPerSecond) { reportBandwidth(bitsPerSecond); };
+    events.onFrame = [this](RTC_CODEC codec, Frame* pFrame) { reportFrame(codec, pFrame); };
+    return events;
+}
+
+void PeerConnection::setCandidateHandler(UINT64 customData, RtcOnIceCandidate handler) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    onCandidate_ = handler;
+    onCandidateData_ = customData;
+}
+
+void PeerConnection::setStateHandler(UINT64 customData, RtcOnConnectionStateChange handler) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    onState_ = handler;
+    onStateData_ = customData;
+}
+
+void PeerConnection::reportCandidate(unsigned int mLineIndex, const std::string& line) {
+    const std::string mid = mLineIndex < offer_.size() ? offer_[mLineIndex].mid : "";
+    std::string json = writeCandidateJson(sdkCandidate(line), mid, mLineIndex);
+    callCandidateHandler(json.data());
+}
+
+void PeerConnection::callCandidateHandler(PCHAR json) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    const RtcOnIceCandidate handler = onCandidate_;
+    const UINT64 customData = onCandidateData_;
+    lock.unlock();
+    if (handler != nullptr) {
+        handler(customData, json);
+    }
+}
+
+void PeerConnection::reportState(RTC_PEER_CONNECTION_STATE state) {
+    // A frame written from inside the handler must find the way open.
+    setReady(state == RTC_PEER_CONNECTION_STATE_CONNECTED || state == RTC_PEER_CONNECTION_STATE_DISCONNECTED);
+    std::unique_lock<std::mutex> lock(mutex_);
+    const RtcOnConnectionStateChange handler = onState_;
+    const UINT64 customData = onStateData_;
+    lock.unlock();
+    if (handler != nullptr) {
+        handler(customData, state);
+    }
+}
+
+void PeerConnection::setReady(bool ready) {
+    for (const auto& transceiver : transceivers_) {
+        transceiver->setReady(ready);
+    }
+}
+
+void PeerConnection::reportFrame(RTC_CODEC codec, Frame* pFrame) {
+    for (const auto& transceiver : transceivers_) {
+        if (transceiver->receiver.track.codec == codec) {
+            transceiver->handleFrame(pFrame);
+            return;
+        }
+    }
+}
+
+void PeerConnection::reportBandwidth(double bitsPerSecond) {
+    for (const auto& transceiver : transceivers_) {
+        if (transceiver->receiver.track.kind == MEDIA_STREAM_TRACK_KIND_VIDEO) {
+            transceiver->handleBandwidth(bitsPerSecond);
+            return;
+        }
+    }
+}
+
+void PeerConnection::checkConnection() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    const std::shared_ptr<WebRtcPipeline> pipeline = pipeline_;
+    lock.unlock();
+    if (pipeline != nullptr) {
+        monitor_.check(pipeline->lastPacket(), ConnectionMonitor::Clock::now());
+    }
+}
+
+STATUS PeerConnection::addTransceiver(const RtcMediaStreamTrack& track, RTC_RTP_TRANSCEIVER_DIRECTION direction,
+                                      PRtcRtpTransceiver* ppTransceiver) {
+    transceivers_.push_back(std::make_unique<Transceiver>(track, direction));
+    *ppTransceiver = transceivers_.back().get();
+    return STATUS_SUCCESS;
+}
+
+STATUS PeerConnection::setRemoteDescription(const RtcSessionDescriptionInit& description) {
+    if (pipeline_ == nullptr) {
+        return STATUS_INVALID_OPERATION;
+    }
+    const std::string sdp = getField(description.sdp);
+    std::vector<OfferedMedia> offer = parseOffer(sdp);
+    if (description.type != SDP_TYPE_OFFER || offer.empty() || !pipeline_->setRemoteDescription(sdp)) {
+        return STATUS_SDP_UNREADABLE;
+    }
+    offer_ = std::move(offer);
+    addMedia();
+    return STATUS_SUCCESS;
+}
+
+Transceiver* PeerConnection::claimTransceiver(const std::string& kind, std::vector<Transceiver*>* pClaimed) {
+    for (const auto& transceiver : transceivers_) {
+        const bool isFree = std::find(pClaimed->begin(), pClaimed->end(), transceiver.get()) == pClaimed->end();
+        if (isFree && kind == kindName(transceiver->receiver.track.kind)) {
+            pClaimed->push_back(transceiver.get());
+            return transceiver.get();
+        }
+    }
+    return nullptr;
+}
+
+void PeerConnection::addMedia() {
+    std::vector<Transceiver*> claimed;
+    for (size_t i = 0; i < offer_.size(); i++) {
+        Transceiver* const pTransceiver = offer_[i].rejected ? nullptr : claimTransceiver(offer_[i].kind, &claimed);
+        if (pTransceiver == nullptr) {
+            continue;
+        }
+        const RtcMediaStreamTrack& track = pTransceiver->receiver.track;
+        const std::optional<PayloadFormat> format = chooseFormat(offer_[i], track.codec);
+        if (!format) {
+            logWarning("the offer has no codec for m-line " + std::to_string(i) + " that this side can answer");
+            continue;
+        }
+        NegotiatedMedia media;
+        media.mLineIndex = static_cast<unsigned int>(i);
+        media.codec = track.codec;
+        media.format = *format;
+        media.direction = answerDirection(offer_[i].direction, pTransceiver->direction);
+        media.streamId = getField(track.streamId);
+        pTransceiver->setSender(pipeline_->addMedia(media));
+        answered_.push_back({format->payloadType, profileLevelId(format->parameters)});
+    }
+}
+
+STATUS PeerConnection::createAnswer(PRtcSessionDescriptionInit pDescription) {
+    if (pipeline_ == nullptr) {
+        return STATUS_INVALID_OPERATION;
+    }
+    if (offer_.empty()) {
+        return STATUS_NO_REMOTE_DESCRIPTION;
+    }
+    const std::optional<std::string> sdp = pipeline_->createAnswer();
+    if (!sdp) {
+        return STATUS_INVALID_OPERATION;
+    }
+    const std::string complete = completeAnswer(*sdp, answered_);
+    if (complete.size() > MAX_SESSION_DESCRIPTION_INIT_SDP_LEN) {
+        return STATUS_BUFFER_TOO_SMALL;
+    }
+    pDescription->type = SDP_TYPE_ANSWER;
+    setField(pDescription->sdp, complete);
+    return STATUS_SUCCESS;
+}
+
+STATUS PeerConnection::setLocalDescription(const RtcSessionDescriptionInit& description) {
+    if (pipeline_ == nullptr || offer_.empty()) {
+        return STATUS_INVALID_OPERATION;
+    }
+    executor_->post([this] { monitor_.start(ConnectionMonitor::Clock::now()); });
+    return pipeline_->setLocalDescription(getField(description.sdp)) ? STATUS_SUCCESS : STATUS_SDP_UNREADABLE;
+}
+
+STATUS PeerConnection::currentLocalDescription(PRtcSessionDescriptionInit pDescription) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    const std::shared_ptr<WebRtcPipeline> pipeline = pipeline_;
+    lock.unlock();
+    const std::string sdp = pipeline == nullptr ? "" : pipeline->localDescription();
+    if (sdp.empty()) {
+        return STATUS_INVALID_OPERATION;
+    }
+    if (sdp.size() > MAX_SESSION_DESCRIPTION_INIT_SDP_LEN) {
+        return STATUS_BUFFER_TOO_SMALL;
+    }
+    // The SDK leaves the type open here.
+    std::memset(&pDescription->type, 0, sizeof(pDescription->type));
+    setField(pDescription->sdp, sdp);
+    return STATUS_SUCCESS;
+}
+
+STATUS PeerConnection::addIceCandidate(const std::string& line) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    const std::shared_ptr<WebRtcPipeline> pipeline = pipeline_;
+    lock.unlock();
+    if (pipeline == nullptr) {
+        return STATUS_INVALID_OPERATION;
+    }
+    const std::optional<std::string> candidate = usableCandidate(line);
+    if (candidate) {
+        pipeline->addCandidate(*candidate);
+    } else {
+        logDetail("candidate ignored: " + line);
+    }
+    return STATUS_SUCCESS;
+}
+
+STATUS PeerConnection::metrics(PRtcStats pStats) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    const std::shared_ptr<WebRtcPipeline> pipeline = pipeline_;
+    lock.unlock();
+    RtcStatsObject& object = pStats->rtcStatsObject;
+    switch (pStats->requestedTypeOfStats) {
+        case RTC_STATS_TYPE_LOCAL_CANDIDATE:
+        case RTC_STATS_TYPE_REMOTE_CANDIDATE: {
+            if (pipeline == nullptr) {
+                return STATUS_INVALID_OPERATION;
+            }
+            const std::unique_ptr<Reply> statistics = pipeline->statistics();
+            if (pStats->requestedTypeOfStats == RTC_STATS_TYPE_LOCAL_CANDIDATE) {
+                object.localIceCandidateStats = candidateStatistics(*statistics, Side::LOCAL);
+            } else {
+                object.remoteIceCandidateStats = candidateStatistics(*statistics, Side::REMOTE);
+            }
+            return STATUS_SUCCESS;
+        }
+        case RTC_STATS_TYPE_ICE_SERVER:
+            return object.iceServerStats.iceServerIndex < servers_.size() ? STATUS_NOT_IMPLEMENTED
+                                                                          : STATUS_ICE_SERVER_INDEX;
+        default:
+            return STATUS_NOT_IMPLEMENTED;
+    }
+}
+
+}  // namespace hostsdk

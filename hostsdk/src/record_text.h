@@ -1,0 +1,29 @@
+// Texts in the SDK's fixed-size fields.
+#ifndef HOSTSDK_RECORD_TEXT_H
+#define HOSTSDK_RECORD_TEXT_H
+
+#include <com/amazonaws/kinesis/video/common/PlatformUtils.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+namespace hostsdk {
+
+// Cuts at the field's size and always terminates.
+template <size_t SIZE>
+void setField(CHAR (&field)[SIZE], const std::string& text) {
+    const size_t length = std::min(text.size(), SIZE - 1);
+    std::memcpy(field, text.data(), length);
+    field[length] = '\0';
+}
+
+// Reads no further than the field, terminated or not.
+template <size_t SIZE>
+std::string getField(const CHAR (&field)[SIZE]) {
+    return std::string(field, strnlen(field, SIZE));
+}
+
+}  // namespace hostsdk
+
+#endif

@@ -1,0 +1,17 @@
+// Receiver estimated maximum bitrate (draft-alvestrand-rmcat-remb-03).
+#ifndef HOSTSDK_REMB_H
+#define HOSTSDK_REMB_H
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+namespace hostsdk {
+
+// The limit in bits per second from the control information of an application-layer feedback packet; nothing when it
+// is feedback of another kind.
+std::optional<double> readRemb(const uint8_t* data, size_t size);
+
+}  // namespace hostsdk
+
+#endif

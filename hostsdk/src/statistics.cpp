@@ -1,0 +1,59 @@
+#include "statistics.h"
+
+#include <cstring>
+
+#include "record_text.h"
+
+namespace hostsdk {
+
+namespace {
+
+constexpr const char* NOT_APPLICABLE = "N/A";
+
+// webrtcbin names the sides right in the ids of its records, but swaps them in their types.
+const GstStructure* findCandidate(const GstStructure* pStatistics, Side side) {
+    const char* const prefix = side == Side::LOCAL ? "ice-candidate-local_" : "ice-candidate-remote_";
+    for (gint i = 0; i < gst_structure_n_fields(pStatistics); i++) {
+        const char* const name = gst_structure_nth_field_name(pStatistics, static_cast<guint>(i));
+        const GValue* const pValue = gst_structure_get_value(pStatistics, name);
+        if (g_str_has_prefix(name, prefix) && GST_VALUE_HOLDS_STRUCTURE(pValue)) {
+            return gst_value_get_structure(pValue);
+        }
+    }
+    return nullptr;
+}
+
+std::string textField(const GstStructure* pStructure, const char* name) {
+    const char* const pText = gst_structure_get_string(pStructure, name);
+    return pText == nullptr ? "" : pText;
+}
+
+INT32 numberField(const GstStructure* pStructure, const char* name) {
+    guint value = 0;
+    gst_structure_get_uint(pStructure, name, &value);
+    return static_cast<INT32>(value);
+}
+
+}  // namespace
+
+RtcIceCandidateStats candidateStatistics(const Reply& statistics, Side side) {
+    RtcIceCandidateStats record{};
+    const GstStructure* const pStatistics = statistics.accepted() ? statistics.structure() : nullptr;
+    const GstStructure* const pCandidate = pStatistics == nullptr ? nullptr : findCandidate(pStatistics, side);
+    if (pCandidate == nullptr) {
+        return record;
+    }
+    setField(record.address, textField(pCandidate, "address"));
+    setField(record.candidateType, textField(pCandidate, "candidate-type"));
+    setField(record.protocol, textField(pCandidate, "protocol"));
+    record.port = numberField(pCandidate, "port");
+    record.priority = numberField(pCandidate, "priority");
+    if (side == Side::LOCAL) {
+        const std::string url = textField(pCandidate, "url");
+        setField(record.url, url.empty() ? NOT_APPLICABLE : url);
+        setField(record.relayProtocol, NOT_APPLICABLE);
+    }
+    return record;
+}
+
+}  // namespace hostsdk

@@ -1,0 +1,20 @@
+// The SDK's statistics records, filled from what webrtcbin and the configuration know.
+#ifndef HOSTSDK_STATISTICS_H
+#define HOSTSDK_STATISTICS_H
+
+#include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
+
+#include <vector>
+
+#include "webrtc_pipeline.h"
+
+namespace hostsdk {
+
+enum class Side { LOCAL, REMOTE };
+
+// The selected pair's candidate of that side; empty fields while no pair is selected.
+RtcIceCandidateStats candidateStatistics(const Reply& statistics, Side side);
+
+}  // namespace hostsdk
+
+#endif
