@@ -1,0 +1,91 @@
+#include "allocations.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+thread_local unsigned uncountedDepth = 0;
+thread_local unsigned long made = 0;
+thread_local unsigned long released = 0;
+thread_local unsigned long untilFailure = 0;
+
+void* allocate(std::size_t size) {
+    if (uncountedDepth == 0) {
+        if (untilFailure > 0 && --untilFailure == 0) {
+            throw std::bad_alloc();
+        }
+        ++made;
+    }
+    // NOLINTNEXTLINE(cppcoreguidelines-no-malloc): this is what operator new is made of
+    void* memory = std::malloc(size > 0 ? size : 1);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+
+void release(void* memory) {
+    if (uncountedDepth == 0 && memory != nullptr) {
+        ++released;
+    }
+    // NOLINTNEXTLINE(cppcoreguidelines-no-malloc): this is what operator delete is made of
+    std::free(memory);
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+    return allocate(size);
+}
+
+void* operator new[](std::size_t size) {
+    return allocate(size);
+}
+
+void operator delete(void* memory) noexcept {
+    release(memory);
+}
+
+void operator delete[](void* memory) noexcept {
+    release(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept {
+    release(memory);
+}
+
+void operator delete[](void* memory, std::size_t) noexcept {
+    release(memory);
+}
+
+namespace zelrtc_test {
+
+UncountedScope::UncountedScope() {
+    ++uncountedDepth;
+}
+
+UncountedScope::~UncountedScope() {
+    --uncountedDepth;
+}
+
+AllocationCount::AllocationCount() : madeBefore_(::made), releasedBefore_(::released) {
+}
+
+unsigned long AllocationCount::made() const {
+    return ::made - madeBefore_;
+}
+
+long AllocationCount::unreleased() const {
+    return static_cast<long>(made()) - static_cast<long>(::released - releasedBefore_);
+}
+
+FailingAllocation::FailingAllocation(unsigned long nth) {
+    untilFailure = nth;
+}
+
+FailingAllocation::~FailingAllocation() {
+    untilFailure = 0;
+}
+
+}  // namespace zelrtc_test

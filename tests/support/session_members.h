@@ -1,0 +1,51 @@
+/**
+ * A look at the session's private members, for the promises that no public operation shows: what a refused or failed
+ * call leaves unchanged. It rests on explicit instantiations being exempt from access checks, so the session's header
+ * needs no opening for tests.
+ */
+#ifndef TESTS_SUPPORT_SESSION_MEMBERS_H
+#define TESTS_SUPPORT_SESSION_MEMBERS_H
+
+#include "zelwebrtc_session.h"
+
+namespace zelrtc_test {
+
+template <typename Tag, typename Tag::type MEMBER>
+struct Reveal {
+    friend typename Tag::type pointerTo(Tag) {
+        return MEMBER;
+    }
+};
+
+#define ZELRTC_REVEAL(name, memberType)          \
+    struct name##Tag {                           \
+        typedef memberType ZelRtcSession::*type; \
+        friend type pointerTo(name##Tag);        \
+    };                                           \
+    template struct Reveal<name##Tag, &ZelRtcSession::name>
+
+ZELRTC_REVEAL(sid_, ZELRTC_SESSION_ID);
+ZELRTC_REVEAL(callback_, ZelWebrtcSessionCallback*);
+ZELRTC_REVEAL(sessionConfig_, ZelRtcSessionConfig);
+ZELRTC_REVEAL(pPeerConnection_, PRtcPeerConnection);
+ZELRTC_REVEAL(pVideoRtcRtpTransceiver_, PRtcRtpTransceiver);
+ZELRTC_REVEAL(pAudioRtcRtpTransceiver_, PRtcRtpTransceiver);
+ZELRTC_REVEAL(state_, RTC_PEER_CONNECTION_STATE);
+ZELRTC_REVEAL(waitKeyframe_, bool);
+ZELRTC_REVEAL(offerReceiveTime_, double);
+ZELRTC_REVEAL(connected_, ATOMIC_BOOL);
+ZELRTC_REVEAL(terminated_, ATOMIC_BOOL);
+ZELRTC_REVEAL(videoType_, UINT32);
+ZELRTC_REVEAL(audioType_, UINT32);
+
+#undef ZELRTC_REVEAL
+
+/** The member, as in `member(session, waitKeyframe_Tag())`. */
+template <typename Tag>
+auto member(ZelRtcSession& session, Tag tag) -> decltype((session.*pointerTo(tag))) {
+    return session.*pointerTo(tag);
+}
+
+}  // namespace zelrtc_test
+
+#endif

@@ -1,0 +1,91 @@
+/** What the unit tests share: a session, its application and the recording SDK, checked for misuse and leaks. */
+#ifndef TESTS_SUPPORT_SESSION_TEST_H
+#define TESTS_SUPPORT_SESSION_TEST_H
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "recording_callback.h"
+#include "recording_sdk.h"
+#include "session_members.h"
+#include "test_clock.h"
+#include "zelwebrtc_session.h"
+
+namespace zelrtc_test {
+
+using Lines = std::vector<LogLine>;
+using Journal = std::vector<std::string>;
+
+const char* const OFFER = "{\"type\":\"offer\",\"sdp\":\"v=0 100%s\"}";
+const ZELRTC_SESSION_ID SID = 7;
+const int KEY_FRAME = 0x10;
+
+ZelRtcIceServer iceServer(const std::string& url, const std::string& username = "", const std::string& credential = "");
+ZelRtcSessionConfig trickleConfig(const std::vector<ZelRtcIceServer>& servers = {});
+ZelRtcSessionConfig completeAnswerConfig(const std::vector<ZelRtcIceServer>& servers = {});
+ZelRtcSessionConfig alexaConfig();
+std::vector<ZelRtcIceServer> iceServers(size_t count);
+RtcIceServerStats serverStats(const std::string& url, int port, const std::string& protocol, UINT64 sent,
+                              UINT64 received, UINT64 roundTrip);
+
+/** Runs the action on a thread of its own and waits for its end. */
+void onAnotherThread(const std::function<void()>& action);
+
+/** Fills the stack below the caller with garbage, so that a record that is not cleared shows. */
+void dirtyStack();
+
+/** Every member of a session that an operation could change. */
+struct Members {
+    explicit Members(ZelRtcSession& session);
+    bool operator==(const Members& other) const;
+
+    ZELRTC_SESSION_ID sid;
+    ZelWebrtcSessionCallback* callback;
+    PRtcPeerConnection connection;
+    PRtcRtpTransceiver video;
+    PRtcRtpTransceiver audio;
+    RTC_PEER_CONNECTION_STATE state;
+    bool waitKeyframe;
+    SIZE_T connected;
+    SIZE_T terminated;
+    UINT32 videoType;
+    UINT32 audioType;
+};
+std::ostream& operator<<(std::ostream& out, const Members& members);
+
+class SessionTest : public ::testing::Test {
+protected:
+    SessionTest();
+    ~SessionTest() override;
+
+    void TearDown() override;
+
+    /** A new session, with what was recorded up to its end forgotten. */
+    ZelRtcSession& construct(const ZelRtcSessionConfig& config);
+    ZelRtcSession& construct(const ZelRtcSessionConfig& config, ZelWebrtcSessionCallback* callback);
+    /** A session whose init succeeded; all recorded so far is forgotten. */
+    ZelRtcSession& negotiate(const ZelRtcSessionConfig& config);
+    ZelRtcSession& negotiate(const ZelRtcSessionConfig& config, ZelWebrtcSessionCallback* callback);
+    /** A call that is connected; all recorded so far is forgotten. */
+    ZelRtcSession& connect();
+    /** Destroys the session; what that records is kept. */
+    void destroy();
+
+    RecordedConnection& connection() const;
+    Journal journal() const;
+    Lines lines() const;
+    /** The journal without the log lines. */
+    Journal events() const;
+
+    RecordingSdk& sdk;
+    RecordingCallback app;
+    std::unique_ptr<ZelRtcSession> session;
+};
+
+}  // namespace zelrtc_test
+
+#endif

@@ -1,0 +1,12 @@
+/** The library's clock, in the hands of the test. Linked before the library, it takes the place of the real one. */
+#ifndef TESTS_SUPPORT_TEST_CLOCK_H
+#define TESTS_SUPPORT_TEST_CLOCK_H
+
+namespace zelrtc_test {
+
+void setTimeMs(double now);
+void advanceTimeMs(double by);
+
+}  // namespace zelrtc_test
+
+#endif
