@@ -16,7 +16,9 @@
 
 /** The library's semantic version; every other statement of it is derived from these three numbers. */
 #define ZELRTC_VERSION_MAJOR 0
+/** Second number: additions. */
 #define ZELRTC_VERSION_MINOR 1
+/** Third number: corrections. */
 #define ZELRTC_VERSION_PATCH 0
 
 #if defined(__GNUC__)
