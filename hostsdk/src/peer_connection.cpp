@@ -18,14 +18,22 @@ namespace {
 
 constexpr std::chrono::milliseconds CHECK_PERIOD{250};
 
+// webrtcbin takes one STUN server, not over TLS, and any number of TURN servers.
 std::vector<IceServer> readServers(const RtcConfiguration& configuration) {
     std::vector<IceServer> servers;
+    bool hasStunServer = false;
     for (const RtcIceServer& entry : configuration.iceServers) {
-        const std::string text = getField(entry.urls);
-        if (text.empty()) {
+        IceServer server;
+        server.text = getField(entry.urls);
+        if (server.text.empty()) {
             break;
         }
-        servers.push_back({text, parseIceServerUrl(text), getField(entry.username), getField(entry.credential)});
+        server.url = parseIceServerUrl(server.text);
+        server.username = getField(entry.username);
+        server.credential = getField(entry.credential);
+        server.inUse = server.url && (server.url->isRelay() || (server.url->scheme == "stun" && !hasStunServer));
+        hasStunServer = hasStunServer || (server.inUse && !server.url->isRelay());
+        servers.push_back(server);
     }
     return servers;
 }
@@ -143,9 +151,7 @@ void PeerConnection::reportBandwidth(double bitsPerSecond) {
 }
 
 void PeerConnection::checkConnection() {
-    std::unique_lock<std::mutex> lock(mutex_);
-    const std::shared_ptr<WebRtcPipeline> pipeline = pipeline_;
-    lock.unlock();
+    const std::shared_ptr<WebRtcPipeline> pipeline = currentPipeline();
     if (pipeline != nullptr) {
         monitor_.check(pipeline->lastPacket(), ConnectionMonitor::Clock::now());
     }
@@ -231,14 +237,13 @@ STATUS PeerConnection::setLocalDescription(const RtcSessionDescriptionInit& desc
     if (pipeline_ == nullptr || offer_.empty()) {
         return STATUS_INVALID_OPERATION;
     }
+    gathering_ = true;
     executor_->post([this] { monitor_.start(ConnectionMonitor::Clock::now()); });
     return pipeline_->setLocalDescription(getField(description.sdp)) ? STATUS_SUCCESS : STATUS_SDP_UNREADABLE;
 }
 
 STATUS PeerConnection::currentLocalDescription(PRtcSessionDescriptionInit pDescription) {
-    std::unique_lock<std::mutex> lock(mutex_);
-    const std::shared_ptr<WebRtcPipeline> pipeline = pipeline_;
-    lock.unlock();
+    const std::shared_ptr<WebRtcPipeline> pipeline = currentPipeline();
     const std::string sdp = pipeline == nullptr ? "" : pipeline->localDescription();
     if (sdp.empty()) {
         return STATUS_INVALID_OPERATION;
@@ -253,9 +258,7 @@ STATUS PeerConnection::currentLocalDescription(PRtcSessionDescriptionInit pDescr
 }
 
 STATUS PeerConnection::addIceCandidate(const std::string& line) {
-    std::unique_lock<std::mutex> lock(mutex_);
-    const std::shared_ptr<WebRtcPipeline> pipeline = pipeline_;
-    lock.unlock();
+    const std::shared_ptr<WebRtcPipeline> pipeline = currentPipeline();
     if (pipeline == nullptr) {
         return STATUS_INVALID_OPERATION;
     }
@@ -269,30 +272,44 @@ STATUS PeerConnection::addIceCandidate(const std::string& line) {
 }
 
 STATUS PeerConnection::metrics(PRtcStats pStats) {
-    std::unique_lock<std::mutex> lock(mutex_);
-    const std::shared_ptr<WebRtcPipeline> pipeline = pipeline_;
-    lock.unlock();
     RtcStatsObject& object = pStats->rtcStatsObject;
     switch (pStats->requestedTypeOfStats) {
         case RTC_STATS_TYPE_LOCAL_CANDIDATE:
-        case RTC_STATS_TYPE_REMOTE_CANDIDATE: {
-            if (pipeline == nullptr) {
-                return STATUS_INVALID_OPERATION;
-            }
-            const std::unique_ptr<Reply> statistics = pipeline->statistics();
-            if (pStats->requestedTypeOfStats == RTC_STATS_TYPE_LOCAL_CANDIDATE) {
-                object.localIceCandidateStats = candidateStatistics(*statistics, Side::LOCAL);
-            } else {
-                object.remoteIceCandidateStats = candidateStatistics(*statistics, Side::REMOTE);
-            }
-            return STATUS_SUCCESS;
-        }
+            return selectedCandidate(Side::LOCAL, &object.localIceCandidateStats);
+        case RTC_STATS_TYPE_REMOTE_CANDIDATE:
+            return selectedCandidate(Side::REMOTE, &object.remoteIceCandidateStats);
         case RTC_STATS_TYPE_ICE_SERVER:
-            return object.iceServerStats.iceServerIndex < servers_.size() ? STATUS_NOT_IMPLEMENTED
-                                                                          : STATUS_ICE_SERVER_INDEX;
+            return iceServer(&object.iceServerStats);
         default:
             return STATUS_NOT_IMPLEMENTED;
     }
+}
+
+STATUS PeerConnection::selectedCandidate(Side side, PRtcIceCandidateStats pRecord) {
+    const std::shared_ptr<WebRtcPipeline> pipeline = currentPipeline();
+    if (pipeline == nullptr) {
+        return STATUS_INVALID_OPERATION;
+    }
+    *pRecord = candidateStatistics(*pipeline->statistics(), side);
+    return STATUS_SUCCESS;
+}
+
+STATUS PeerConnection::iceServer(PRtcIceServerStats pRecord) {
+    const UINT32 index = pRecord->iceServerIndex;
+    if (index >= servers_.size()) {
+        return STATUS_ICE_SERVER_INDEX;
+    }
+    // The ICE agent counts nothing per server: of one that it has asked, the figures are unknown.
+    if (gathering_ && servers_[index].inUse) {
+        return STATUS_NOT_IMPLEMENTED;
+    }
+    *pRecord = untouchedServerStatistics(servers_[index], index);
+    return STATUS_SUCCESS;
+}
+
+std::shared_ptr<WebRtcPipeline> PeerConnection::currentPipeline() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return pipeline_;
 }
 
 }  // namespace hostsdk

@@ -4,6 +4,7 @@
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -12,6 +13,7 @@
 #include "answer.h"
 #include "connection_monitor.h"
 #include "handler_executor.h"
+#include "statistics.h"
 #include "transceiver.h"
 #include "webrtc_pipeline.h"
 
@@ -59,6 +61,9 @@ private:
     // The first transceiver of the codec that answers none of the m-lines yet.
     Transceiver* claimTransceiver(const std::string& kind, std::vector<Transceiver*>* pClaimed);
     void addMedia();
+    std::shared_ptr<WebRtcPipeline> currentPipeline();
+    STATUS selectedCandidate(Side side, PRtcIceCandidateStats pRecord);
+    STATUS iceServer(PRtcIceServerStats pRecord);
 
     std::vector<IceServer> servers_;
     ConnectionMonitor monitor_;
@@ -69,6 +74,7 @@ private:
     std::vector<std::unique_ptr<Transceiver>> transceivers_;
     std::vector<OfferedMedia> offer_;
     std::vector<AnsweredFormat> answered_;
+    std::atomic<bool> gathering_{false};
     RtcOnIceCandidate onCandidate_ = nullptr;
     UINT64 onCandidateData_ = 0;
     RtcOnConnectionStateChange onState_ = nullptr;

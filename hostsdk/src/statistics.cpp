@@ -1,7 +1,5 @@
 #include "statistics.h"
 
-#include <cstring>
-
 #include "record_text.h"
 
 namespace hostsdk {
@@ -53,6 +51,14 @@ RtcIceCandidateStats candidateStatistics(const Reply& statistics, Side side) {
         setField(record.url, url.empty() ? NOT_APPLICABLE : url);
         setField(record.relayProtocol, NOT_APPLICABLE);
     }
+    return record;
+}
+
+RtcIceServerStats untouchedServerStatistics(const IceServer& server, UINT32 index) {
+    RtcIceServerStats record{};
+    setField(record.url, server.text);
+    record.port = server.url ? server.url->port : 0;
+    record.iceServerIndex = index;
     return record;
 }
 

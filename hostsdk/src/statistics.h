@@ -4,8 +4,6 @@
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
-#include <vector>
-
 #include "webrtc_pipeline.h"
 
 namespace hostsdk {
@@ -14,6 +12,9 @@ enum class Side { LOCAL, REMOTE };
 
 // The selected pair's candidate of that side; empty fields while no pair is selected.
 RtcIceCandidateStats candidateStatistics(const Reply& statistics, Side side);
+
+// A server that nothing was sent to.
+RtcIceServerStats untouchedServerStatistics(const IceServer& server, UINT32 index);
 
 }  // namespace hostsdk
 

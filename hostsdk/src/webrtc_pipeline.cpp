@@ -6,6 +6,7 @@
 
 #include <utility>
 
+#include "dtls_close.h"
 #include "log.h"
 #include "network_interfaces.h"
 #include "remb.h"
@@ -146,7 +147,7 @@ void WebRtcPipeline::Link::onDtlsState(GstElement* pDtlsdec, GParamSpec*, std::s
     g_object_get(pDtlsdec, "connection-state", &state, nullptr);
     if (state == DTLS_CONNECTED) {
         (*pLink)->dtlsConnected = true;
-    } else if (state == DTLS_CLOSED && (*pLink)->dtlsConnected) {
+    } else if (state == DTLS_CLOSED && (*pLink)->dtlsConnected.exchange(false)) {
         postTransport(*pLink, TransportEvent::CLOSED_BY_FAR_END);
     }
 }
@@ -216,6 +217,9 @@ WebRtcPipeline::WebRtcPipeline(GstPtr<GstElement> pipeline, GstElement* pWebrtcb
 }
 
 WebRtcPipeline::~WebRtcPipeline() {
+    if (link_->dtlsConnected) {
+        sendDtlsClose(GST_BIN(pWebrtcbin_));
+    }
     // The answer shows that webrtcbin's thread has done all that was asked of it; closing while it still gathers
     // candidates would leak their sockets.
     statistics();
@@ -259,18 +263,16 @@ void WebRtcPipeline::configureAgent() {
 }
 
 void WebRtcPipeline::addServers(const std::vector<IceServer>& servers) {
-    bool hasStunServer = false;
     for (const IceServer& server : servers) {
-        if (!server.url) {
-            logDetail("ICE server ignored, no usable address: " + server.text);
+        if (!server.inUse) {
+            logDetail("ICE server left out: " + server.text);
             continue;
         }
         const std::string uri = webrtcbinUri(*server.url, server.username, server.credential);
         if (server.url->isRelay()) {
             gboolean added = FALSE;
             g_signal_emit_by_name(pWebrtcbin_, "add-turn-server", uri.c_str(), &added);
-        } else if (!hasStunServer) {
-            hasStunServer = true;
+        } else {
             g_object_set(pWebrtcbin_, "stun-server", uri.c_str(), nullptr);
         }
     }

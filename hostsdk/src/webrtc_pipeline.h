@@ -36,6 +36,7 @@ struct IceServer {
     std::optional<IceServerUrl> url;
     std::string username;
     std::string credential;
+    bool inUse = false;
 };
 
 // One m-line that a transceiver answers.
