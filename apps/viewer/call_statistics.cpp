@@ -47,12 +47,12 @@ void CallStatistics::streamAsked(int stream) {
 void CallStatistics::accessUnitReceived(const AccessUnit& unit) {
     const std::lock_guard<std::mutex> lock(mutex_);
     const double ms = now();
-    if (lastFrameMs_) {
-        record_.largestGapMs = std::max(record_.largestGapMs, ms - *lastFrameMs_);
+    if (record_.lastFrameMs) {
+        record_.largestGapMs = std::max(record_.largestGapMs, ms - *record_.lastFrameMs);
     } else {
         record_.firstFrameMs = ms;
     }
-    lastFrameMs_ = ms;
+    record_.lastFrameMs = ms;
     if (record_.sizes.empty() || !(record_.sizes.back().size == unit.size)) {
         record_.sizes.push_back({unit.size, ms, unit.keyFrame});
     }

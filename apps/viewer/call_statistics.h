@@ -52,6 +52,7 @@ struct CallRecord {
     std::optional<double> connectedMs;
     std::optional<double> firstFrameMs;
     std::optional<double> firstDecodedMs;
+    std::optional<double> lastFrameMs;
     std::vector<State> streamsAsked;  // the name is the stream's number
     std::vector<SizeChange> sizes;
     std::uint64_t frames = 0;
@@ -100,7 +101,6 @@ private:
     mutable std::mutex mutex_;
     Clock::time_point start_ = Clock::now();
     CallRecord record_;
-    std::optional<double> lastFrameMs_;
     double audioSquares_ = 0;
     std::uint64_t audioSamples_ = 0;
 };
