@@ -1,0 +1,237 @@
+"""The calls over bad networks: what is done to each, and what must come of it."""
+import signal
+import time
+from dataclasses import dataclass, field
+
+from . import namespaces
+from .programs import Camera, Viewer, wait_for
+
+FRAMES_A_SECOND = 30
+AUDIO_PACKETS_A_SECOND = 50
+CONNECT_SECONDS = 40
+
+
+@dataclass
+class Programs:
+    camera: str
+    viewer: str
+    link: str
+
+
+@dataclass
+class Outcome:
+    """What one case brought: a row of the table, and what is wrong with it."""
+    name: str
+    network: str
+    seconds: float = 0
+    report: dict = None
+    camera_states: list = field(default_factory=list)
+    came_back: str = "never left"
+    notes: str = ""
+    problems: list = field(default_factory=list)
+
+    def expect(self, condition, what):
+        if not condition:
+            self.problems.append(what)
+
+    def call(self):
+        return self.report["calls"][0]
+
+
+class Scene:
+    """A network with a running camera in it."""
+
+    def __init__(self, programs, network, camera_options=()):
+        self._programs = programs
+        self.network = network
+        options = ["--all-addresses", "--listen", f":{getattr(network, 'http_port', 0)}", "--log-level", "2"]
+        self.camera = Camera(programs.camera, [*options, *camera_options], network.command_in)
+
+    def viewer(self, *options):
+        # Late packets wait in the viewer for as long as the links here can hold one back.
+        settings = ["--connect-timeout", str(CONNECT_SECONDS), *options]
+        return Viewer(self._programs.viewer, self.camera.url(self.network.camera_address), settings,
+                      self.network.command_in)
+
+    def wait_for_state(self, state, seconds=CONNECT_SECONDS, times=1):
+        def reached():
+            states = [event["data"]["state"] for event in list(self.camera.events) if event["event"] == "state"]
+            return states.count(state) >= times
+
+        wait_for(reached, seconds, f"the state {state}")
+
+    def last_call_states(self):
+        calls = self.camera.calls()
+        return self.camera.states_of(calls[-1]) if calls else []
+
+
+def describe_ends(camera, call):
+    return [(f"ended: {event['data']['reason']}", None) for event in camera.events_of(call, "ended")]
+
+
+def finish(outcome, scene):
+    """Waits until the camera has let go of the call, and notes what its application heard."""
+    def all_ended():
+        return all(scene.camera.events_of(call, "ended") for call in scene.camera.calls())
+
+    try:
+        wait_for(all_ended, 20, "the end of the call")
+    except TimeoutError:
+        outcome.problems.append("the camera still holds the call 20 s after its end")
+    for call in scene.camera.calls():
+        outcome.camera_states += scene.camera.states_of(call) + describe_ends(scene.camera, call)
+    health = scene.camera.health()
+    outcome.expect(health["calls"] == 0, "the camera still counts the call")
+
+
+def steady(name, text, commands, seconds, frames, audio, viewer_options=()):
+    """A call over a link that is equally bad throughout; frames and audio: the shares that must arrive."""
+    def case(programs, seed):
+        outcome = Outcome(name, text, seconds)
+        with namespaces.Network(programs.link, seed) as network:
+            scene = Scene(programs, network)
+            with scene.camera:
+                network.link.set(commands)
+                outcome.report = scene.viewer("--seconds", str(seconds), *viewer_options).report()
+                finish(outcome, scene)
+        check_picture(outcome, frames, audio)
+        return outcome
+
+    case.title = name
+    return case
+
+
+def check_picture(outcome, frames, audio):
+    call = outcome.call()
+    decoded, received = call["video"]["decoded"], call["audio"]["received"]
+    outcome.expect(call["ms"]["connected"] is not None, "never connected")
+    outcome.expect(decoded >= frames * FRAMES_A_SECOND * outcome.seconds, f"only {decoded} pictures were decoded")
+    outcome.expect(received >= audio * AUDIO_PACKETS_A_SECOND * outcome.seconds, f"only {received} audio packets")
+
+
+def outage(seconds, before, after, same_call):
+    """The link goes down in the middle of a call."""
+    def case(programs, seed):
+        total = before + seconds + after
+        outcome = Outcome(f"outage of {seconds} s", f"nothing passes for {seconds} s", total)
+        with namespaces.Network(programs.link, seed) as network:
+            scene = Scene(programs, network)
+            with scene.camera:
+                viewer = scene.viewer("--seconds", str(total))
+                scene.wait_for_state("connected")
+                time.sleep(before)
+                network.link.set("down")
+                time.sleep(seconds)
+                network.link.set("up")
+                outcome.report = viewer.report()
+                call_ms = outcome.call()["ms"]
+                has_ended = bool(outcome.call()["ended"]) or not same_call
+                if has_ended:
+                    again = scene.viewer("--seconds", "3").report()["calls"][0]
+                    outcome.came_back = f"with a new call, {again['ms']['firstDecoded']:.0f} ms after its offer"
+                    outcome.expect(again["video"]["decoded"] > 0, "no picture in the new call")
+                else:
+                    outcome.came_back = f"by itself, after {outcome.call()['video']['largestGapMs'] / 1000:.1f} s"
+                finish(outcome, scene)
+        if same_call:
+            outcome.expect(not has_ended, "the camera gave the call up")
+            last = (call_ms["lastFrame"] - call_ms["connected"]) / 1000
+            outcome.expect(last > total - 1, f"the picture stopped {last:.1f} s into the call")
+        return outcome
+
+    case.title = f"outage of {seconds} s"
+    return case
+
+
+def killed(programs, seed):
+    outcome = Outcome("viewer killed", "the viewer's process disappears", 3)
+    with namespaces.Network(programs.link, seed) as network:
+        scene = Scene(programs, network)
+        with scene.camera:
+            viewer = scene.viewer("--keep")
+            scene.wait_for_state("connected")
+            time.sleep(2)
+            killed_at = time.monotonic()
+            viewer.kill()
+            finish(outcome, scene)
+            noticed = [event["at"] for event in scene.camera.events if event["event"] == "ended"]
+            outcome.came_back = f"call released {noticed[0] - killed_at:.1f} s later" if noticed else "call not released"
+            outcome.expect(noticed and noticed[0] - killed_at < 15, "the camera did not notice within 15 s")
+    return outcome
+
+
+killed.title = "viewer killed"
+
+
+def suspended(seconds):
+    """The viewer stands still: a telephone in a pocket, a lid that is closed."""
+    def case(programs, seed):
+        outcome = Outcome(f"viewer suspended for {seconds} s", "no packet is read or sent by the viewer", seconds + 6)
+        with namespaces.Network(programs.link, seed) as network:
+            scene = Scene(programs, network)
+            with scene.camera:
+                viewer = scene.viewer("--seconds", str(outcome.seconds))
+                scene.wait_for_state("connected")
+                time.sleep(2)
+                viewer.signal(signal.SIGSTOP)
+                time.sleep(seconds)
+                viewer.signal(signal.SIGCONT)
+                outcome.report = viewer.report()
+                if outcome.call()["ended"]:
+                    outcome.came_back = "needs a new call, the camera ended this one"
+                else:
+                    outcome.came_back = f"by itself, after {outcome.call()['video']['largestGapMs'] / 1000:.1f} s"
+                finish(outcome, scene)
+        return outcome
+
+    case.title = f"viewer suspended for {seconds} s"
+    return case
+
+
+def viewer_behind_nat(programs, seed):
+    outcome = Outcome("viewer behind NAT", "address translation before the viewer, camera reachable", 5)
+    with namespaces.ViewerBehindNat(programs.link, seed) as network:
+        scene = Scene(programs, network)
+        with scene.camera:
+            outcome.report = scene.viewer("--seconds", "5").report()
+            finish(outcome, scene)
+            log = " ".join(scene.camera.log_of(scene.camera.calls()[0]))
+            outcome.expect("Remote Candidate type: prflx" in log, "the log does not name a peer-reflexive candidate")
+    check_picture(outcome, 0.8, 0.8)
+    outcome.notes = pair(outcome)
+    return outcome
+
+
+viewer_behind_nat.title = "viewer behind NAT"
+
+
+def pair(outcome):
+    transport = outcome.call()["transport"]
+    return f"viewer {transport['local']}, camera {transport['remote']}, {transport['protocol']}"
+
+
+SHORT = [
+    steady("5 % loss", "5 % of the packets lost, both ways", "loss 5", 5, 0.7, 0.8),
+    steady("delay", "200 ms delay, 50 ms jitter, both ways", "delay 200 50", 5, 0.7, 0.8),
+    outage(3, 2, 4, same_call=True),
+    killed,
+    viewer_behind_nat,
+]
+
+FULL = [
+    steady("clear", "nothing is done to the packets", "clear", 20, 0.95, 0.95),
+    steady("1 % loss", "1 % of the packets lost, both ways", "loss 1", 20, 0.9, 0.9),
+    steady("5 % loss", "5 % of the packets lost, both ways", "loss 5", 20, 0.8, 0.85),
+    steady("20 % loss", "20 % of the packets lost, both ways", "loss 20", 20, 0.2, 0.6),
+    steady("delay", "200 ms delay, 50 ms jitter, both ways", "delay 200 50", 20, 0.8, 0.8),
+    steady("reordering", "10 % of the packets held back by 20 ms and overtaken", "delay 20 0,reorder 10 20", 20, 0.9, 0.9),
+    steady("500 kbit/s, 640x360", "500 kbit/s each way, 64 KB queue", "rate 500 65536", 20, 0.1, 0.1),
+    steady("500 kbit/s, 1280x720", "the same link, a stream that does not fit", "rate 500 65536", 20, 0, 0,
+           ("--stream", "0")),
+    outage(3, 5, 10, same_call=True),
+    outage(60, 5, 5, same_call=False),
+    killed,
+    suspended(3),
+    suspended(20),
+    viewer_behind_nat,
+]
