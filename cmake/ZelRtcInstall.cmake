@@ -20,15 +20,6 @@ install(FILES ${PROJECT_SOURCE_DIR}/include/zelwebrtc.h
 install(EXPORT ZelWebrtcClientTargets NAMESPACE ZelWebrtcClient:: DESTINATION ${ZELRTC_CMAKE_DIR} COMPONENT dev)
 install(FILES ${PROJECT_SOURCE_DIR}/cmake/FindKvsWebrtcClient.cmake DESTINATION ${ZELRTC_CMAKE_DIR} COMPONENT dev)
 
-configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/ZelWebrtcClientConfig.cmake.in
-                              ${PROJECT_BINARY_DIR}/ZelWebrtcClientConfig.cmake
-                              INSTALL_DESTINATION ${ZELRTC_CMAKE_DIR})
-write_basic_package_version_file(${PROJECT_BINARY_DIR}/ZelWebrtcClientConfigVersion.cmake
-                                 COMPATIBILITY SameMinorVersion)
-install(FILES ${PROJECT_BINARY_DIR}/ZelWebrtcClientConfig.cmake
-              ${PROJECT_BINARY_DIR}/ZelWebrtcClientConfigVersion.cmake
-        DESTINATION ${ZELRTC_CMAKE_DIR} COMPONENT dev)
-
 # Sets what the pkg-config file says of the SDK: its own .pc files where they describe the SDK that was found, else flags.
 function(zelrtc_describe_installed_sdk)
   set(requires "")
@@ -61,6 +52,15 @@ else()
   set(ZELRTC_PC_REQUIRES zelrtc-hostsdk)
   include(ZelRtcInstallHostSdk)
 endif()
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/ZelWebrtcClientConfig.cmake.in
+                              ${PROJECT_BINARY_DIR}/ZelWebrtcClientConfig.cmake
+                              INSTALL_DESTINATION ${ZELRTC_CMAKE_DIR})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/ZelWebrtcClientConfigVersion.cmake
+                                 COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/ZelWebrtcClientConfig.cmake
+              ${PROJECT_BINARY_DIR}/ZelWebrtcClientConfigVersion.cmake
+        DESTINATION ${ZELRTC_CMAKE_DIR} COMPONENT dev)
+
 set(ZELRTC_PC_CLOCK "")
 if(ZELRTC_CLOCK_LIBRARY)
   set(ZELRTC_PC_CLOCK "-l${ZELRTC_CLOCK_LIBRARY}")

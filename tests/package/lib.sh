@@ -10,11 +10,6 @@ LOG=$WORK/log
 CC=${CC:-cc}
 export CMAKE_GENERATOR=${CMAKE_GENERATOR:-Ninja}
 
-HEADERS=$SOURCE/tests/support/sdk-other-layout/include
-if [ ! -d "$HEADERS" ]; then
-    HEADERS=$SOURCE/hostsdk/include
-fi
-
 fail() {
     echo "FAILED: $*" >&2
     if [ -f "$LOG" ]; then
@@ -38,13 +33,22 @@ same_lists() {
     diff -u "$1" "$2" >"$LOG" || fail "$3"
 }
 
+# copy_sdk_headers PREFIX: records laid out unlike hostsdk's, on the same platform layer, so that nothing can lean on
+# what hostsdk alone has.
+copy_sdk_headers() {
+    local platform=com/amazonaws/kinesis/video/common
+    cp -r "$SOURCE/tests/support/sdk-other-layout/include" "$1/include"
+    mkdir -p "$1/include/$platform"
+    cp "$SOURCE/hostsdk/include/$platform/PlatformUtils.h" "$1/include/$platform/"
+}
+
 # make_stub_sdk PREFIX KIND CLIENT-NAME PLATFORM-NAME: an installed SDK, KIND shared or static. With an empty platform
 # name the client library holds the platform's symbols too.
 make_stub_sdk() {
     local prefix=$1 kind=$2 client=$3 platform=$4 unit
     local objects=$prefix/objects
     mkdir -p "$prefix/lib" "$objects"
-    cp -r "$HEADERS" "$prefix/include"
+    copy_sdk_headers "$prefix"
     for unit in stub_client stub_platform; do
         run "$CC" -c -O1 -fPIC -I"$prefix/include" "$SOURCE/tests/package/stubsdk/$unit.c" -o "$objects/$unit.o"
     done

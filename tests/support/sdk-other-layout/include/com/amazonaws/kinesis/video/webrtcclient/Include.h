@@ -107,6 +107,9 @@ typedef VOID (*RtcOnConnectionStateChange)(UINT64, RTC_PEER_CONNECTION_STATE);
 typedef VOID (*RtcOnBandwidthEstimation)(UINT64, DOUBLE);
 typedef VOID (*RtcOnSenderBandwidthEstimation)(UINT64, UINT32, UINT32, UINT32, UINT32, UINT64);
 
+STATUS initKvsWebRtc(VOID);
+STATUS deinitKvsWebRtc(VOID);
+
 STATUS createPeerConnection(PRtcConfiguration, PRtcPeerConnection*);
 STATUS freePeerConnection(PRtcPeerConnection*);
 STATUS closePeerConnection(PRtcPeerConnection);
