@@ -121,6 +121,7 @@ ViewerPeer::ViewerPeer(const Options& options, PeerListener& listener, CallStati
     gst_object_ref_sink(pipeline_.get());
     gst_bin_add_many(GST_BIN(pipeline_.get()), webrtc_, video_.bin(), audio_.bin(), nullptr);
     configureIce(options);
+    askForLostPackets();
     connectSignals();
     addVideo();
     addAudio(options.talk);
@@ -160,6 +161,13 @@ void ViewerPeer::configureIce(const Options& options) {
             throw std::runtime_error("not an address to gather on: " + address);
         }
     }
+}
+
+// webrtcbin 1.22 negotiates retransmission and then does not ask for any.
+void ViewerPeer::askForLostPackets() {
+    GstElement* rtpbin = gst_bin_get_by_name(GST_BIN(webrtc_), "rtpbin");
+    g_signal_connect(rtpbin, "new-jitterbuffer", G_CALLBACK(&ViewerPeer::onJitterBuffer), nullptr);
+    gst_object_unref(rtpbin);
 }
 
 void ViewerPeer::connectSignals() {
@@ -269,6 +277,11 @@ CallRecord::Transport ViewerPeer::transport() const {
 
 void ViewerPeer::writeRecording(const std::string& path) const {
     audio_.writeWav(path);
+}
+
+void ViewerPeer::onJitterBuffer(GstElement* /*rtpbin*/, GstElement* jitterBuffer, guint /*session*/, guint /*ssrc*/,
+                                gpointer /*data*/) {
+    g_object_set(jitterBuffer, "do-retransmission", TRUE, nullptr);
 }
 
 void ViewerPeer::onPadAdded(GstElement* /*webrtc*/, GstPad* pad, gpointer self) {

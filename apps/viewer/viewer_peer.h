@@ -46,6 +46,7 @@ public:
     void writeRecording(const std::string& path) const;
 
 private:
+    static void onJitterBuffer(GstElement* rtpbin, GstElement* jitterBuffer, guint session, guint ssrc, gpointer data);
     static void onPadAdded(GstElement* webrtc, GstPad* pad, gpointer self);
     static void onIceCandidate(GstElement* webrtc, guint line, gchar* text, gpointer self);
     static void onConnectionState(GstElement* webrtc, GParamSpec* spec, gpointer self);
@@ -54,6 +55,7 @@ private:
     static GstPadProbeReturn onTalkPacket(GstPad* pad, GstPadProbeInfo* info, gpointer self);
 
     void configureIce(const Options& options);
+    void askForLostPackets();
     void connectSignals();
     void addVideo();
     void addAudio(bool talk);
