@@ -22,6 +22,9 @@ const UINT32 kMaxVideoType = 2;
 const UINT64 kSdkTicksPerMicrosecond = 10;
 const UINT64 kSdkTicksPerMillisecond = 10000;
 
+const RTC_CODEC kVideoCodec = RTC_CODEC_H264_PROFILE_42E01F_LEVEL_ASYMMETRY_ALLOWED_PACKETIZATION_MODE;
+const RTC_CODEC kAudioCodec = RTC_CODEC_MULAW;
+
 // Both tracks belong to one stream, so that a player keeps picture and sound together.
 const CHAR kStreamId[] = "myKvsVideoStream";
 
@@ -68,12 +71,19 @@ UINT32 serializeCurrentLocalDescription(PRtcPeerConnection pPeerConnection, std:
 }
 
 UINT32 declareCodecs(PRtcPeerConnection pPeerConnection) {
-    UINT32 retStatus =
-        addSupportedCodec(pPeerConnection, RTC_CODEC_H264_PROFILE_42E01F_LEVEL_ASYMMETRY_ALLOWED_PACKETIZATION_MODE);
+    UINT32 retStatus = addSupportedCodec(pPeerConnection, kVideoCodec);
     if (retStatus == STATUS_SUCCESS) {
-        retStatus = addSupportedCodec(pPeerConnection, RTC_CODEC_MULAW);
+        retStatus = addSupportedCodec(pPeerConnection, kAudioCodec);
     }
     return retStatus;
+}
+
+void fillTrack(PRtcMediaStreamTrack pTrack, MEDIA_STREAM_TRACK_KIND kind, RTC_CODEC codec, const char* trackId) {
+    memset(pTrack, 0x00, sizeof(*pTrack));
+    pTrack->kind = kind;
+    pTrack->codec = codec;
+    copyText(pTrack->trackId, trackId);
+    copyText(pTrack->streamId, kStreamId);
 }
 
 }  // namespace
@@ -232,21 +242,13 @@ UINT32 ZelRtcSession::registerHandlers(PRtcPeerConnection pPeerConnection) {
 
 UINT32 ZelRtcSession::addVideoTrack(PRtcPeerConnection pPeerConnection, PRtcRtpTransceiver* ppTransceiver) {
     RtcMediaStreamTrack videoTrack;
-    memset(&videoTrack, 0x00, sizeof(videoTrack));
-    videoTrack.codec = RTC_CODEC_H264_PROFILE_42E01F_LEVEL_ASYMMETRY_ALLOWED_PACKETIZATION_MODE;
-    videoTrack.kind = MEDIA_STREAM_TRACK_KIND_VIDEO;
-    copyText(videoTrack.trackId, "myVideoTrack");
-    copyText(videoTrack.streamId, kStreamId);
+    fillTrack(&videoTrack, MEDIA_STREAM_TRACK_KIND_VIDEO, kVideoCodec, "myVideoTrack");
     return addTrack(pPeerConnection, &videoTrack, onVideoFrameHandlerStatic, ppTransceiver);
 }
 
 UINT32 ZelRtcSession::addAudioTrack(PRtcPeerConnection pPeerConnection, PRtcRtpTransceiver* ppTransceiver) {
     RtcMediaStreamTrack audioTrack;
-    memset(&audioTrack, 0x00, sizeof(audioTrack));
-    audioTrack.codec = RTC_CODEC_MULAW;
-    audioTrack.kind = MEDIA_STREAM_TRACK_KIND_AUDIO;
-    copyText(audioTrack.trackId, "myAudioTrack");
-    copyText(audioTrack.streamId, kStreamId);
+    fillTrack(&audioTrack, MEDIA_STREAM_TRACK_KIND_AUDIO, kAudioCodec, "myAudioTrack");
     return addTrack(pPeerConnection, &audioTrack, onAudioFrameHandlerStatic, ppTransceiver);
 }
 
