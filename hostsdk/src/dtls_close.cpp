@@ -10,7 +10,15 @@ namespace {
 
 constexpr std::chrono::milliseconds SENDING_LIMIT{200};
 
+constexpr int DTLS_CONNECTED = 4;
+
 using Signal = std::promise<void>;
+
+bool isConnected(GstElement* pEncoder) {
+    gint state = 0;
+    g_object_get(pEncoder, "connection-state", &state, nullptr);
+    return state == DTLS_CONNECTED;
+}
 
 // Fulfils the promise at the pad's next occasion of that kind. The probe owns its share of the promise, since the
 // occasion may come after the limit.
@@ -26,7 +34,7 @@ void signalOnce(GstPad* pPad, GstPadProbeType occasion, const std::shared_ptr<Si
 void closeEncoder(GstElement* pEncoder) {
     const GstPtr<GstPad> input(gst_element_get_static_pad(pEncoder, "sink"));
     const GstPtr<GstPad> output(gst_element_get_static_pad(pEncoder, "src"));
-    if (input == nullptr || output == nullptr) {
+    if (input == nullptr || output == nullptr || !isConnected(pEncoder)) {
         return;
     }
     const auto started = std::make_shared<Signal>();

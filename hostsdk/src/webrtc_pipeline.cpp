@@ -217,9 +217,7 @@ WebRtcPipeline::WebRtcPipeline(GstPtr<GstElement> pipeline, GstElement* pWebrtcb
 }
 
 WebRtcPipeline::~WebRtcPipeline() {
-    if (link_->dtlsConnected) {
-        sendDtlsClose(GST_BIN(pWebrtcbin_));
-    }
+    sendDtlsClose(GST_BIN(pWebrtcbin_));
     // The answer shows that webrtcbin's thread has done all that was asked of it; closing while it still gathers
     // candidates would leak their sockets.
     statistics();

@@ -1,0 +1,11 @@
+// Something to send.
+#ifndef ACCESS_UNITS_H
+#define ACCESS_UNITS_H
+
+#include <cstdint>
+#include <vector>
+
+// H.264 access units of a small moving picture, 30 a second, a key frame with parameter sets every 15. Made once.
+const std::vector<std::vector<uint8_t>>& accessUnits();
+
+#endif

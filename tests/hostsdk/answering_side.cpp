@@ -1,0 +1,205 @@
+#include "answering_side.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "access_units.h"
+
+namespace {
+
+constexpr UINT64 VIDEO_INTERVAL = 333333;  // 100 ns
+constexpr UINT64 AUDIO_INTERVAL = 200000;
+constexpr UINT32 AUDIO_SIZE = 160;
+constexpr BYTE MULAW_SILENCE = 0xff;
+
+}  // namespace
+
+AnsweringSide::AnsweringSide(const std::string& iceServer, ICE_TRANSPORT_POLICY policy) {
+    RtcConfiguration configuration{};
+    configuration.iceTransportPolicy = policy;
+    iceServer.copy(configuration.iceServers[0].urls, MAX_ICE_CONFIG_URI_LEN);
+    EXPECT_EQ(createPeerConnection(&configuration, &pConnection_), STATUS_SUCCESS);
+    const auto self = static_cast<UINT64>(reinterpret_cast<uintptr_t>(this));
+    EXPECT_EQ(peerConnectionOnIceCandidate(pConnection_, self, onCandidate), STATUS_SUCCESS);
+    EXPECT_EQ(peerConnectionOnConnectionStateChange(pConnection_, self, onState), STATUS_SUCCESS);
+    pVideo_ = addTrack(RTC_CODEC_H264_PROFILE_42E01F_LEVEL_ASYMMETRY_ALLOWED_PACKETIZATION_MODE,
+                       MEDIA_STREAM_TRACK_KIND_VIDEO);
+    pAudio_ = addTrack(RTC_CODEC_MULAW, MEDIA_STREAM_TRACK_KIND_AUDIO);
+    EXPECT_EQ(transceiverOnFrame(pAudio_, self, onAudio), STATUS_SUCCESS);
+}
+
+AnsweringSide::~AnsweringSide() {
+    if (pConnection_ != nullptr) {
+        close();
+        EXPECT_EQ(freePeerConnection(&pConnection_), STATUS_SUCCESS);
+    }
+}
+
+PRtcRtpTransceiver AnsweringSide::addTrack(RTC_CODEC codec, MEDIA_STREAM_TRACK_KIND kind) {
+    RtcMediaStreamTrack track{};
+    PRtcRtpTransceiver pTransceiver = nullptr;
+    track.codec = codec;
+    track.kind = kind;
+    strcpy(track.trackId, "track");
+    strcpy(track.streamId, "stream");
+    EXPECT_EQ(addSupportedCodec(pConnection_, codec), STATUS_SUCCESS);
+    EXPECT_EQ(addTransceiver(pConnection_, &track, nullptr, &pTransceiver), STATUS_SUCCESS);
+    return pTransceiver;
+}
+
+STATUS AnsweringSide::setOffer(const std::string& sdp) {
+    RtcSessionDescriptionInit offer{};
+    offer.type = SDP_TYPE_OFFER;
+    sdp.copy(offer.sdp, sizeof(offer.sdp) - 1);
+    return setRemoteDescription(pConnection_, &offer);
+}
+
+STATUS AnsweringSide::answer(const std::string& offer) {
+    STATUS status = setOffer(offer);
+    if (status == STATUS_SUCCESS) {
+        status = createAnswer(pConnection_, &answer_);
+    }
+    if (status == STATUS_SUCCESS) {
+        status = setLocalDescription(pConnection_, &answer_);
+    }
+    return status;
+}
+
+std::string AnsweringSide::answerSdp() const {
+    return answer_.sdp;
+}
+
+std::string AnsweringSide::localSdp() {
+    RtcSessionDescriptionInit local{};
+    EXPECT_EQ(peerConnectionGetCurrentLocalDescription(pConnection_, &local), STATUS_SUCCESS);
+    EXPECT_EQ(static_cast<int>(local.type), 0);
+    return local.sdp;
+}
+
+STATUS AnsweringSide::addCandidate(const std::string& line) {
+    std::string text = line;
+    return addIceCandidate(pConnection_, text.data());
+}
+
+STATUS AnsweringSide::writeVideo(size_t index) {
+    std::vector<uint8_t> unit = accessUnits()[index % accessUnits().size()];
+    Frame frame{};
+    frame.frameData = unit.data();
+    frame.size = static_cast<UINT32>(unit.size());
+    frame.presentationTs = index * VIDEO_INTERVAL;
+    return writeFrame(pVideo_, &frame);
+}
+
+STATUS AnsweringSide::writeAudio(size_t index) {
+    std::vector<BYTE> samples(AUDIO_SIZE, MULAW_SILENCE);
+    Frame frame{};
+    frame.frameData = samples.data();
+    frame.size = AUDIO_SIZE;
+    frame.presentationTs = index * AUDIO_INTERVAL;
+    return writeFrame(pAudio_, &frame);
+}
+
+bool AnsweringSide::writeUntil(const std::function<bool()>& condition) {
+    const auto end = std::chrono::steady_clock::now() + DEADLINE;
+    for (size_t index = 0; std::chrono::steady_clock::now() < end; index++) {
+        if (condition()) {
+            return true;
+        }
+        writeVideo(index);
+        writeAudio(index);
+        std::this_thread::sleep_for(std::chrono::milliseconds(33));
+    }
+    return false;
+}
+
+void AnsweringSide::close() {
+    EXPECT_EQ(closePeerConnection(pConnection_), STATUS_SUCCESS);
+}
+
+bool AnsweringSide::waitForState(RTC_PEER_CONNECTION_STATE state) {
+    return waitFor([&] { return std::find(states_.begin(), states_.end(), state) != states_.end(); });
+}
+
+bool AnsweringSide::waitForGathering() {
+    return waitFor([&] { return ends_ > 0; });
+}
+
+bool AnsweringSide::waitFor(const std::function<bool()>& condition) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    return changed_.wait_for(lock, DEADLINE, condition);
+}
+
+std::vector<RTC_PEER_CONNECTION_STATE> AnsweringSide::states() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return states_;
+}
+
+std::vector<std::string> AnsweringSide::candidates() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return candidates_;
+}
+
+int AnsweringSide::ends() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return ends_;
+}
+
+std::vector<UINT32> AnsweringSide::audioSizes() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return audioSizes_;
+}
+
+std::vector<UINT64> AnsweringSide::audioTimes() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return audioTimes_;
+}
+
+bool AnsweringSide::allOnOneForeignThread() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return !threads_.empty() && threads_[0] != std::this_thread::get_id() &&
+           std::all_of(threads_.begin(), threads_.end(), [&](std::thread::id thread) { return thread == threads_[0]; });
+}
+
+void AnsweringSide::note(const std::function<void()>& change) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    change();
+    threads_.push_back(std::this_thread::get_id());
+    changed_.notify_all();
+}
+
+AnsweringSide& AnsweringSide::from(UINT64 customData) {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the SDK's custom data is an integer word
+    return *reinterpret_cast<AnsweringSide*>(static_cast<uintptr_t>(customData));
+}
+
+VOID AnsweringSide::onCandidate(UINT64 customData, PCHAR json) {
+    AnsweringSide& side = from(customData);
+    side.note([&] {
+        if (json == nullptr) {
+            side.ends_++;
+        } else {
+            side.candidates_.emplace_back(json);
+        }
+    });
+}
+
+VOID AnsweringSide::onState(UINT64 customData, RTC_PEER_CONNECTION_STATE state) {
+    AnsweringSide& side = from(customData);
+    side.note([&] { side.states_.push_back(state); });
+    if (side.duringState) {
+        side.duringState(state);
+    }
+}
+
+VOID AnsweringSide::onAudio(UINT64 customData, PFrame pFrame) {
+    AnsweringSide& side = from(customData);
+    side.note([&] {
+        side.audioSizes_.push_back(pFrame->size);
+        side.audioTimes_.push_back(pFrame->presentationTs);
+    });
+    if (side.duringAudio) {
+        side.duringAudio();
+    }
+}

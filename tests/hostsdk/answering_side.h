@@ -1,0 +1,94 @@
+// The near end of a call in the tests: hostsdk through its C functions, as a session drives it.
+#ifndef ANSWERING_SIDE_H
+#define ANSWERING_SIDE_H
+
+#include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+class AnsweringSide {
+public:
+    static constexpr std::chrono::seconds DEADLINE{30};
+
+    explicit AnsweringSide(const std::string& iceServer = "", ICE_TRANSPORT_POLICY policy = ICE_TRANSPORT_POLICY_ALL);
+    AnsweringSide(const AnsweringSide&) = delete;
+    AnsweringSide& operator=(const AnsweringSide&) = delete;
+    AnsweringSide(AnsweringSide&&) = delete;
+    AnsweringSide& operator=(AnsweringSide&&) = delete;
+    // Closes and frees.
+    ~AnsweringSide();
+
+    STATUS setOffer(const std::string& sdp);
+    // The first status that is not success of setting the offer, making and setting the answer.
+    STATUS answer(const std::string& offer);
+    std::string answerSdp() const;
+    // With the candidates gathered so far.
+    std::string localSdp();
+    STATUS addCandidate(const std::string& line);
+
+    STATUS writeVideo(size_t index);
+    STATUS writeAudio(size_t index);
+    // Writes 30 frames a second of both until the condition holds; false at the deadline.
+    bool writeUntil(const std::function<bool()>& condition);
+
+    void close();
+
+    // Each false at the deadline.
+    bool waitForState(RTC_PEER_CONNECTION_STATE state);
+    bool waitForGathering();
+    bool waitFor(const std::function<bool()>& condition);
+
+    // What the handlers were given so far.
+    std::vector<RTC_PEER_CONNECTION_STATE> states();
+    std::vector<std::string> candidates();
+    int ends();
+    std::vector<UINT32> audioSizes();
+    std::vector<UINT64> audioTimes();
+    bool allOnOneForeignThread();
+
+    PRtcPeerConnection connection() const {
+        return pConnection_;
+    }
+    PRtcRtpTransceiver video() const {
+        return pVideo_;
+    }
+    PRtcRtpTransceiver audio() const {
+        return pAudio_;
+    }
+
+    // Runs inside the state handler, after the state is noted.
+    std::function<void(RTC_PEER_CONNECTION_STATE)> duringState;
+    // Runs inside the audio handler.
+    std::function<void()> duringAudio;
+
+private:
+    static AnsweringSide& from(UINT64 customData);
+    static VOID onCandidate(UINT64 customData, PCHAR json);
+    static VOID onState(UINT64 customData, RTC_PEER_CONNECTION_STATE state);
+    static VOID onAudio(UINT64 customData, PFrame pFrame);
+
+    PRtcRtpTransceiver addTrack(RTC_CODEC codec, MEDIA_STREAM_TRACK_KIND kind);
+    void note(const std::function<void()>& change);
+
+    PRtcPeerConnection pConnection_ = nullptr;
+    PRtcRtpTransceiver pVideo_ = nullptr;
+    PRtcRtpTransceiver pAudio_ = nullptr;
+    RtcSessionDescriptionInit answer_{};
+
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<RTC_PEER_CONNECTION_STATE> states_;
+    std::vector<std::string> candidates_;
+    int ends_ = 0;
+    std::vector<UINT32> audioSizes_;
+    std::vector<UINT64> audioTimes_;
+    std::vector<std::thread::id> threads_;
+};
+
+#endif

@@ -1,0 +1,165 @@
+#include <dirent.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+
+#include "answering_side.h"
+#include "webrtcbin_viewer.h"
+
+namespace {
+
+void connect(AnsweringSide* pSide, WebrtcbinViewer* pViewer) {
+    ASSERT_EQ(pSide->answer(pViewer->makeOffer()), STATUS_SUCCESS);
+    ASSERT_TRUE(pSide->waitForGathering());
+    pViewer->setAnswer(pSide->localSdp());
+    ASSERT_TRUE(pSide->waitForState(RTC_PEER_CONNECTION_STATE_CONNECTED));
+}
+
+int openDescriptors() {
+    DIR* const pDirectory = opendir("/proc/self/fd");
+    int count = 0;
+    while (readdir(pDirectory) != nullptr) {
+        count++;
+    }
+    closedir(pDirectory);
+    return count;
+}
+
+class CallEnd : public testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_EQ(initKvsWebRtc(), STATUS_SUCCESS);
+    }
+};
+
+}  // namespace
+
+TEST_F(CallEnd, isReportedAsClosedWhenTheViewerCloses) {
+    AnsweringSide side;
+    {
+        WebrtcbinViewer viewer("video audio");
+        connect(&side, &viewer);
+    }
+    EXPECT_TRUE(side.waitForState(RTC_PEER_CONNECTION_STATE_CLOSED));
+    const std::vector<RTC_PEER_CONNECTION_STATE> states = side.states();
+    EXPECT_EQ(std::count(states.begin(), states.end(), RTC_PEER_CONNECTION_STATE_CLOSED), 1);
+    EXPECT_EQ(side.writeVideo(0), 0x5b000006U);
+}
+
+TEST_F(CallEnd, isNotReportedToTheSideThatCloses) {
+    AnsweringSide side;
+    WebrtcbinViewer viewer("video audio");
+    connect(&side, &viewer);
+    side.close();
+    EXPECT_EQ(side.states().back(), RTC_PEER_CONNECTION_STATE_CONNECTED);
+}
+
+TEST_F(CallEnd, isToldToTheFarEnd) {
+    AnsweringSide side;
+    WebrtcbinViewer viewer("video audio");
+    connect(&side, &viewer);
+    side.close();
+    EXPECT_TRUE(viewer.waitForClose(AnsweringSide::DEADLINE));
+}
+
+TEST_F(CallEnd, showsAsDisconnectedWhenTheViewerFallsSilentAndEndsWhenItSpeaksAgain) {
+    AnsweringSide side;
+    WebrtcbinViewer viewer("video audio");
+    connect(&side, &viewer);
+    ASSERT_TRUE(side.writeUntil([&] { return side.audioSizes().size() > 5; }));
+    viewer.freeze();
+    ASSERT_TRUE(side.waitForState(RTC_PEER_CONNECTION_STATE_DISCONNECTED));
+    viewer.thaw();
+    EXPECT_TRUE(side.writeUntil([&] { return side.states().back() == RTC_PEER_CONNECTION_STATE_CONNECTED; }));
+}
+
+TEST_F(CallEnd, isFailedWhenTheCandidatesLeadNowhere) {
+    AnsweringSide side;
+    WebrtcbinViewer viewer("video audio");
+    ASSERT_EQ(side.answer(viewer.makeOffer()), STATUS_SUCCESS);
+    // The viewer never gets the answer.
+    EXPECT_TRUE(side.waitForState(RTC_PEER_CONNECTION_STATE_FAILED));
+    EXPECT_EQ(side.states(), (std::vector<RTC_PEER_CONNECTION_STATE>{RTC_PEER_CONNECTION_STATE_CONNECTING,
+                                                                     RTC_PEER_CONNECTION_STATE_FAILED}));
+}
+
+TEST_F(CallEnd, isTheEndOfAllHandlers) {
+    AnsweringSide side;
+    WebrtcbinViewer viewer("video audio");
+    std::atomic<bool> closed{false};
+    std::atomic<int> late{0};
+    side.duringAudio = [&] { late += closed ? 1 : 0; };
+    connect(&side, &viewer);
+    ASSERT_TRUE(side.writeUntil([&] { return side.audioSizes().size() > 5; }));
+    side.close();
+    closed = true;
+    const size_t heard = side.audioSizes().size();
+    // The viewer goes on talking for a while.
+    const int sent = viewer.talkPackets();
+    ASSERT_TRUE(viewer.waitForTalk(sent + 20, AnsweringSide::DEADLINE));
+    EXPECT_EQ(late, 0);
+    EXPECT_EQ(side.audioSizes().size(), heard);
+}
+
+TEST_F(CallEnd, canComeFromInsideAHandler) {
+    AnsweringSide side;
+    WebrtcbinViewer viewer("video audio");
+    std::atomic<bool> closed{false};
+    side.duringState = [&](RTC_PEER_CONNECTION_STATE state) {
+        if (state == RTC_PEER_CONNECTION_STATE_CONNECTED) {
+            side.close();
+            closed = true;
+        }
+    };
+    connect(&side, &viewer);
+    EXPECT_TRUE(viewer.waitForClose(AnsweringSide::DEADLINE));
+    while (!closed) {
+        std::this_thread::yield();
+    }
+}
+
+TEST_F(CallEnd, mayComeAtAnyMomentOfTheNegotiation) {
+    WebrtcbinViewer viewer("video audio");
+    const std::string offer = viewer.makeOffer();
+    {
+        AnsweringSide side;
+        ASSERT_EQ(side.setOffer(offer), STATUS_SUCCESS);
+    }
+    {
+        AnsweringSide side;
+        ASSERT_EQ(side.setOffer(offer), STATUS_SUCCESS);
+        RtcSessionDescriptionInit answer{};
+        ASSERT_EQ(createAnswer(side.connection(), &answer), STATUS_SUCCESS);
+    }
+    AnsweringSide side;
+    ASSERT_EQ(side.answer(offer), STATUS_SUCCESS);
+}
+
+TEST_F(CallEnd, leavesNoDescriptorsBehind) {
+    int before = 0;
+    for (int i = 0; i < 12; i++) {
+        {
+            AnsweringSide side;
+            WebrtcbinViewer viewer("video audio");
+            connect(&side, &viewer);
+        }
+        // What the process keeps for good is open after the first two calls.
+        before = i == 1 ? openDescriptors() : before;
+    }
+    EXPECT_LE(openDescriptors(), before);
+}
+
+TEST_F(CallEnd, leavesNoDescriptorsBehindWhileGatheringRuns) {
+    WebrtcbinViewer viewer("video audio");
+    const std::string offer = viewer.makeOffer();
+    int before = 0;
+    for (int i = 0; i < 50; i++) {
+        {
+            AnsweringSide side;
+            ASSERT_EQ(side.answer(offer), STATUS_SUCCESS);
+        }
+        before = i == 1 ? openDescriptors() : before;
+    }
+    EXPECT_LE(openDescriptors(), before);
+}

@@ -1,0 +1,142 @@
+#include <gtest/gtest.h>
+
+#include "answering_side.h"
+#include "webrtcbin_viewer.h"
+
+namespace {
+
+constexpr STATUS TRANSPORT_NOT_READY = 0x5b000006;
+
+// A call whose answer holds all candidates.
+class Call : public testing::Test {
+protected:
+    void place(const std::string& sections) {
+        viewer = std::make_unique<WebrtcbinViewer>(sections);
+        ASSERT_EQ(side.answer(viewer->makeOffer()), STATUS_SUCCESS);
+        ASSERT_TRUE(side.waitForGathering());
+        viewer->setAnswer(side.localSdp());
+        ASSERT_TRUE(side.waitForState(RTC_PEER_CONNECTION_STATE_CONNECTED));
+    }
+
+    RtcStats statistics(RTC_STATS_TYPE type) {
+        RtcStats stats{};
+        stats.requestedTypeOfStats = type;
+        EXPECT_EQ(rtcPeerConnectionGetMetrics(side.connection(), nullptr, &stats), STATUS_SUCCESS);
+        return stats;
+    }
+
+    const bool started = initKvsWebRtc() == STATUS_SUCCESS;
+    AnsweringSide side;
+    std::unique_ptr<WebrtcbinViewer> viewer;
+};
+
+}  // namespace
+
+TEST_F(Call, connectsAndCarriesVideoAndAudioToTheViewer) {
+    place("video audio");
+    EXPECT_EQ(side.states(), (std::vector<RTC_PEER_CONNECTION_STATE>{RTC_PEER_CONNECTION_STATE_CONNECTING,
+                                                                     RTC_PEER_CONNECTION_STATE_CONNECTED}));
+    EXPECT_TRUE(side.writeUntil([&] { return viewer->videoFrames() >= 30 && viewer->audioFrames() >= 20; }));
+}
+
+TEST_F(Call, carriesTheViewersAudioIn20MillisecondFrames) {
+    place("video audio");
+    ASSERT_TRUE(side.writeUntil([&] { return side.audioSizes().size() >= 25; }));
+    for (const UINT32 size : side.audioSizes()) {
+        EXPECT_EQ(size, 160U);
+    }
+    const std::vector<UINT64> times = side.audioTimes();
+    const UINT64 span = times.back() - times.front();
+    const UINT64 expected = (times.size() - 1) * 200000;
+    EXPECT_NEAR(static_cast<double>(span), static_cast<double>(expected), 500000.0);
+}
+
+TEST_F(Call, keepsTheDifferencesOfPresentationTimes) {
+    place("video");
+    ASSERT_TRUE(side.writeUntil([&] { return viewer->videoFrames() >= 10; }));
+    EXPECT_NEAR(viewer->lastVideoTimestampStep(), 3000, 1);
+}
+
+TEST_F(Call, sharesVideoWithAViewerThatPutsAudioFirst) {
+    place("audio video");
+    EXPECT_TRUE(side.writeUntil([&] { return viewer->videoFrames() >= 10 && !side.audioSizes().empty(); }));
+}
+
+TEST_F(Call, refusesFramesForWhatTheViewerDidNotAskFor) {
+    place("video");
+    EXPECT_EQ(side.writeAudio(0), TRANSPORT_NOT_READY);
+    EXPECT_EQ(side.writeVideo(0), STATUS_SUCCESS);
+}
+
+TEST_F(Call, goesOnWithoutTheSectionThatHasNoCommonCodec) {
+    place("vp8 audio");
+    EXPECT_EQ(side.writeVideo(0), TRANSPORT_NOT_READY);
+    EXPECT_TRUE(side.writeUntil([&] { return viewer->audioFrames() >= 10 && side.audioSizes().size() >= 10; }));
+}
+
+TEST_F(Call, takesFramesFromInsideTheConnectedHandler) {
+    STATUS written = TRANSPORT_NOT_READY;
+    side.duringState = [&](RTC_PEER_CONNECTION_STATE state) {
+        if (state == RTC_PEER_CONNECTION_STATE_CONNECTED) {
+            written = side.writeVideo(0);
+        }
+    };
+    place("video");
+    side.close();
+    EXPECT_EQ(written, STATUS_SUCCESS);
+}
+
+TEST_F(Call, runsAllItsHandlersOnOneThreadOfItsOwn) {
+    place("video audio");
+    ASSERT_TRUE(side.writeUntil([&] { return !side.audioSizes().empty(); }));
+    EXPECT_TRUE(side.allOnOneForeignThread());
+}
+
+TEST_F(Call, tellsTheSelectedCandidates) {
+    place("video audio");
+    const RtcIceCandidateStats local = statistics(RTC_STATS_TYPE_LOCAL_CANDIDATE).rtcStatsObject.localIceCandidateStats;
+    EXPECT_STREQ(local.candidateType, "host");
+    EXPECT_STREQ(local.protocol, "udp");
+    EXPECT_STREQ(local.relayProtocol, "N/A");
+    EXPECT_STREQ(local.url, "N/A");
+    EXPECT_GT(local.port, 0);
+    EXPECT_GT(local.priority, 0);
+    // The candidate is one of those that this side has announced.
+    const std::string announced = std::string(" ") + local.address + " " + std::to_string(local.port) + " typ host";
+    EXPECT_NE(side.localSdp().find(announced), std::string::npos) << announced;
+
+    const RtcIceCandidateStats remote =
+        statistics(RTC_STATS_TYPE_REMOTE_CANDIDATE).rtcStatsObject.remoteIceCandidateStats;
+    EXPECT_STRNE(remote.address, "");
+    EXPECT_GT(remote.port, 0);
+    EXPECT_NE(remote.port, local.port);
+    EXPECT_STREQ(remote.relayProtocol, "");
+    EXPECT_STREQ(remote.url, "");
+}
+
+TEST(TrickledCall, connectsWithCandidatesThatComeOneByOne) {
+    ASSERT_EQ(initKvsWebRtc(), STATUS_SUCCESS);
+    AnsweringSide side;
+    WebrtcbinViewer viewer("video audio");
+    const std::string offer = viewer.makeOffer();
+    std::vector<std::string> lines;
+    std::string bareOffer;
+    for (size_t start = 0; start < offer.size();) {
+        const size_t end = offer.find('\n', start) + 1;
+        const std::string line = offer.substr(start, end - start);
+        if (line.rfind("a=candidate:", 0) == 0) {
+            lines.push_back(line.substr(2, line.size() - 4));
+        } else {
+            bareOffer += line;
+        }
+        start = end;
+    }
+    ASSERT_FALSE(lines.empty());
+
+    ASSERT_EQ(side.answer(bareOffer), STATUS_SUCCESS);
+    viewer.setAnswer(side.answerSdp());
+    for (const std::string& line : lines) {
+        EXPECT_EQ(side.addCandidate(line), STATUS_SUCCESS);
+    }
+    EXPECT_TRUE(side.waitForState(RTC_PEER_CONNECTION_STATE_CONNECTED));
+}

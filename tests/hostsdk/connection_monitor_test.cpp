@@ -1,0 +1,126 @@
+#include "connection_monitor.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+using hostsdk::ConnectionMonitor;
+using hostsdk::TransportEvent;
+using namespace std::chrono_literals;
+
+namespace {
+
+class ReportedStates : public testing::Test {
+protected:
+    using States = std::vector<RTC_PEER_CONNECTION_STATE>;
+
+    void start() {
+        monitor.start(now);
+    }
+
+    void connect() {
+        start();
+        monitor.onTransport(TransportEvent::CONNECTED, now);
+        lastPacket = now;
+    }
+
+    void pass(std::chrono::milliseconds time) {
+        now += time;
+        monitor.check(lastPacket, now);
+    }
+
+    void receivePacket() {
+        lastPacket = now;
+    }
+
+    ConnectionMonitor::Clock::time_point now{1000s};
+    std::optional<ConnectionMonitor::Clock::time_point> lastPacket;
+    States states;
+    ConnectionMonitor monitor{[this](RTC_PEER_CONNECTION_STATE state) { states.push_back(state); }};
+};
+
+constexpr RTC_PEER_CONNECTION_STATE CONNECTING = RTC_PEER_CONNECTION_STATE_CONNECTING;
+constexpr RTC_PEER_CONNECTION_STATE CONNECTED = RTC_PEER_CONNECTION_STATE_CONNECTED;
+constexpr RTC_PEER_CONNECTION_STATE DISCONNECTED = RTC_PEER_CONNECTION_STATE_DISCONNECTED;
+constexpr RTC_PEER_CONNECTION_STATE FAILED = RTC_PEER_CONNECTION_STATE_FAILED;
+constexpr RTC_PEER_CONNECTION_STATE CLOSED = RTC_PEER_CONNECTION_STATE_CLOSED;
+
+}  // namespace
+
+TEST_F(ReportedStates, ofAGoodCallAreConnectingConnectedAndClosed) {
+    connect();
+    monitor.onTransport(TransportEvent::CLOSED_BY_FAR_END, now);
+    EXPECT_EQ(states, (States{CONNECTING, CONNECTED, CLOSED}));
+}
+
+TEST_F(ReportedStates, comeOncePerChange) {
+    connect();
+    start();
+    monitor.onTransport(TransportEvent::CONNECTED, now);
+    monitor.onTransport(TransportEvent::CLOSED_BY_FAR_END, now);
+    monitor.onTransport(TransportEvent::CLOSED_BY_FAR_END, now);
+    EXPECT_EQ(states, (States{CONNECTING, CONNECTED, CLOSED}));
+}
+
+TEST_F(ReportedStates, areNoneBeforeTheAnswer) {
+    monitor.onTransport(TransportEvent::CONNECTED, now);
+    pass(1h);
+    EXPECT_TRUE(states.empty());
+}
+
+TEST_F(ReportedStates, endWithFailedWhenIceFails) {
+    start();
+    monitor.onTransport(TransportEvent::FAILED, now);
+    monitor.onTransport(TransportEvent::CONNECTED, now);
+    pass(1h);
+    EXPECT_EQ(states, (States{CONNECTING, FAILED}));
+}
+
+TEST_F(ReportedStates, endWithFailedWhenNobodyAnswers) {
+    start();
+    pass(29900ms);
+    EXPECT_EQ(states, (States{CONNECTING}));
+    pass(100ms);
+    EXPECT_EQ(states, (States{CONNECTING, FAILED}));
+}
+
+TEST_F(ReportedStates, showSilenceAfterFiveSeconds) {
+    connect();
+    pass(4900ms);
+    EXPECT_EQ(states, (States{CONNECTING, CONNECTED}));
+    pass(100ms);
+    EXPECT_EQ(states, (States{CONNECTING, CONNECTED, DISCONNECTED}));
+}
+
+TEST_F(ReportedStates, comeBackToConnectedWithTheNextPacket) {
+    connect();
+    pass(5s);
+    receivePacket();
+    pass(250ms);
+    EXPECT_EQ(states, (States{CONNECTING, CONNECTED, DISCONNECTED, CONNECTED}));
+}
+
+TEST_F(ReportedStates, endWithFailedAfterThirtySecondsOfSilenceMore) {
+    connect();
+    pass(5s);
+    pass(29900ms);
+    EXPECT_EQ(states.back(), DISCONNECTED);
+    pass(100ms);
+    EXPECT_EQ(states.back(), FAILED);
+    receivePacket();
+    pass(250ms);
+    EXPECT_EQ(states.back(), FAILED);
+}
+
+TEST_F(ReportedStates, keepAFarEndThatHasNothingToSend) {
+    connect();
+    lastPacket.reset();
+    pass(1h);
+    EXPECT_EQ(states, (States{CONNECTING, CONNECTED}));
+}
+
+TEST_F(ReportedStates, leaveTheVerdictToSilenceOnceConnected) {
+    connect();
+    monitor.onTransport(TransportEvent::FAILED, now);
+    EXPECT_EQ(states, (States{CONNECTING, CONNECTED}));
+}

@@ -1,0 +1,111 @@
+#include "handler_executor.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <future>
+#include <vector>
+
+using hostsdk::HandlerExecutor;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto NEVER = 1h;
+constexpr auto DEADLINE = 20s;
+
+void doNothing() {
+}
+
+}  // namespace
+
+TEST(HandlerExecutor, runsTasksInTheirOrderOnOneThread) {
+    HandlerExecutor executor(doNothing, NEVER);
+    std::vector<int> order;
+    std::vector<std::thread::id> threads;
+    std::promise<void> done;
+    for (int i = 0; i < 100; i++) {
+        executor.post([&, i] {
+            order.push_back(i);
+            threads.push_back(std::this_thread::get_id());
+        });
+    }
+    executor.post([&] { done.set_value(); });
+    ASSERT_EQ(done.get_future().wait_for(DEADLINE), std::future_status::ready);
+    for (int i = 0; i < 100; i++) {
+        EXPECT_EQ(order[static_cast<size_t>(i)], i);
+        EXPECT_EQ(threads[static_cast<size_t>(i)], threads[0]);
+    }
+    EXPECT_NE(threads[0], std::this_thread::get_id());
+}
+
+TEST(HandlerExecutor, runsThePeriodicTaskBetweenOthers) {
+    std::promise<void> third;
+    int count = 0;
+    HandlerExecutor executor(
+        [&] {
+            if (++count == 3) {
+                third.set_value();
+            }
+        },
+        1ms);
+    EXPECT_EQ(third.get_future().wait_for(DEADLINE), std::future_status::ready);
+    executor.stop();
+}
+
+TEST(HandlerExecutor, waitsForTheRunningTaskWhenItStops) {
+    HandlerExecutor executor(doNothing, NEVER);
+    std::promise<void> started;
+    std::promise<void> release;
+    std::atomic<bool> finished{false};
+    executor.post([&] {
+        started.set_value();
+        release.get_future().wait();
+        finished = true;
+    });
+    started.get_future().wait();
+    auto stopping = std::async(std::launch::async, [&] {
+        executor.stop();
+        return finished.load();
+    });
+    EXPECT_EQ(stopping.wait_for(50ms), std::future_status::timeout);
+    release.set_value();
+    EXPECT_TRUE(stopping.get());
+}
+
+TEST(HandlerExecutor, dropsWhatHasNotStartedWhenItStops) {
+    std::atomic<int> late{0};
+    {
+        HandlerExecutor executor(doNothing, NEVER);
+        std::promise<void> queued;
+        executor.post([&] {
+            queued.get_future().wait();
+            executor.stop();
+        });
+        executor.post([&] { late++; });
+        queued.set_value();
+        executor.stop();
+        executor.post([&] { late++; });
+    }
+    EXPECT_EQ(late, 0);
+}
+
+TEST(HandlerExecutor, canBeStoppedFromInsideATask) {
+    HandlerExecutor executor(doNothing, NEVER);
+    std::promise<void> done;
+    executor.post([&] {
+        executor.stop();
+        done.set_value();
+    });
+    EXPECT_EQ(done.get_future().wait_for(DEADLINE), std::future_status::ready);
+}
+
+TEST(HandlerExecutor, canBeDestroyedFromInsideATask) {
+    auto* const pExecutor = new HandlerExecutor(doNothing, NEVER);
+    std::promise<void> done;
+    pExecutor->post([&] {
+        delete pExecutor;
+        done.set_value();
+    });
+    EXPECT_EQ(done.get_future().wait_for(DEADLINE), std::future_status::ready);
+}

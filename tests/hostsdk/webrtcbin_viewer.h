@@ -1,0 +1,57 @@
+// The far end of a call in the tests: a plain webrtcbin that makes the offer.
+#ifndef WEBRTCBIN_VIEWER_H
+#define WEBRTCBIN_VIEWER_H
+
+#include <gst/gst.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+
+// Destroying it closes the connection the way a viewer does that leaves.
+class WebrtcbinViewer {
+public:
+    // The sections of the offer, in this order: "video" receives H.264, "audio" sends and receives mu-law,
+    // "vp8" asks for a video codec that cameras do not have.
+    explicit WebrtcbinViewer(const std::string& sections);
+    WebrtcbinViewer(const WebrtcbinViewer&) = delete;
+    WebrtcbinViewer& operator=(const WebrtcbinViewer&) = delete;
+    WebrtcbinViewer(WebrtcbinViewer&&) = delete;
+    WebrtcbinViewer& operator=(WebrtcbinViewer&&) = delete;
+    ~WebrtcbinViewer();
+
+    // With all of the viewer's candidates in it.
+    std::string makeOffer();
+    void setAnswer(const std::string& sdp);
+
+    int videoFrames() const;
+    int audioFrames() const;
+    // RTP timestamps of the last two video frames apart, in units of 1/90000 s.
+    guint32 lastVideoTimestampStep() const;
+
+    // What the viewer sends goes nowhere, as when it has lost its network.
+    void freeze();
+    void thaw();
+
+    // Packets that the viewer has sent, or would have.
+    int talkPackets() const;
+    // Each false at the deadline.
+    bool waitForTalk(int packets, std::chrono::seconds deadline);
+    bool waitForClose(std::chrono::seconds deadline);
+
+private:
+    struct Observer;
+
+    void configureAgent();
+    void addSection(const std::string& section, int index);
+    void addTalk(GstCaps* pCaps, const std::string& padName);
+    bool waitFor(std::chrono::seconds deadline, const std::function<bool()>& condition);
+
+    GstElement* pPipeline_;
+    GstElement* pWebrtcbin_;
+    std::shared_ptr<Observer> observer_;
+};
+
+#endif
