@@ -31,6 +31,12 @@ Enum enumProperty(GstElement* element, const char* name) {
     return value;
 }
 
+ObjectRef objectProperty(gpointer owner, const char* name) {
+    GObject* object = nullptr;
+    g_object_get(owner, name, &object, nullptr);
+    return ObjectRef(object);
+}
+
 const char* nameOf(GstWebRTCPeerConnectionState state) {
     switch (state) {
         case GST_WEBRTC_PEER_CONNECTION_STATE_NEW:
@@ -151,9 +157,10 @@ void ViewerPeer::configureIce(const Options& options) {
             throw std::runtime_error("GStreamer does not take the ICE server " + server.url);
         }
     }
-    GObject* found = nullptr;
-    g_object_get(webrtc_, "ice-agent", &found, nullptr);
-    const ObjectRef agent(found);
+    const ObjectRef agent = objectProperty(webrtc_, "ice-agent");
+    const ObjectRef nice = objectProperty(agent.get(), "agent");
+    // Asking a router to open a port and waiting long for a lost TURN packet would only delay the offer.
+    g_object_set(nice.get(), "upnp", FALSE, "stun-max-retransmissions", 2U, nullptr);
     for (const std::string& address : options.localAddresses) {
         gboolean added = FALSE;
         g_signal_emit_by_name(agent.get(), "add-local-ip-address", address.c_str(), &added);

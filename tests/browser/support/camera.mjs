@@ -1,0 +1,83 @@
+// The demo camera under test.
+import { spawn } from 'node:child_process';
+import { mkdtemp, readFile, rm } from 'node:fs/promises';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { eventually } from './waiting.mjs';
+
+const START_LIMIT_MS = 20000;
+const EXIT_LIMIT_MS = 10000;
+
+export class Camera {
+  #process;
+  #folder;
+
+  /** Starts a camera on a free port; `flags` go to it. */
+  static async start(...flags) {
+    const camera = new Camera();
+    camera.#folder = await mkdtemp(join(tmpdir(), 'zelrtc-browser-'));
+    await camera.#spawn(flags);
+    return camera;
+  }
+
+  async #spawn(flags) {
+    const fixed = ['--listen', '127.0.0.1:0', '--log-level', '1', '--record-dir', this.#folder];
+    this.#process = spawn(process.env.ZELRTC_CAMERA, [...fixed, '--log-file', join(this.#folder, 'camera.log'), ...flags], {
+      stdio: ['ignore', 'pipe', 'inherit'],
+    });
+    let output = '';
+    this.#process.stdout.on('data', (chunk) => (output += chunk));
+    const line = await eventually('the camera serves', START_LIMIT_MS, () => {
+      if (this.#process.exitCode !== null) throw new Error(`the camera exited with ${this.#process.exitCode}`);
+      return /listening on (http:\/\/[^/]+)\//.exec(output);
+    });
+    this.url = line[1];
+  }
+
+  async get(path) {
+    const response = await fetch(this.url + path);
+    if (!response.ok) throw new Error(`GET ${path}: ${response.status}`);
+    return response.json();
+  }
+
+  async hangUp(callId) {
+    const response = await fetch(`${this.url}/calls/${callId}`, { method: 'DELETE' });
+    return response.status;
+  }
+
+  /** Waits until exactly `count` calls are up and connected, and returns them. */
+  connectedCalls(count) {
+    return eventually(`${count} connected calls`, 20000, async () => {
+      const calls = await this.get('/calls');
+      return calls.length === count && calls.every((call) => call.state === 'connected') && calls;
+    });
+  }
+
+  /** Waits until the camera has no call and encodes nothing. */
+  idle(limitMs) {
+    return eventually('the camera has no call left', limitMs, async () => {
+      const health = await this.get('/health');
+      return health.calls === 0 && health.encoders === 0;
+    });
+  }
+
+  log() {
+    return readFile(join(this.#folder, 'camera.log'), 'utf8');
+  }
+
+  recording(callId) {
+    return readFile(join(this.#folder, `call-${callId}.wav`));
+  }
+
+  /** Ends the camera as a user would; fails when it does not exit cleanly. */
+  async stop() {
+    this.#process.kill('SIGINT');
+    try {
+      await eventually('the camera exits', EXIT_LIMIT_MS, () => this.#process.exitCode !== null);
+    } finally {
+      this.#process.kill('SIGKILL');
+    }
+    await rm(this.#folder, { recursive: true, force: true });
+    if (this.#process.exitCode !== 0) throw new Error(`the camera exited with ${this.#process.exitCode}`);
+  }
+}

@@ -1,0 +1,150 @@
+// However a call ends, the camera ends it in order and keeps nothing of it.
+
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <algorithm>
+#include <iterator>
+#include <regex>
+
+#include "camera_process.h"
+#include "viewer_process.h"
+#include "waiting.h"
+
+namespace calltest {
+namespace {
+
+using namespace std::chrono_literals;
+
+using Arguments = std::vector<std::string>;
+
+std::size_t occurrences(const std::string& text, const std::string& pattern) {
+    const std::regex wanted(pattern);
+    return static_cast<std::size_t>(
+        std::distance(std::sregex_iterator(text.begin(), text.end(), wanted), std::sregex_iterator()));
+}
+
+/** The places in the log of a call's three last lines. */
+std::vector<std::size_t> endingOf(const std::string& log, const std::string& id) {
+    return {log.find("session " + id + " teminate."), log.find("session: " + id + ", releasing"),
+            log.find("session: " + id + ", released")};
+}
+
+void expectEndedInOrder(const std::string& log, const std::string& id) {
+    const std::vector<std::size_t> ending = endingOf(log, id);
+    EXPECT_NE(ending.back(), std::string::npos) << "call " << id << " was not released";
+    EXPECT_TRUE(std::is_sorted(ending.begin(), ending.end())) << "call " << id << " ended out of order";
+}
+
+TEST(InterruptedCamera, EndsItsCallsInOrderAndExitsInTime) {
+    CameraProcess camera;
+    ViewerProcess first(camera.url(), {"--keep"});
+    ViewerProcess second(camera.url(), {"--keep", "--no-trickle"});
+    ASSERT_TRUE(camera.hasConnectedCalls(2, 15s));
+
+    camera.process().signal(SIGINT);
+    EXPECT_EQ(camera.process().waitForExit(3s), 0);
+
+    const std::string log = camera.log();
+    for (ViewerProcess* viewer : {&first, &second}) {
+        const auto outcome = viewer->finish(15s);
+        expectEndedInOrder(log, outcome.call().at("id"));
+        EXPECT_NE(outcome.call().at("ended"), nullptr) << outcome.report.dump(2);
+    }
+}
+
+TEST(InterruptedCamera, ExitsWithoutAnyCallToo) {
+    CameraProcess camera;
+    camera.process().signal(SIGTERM);
+    EXPECT_EQ(camera.process().waitForExit(3s), 0);
+}
+
+TEST(HungUpCall, TellsTheViewerWhyWhenSomeoneElseEndsIt) {
+    CameraProcess camera;
+    ViewerProcess viewer(camera.url(), {"--keep"});
+    ASSERT_TRUE(camera.hasConnectedCalls(1, 15s));
+    const int id = camera.get("/calls").at(0).at("id");
+
+    const auto removed = camera.remove("/calls/" + std::to_string(id));
+    ASSERT_TRUE(removed);
+    EXPECT_EQ(removed->status, 204);
+    EXPECT_TRUE(camera.hasNoCalls(5s));
+    const auto outcome = viewer.finish(15s);
+    EXPECT_EQ(outcome.status, 0) << outcome.report.dump(2);
+    EXPECT_TRUE(outcome.call().at("ended").is_string());
+}
+
+TEST(KilledViewer, IsNoticedWithinTenSeconds) {
+    CameraProcess camera;
+    ViewerProcess viewer(camera.url(), {"--keep"});
+    ASSERT_TRUE(camera.hasConnectedCalls(1, 15s));
+    viewer.process().signal(SIGKILL);
+    EXPECT_TRUE(camera.hasNoCalls(10s));
+    EXPECT_TRUE(camera.logsEventually("released", 1s));
+}
+
+struct Departure {
+    const char* name;
+    Arguments arguments;
+};
+
+class LeavesNothing : public ::testing::TestWithParam<Departure> {
+protected:
+    // What belongs to the first call of a process stays: certificate, thread pools, sockets of the registry.
+    void warmUp() {
+        view(camera_.url(), {"--seconds", "1"});
+        view(camera_.url(), {"--seconds", "1", "--no-trickle"});
+        ASSERT_TRUE(camera_.hasNoCalls(10s));
+        ASSERT_TRUE(eventually([this] { return camera_.runningEncoders() == 0; }, 10s));
+        ASSERT_TRUE(eventually([this] { return isQuiet(); }, 30s));
+    }
+
+    // Connections of finished requests are closed after a while; the process is quiet when that is over.
+    bool isQuiet() {
+        const Footprint now = camera_.footprint();
+        const bool same = now.threads == before_.threads && now.descriptors == before_.descriptors;
+        quietRounds_ = same ? quietRounds_ + 1 : 0;
+        before_ = now;
+        return quietRounds_ >= 50;
+    }
+
+    CameraProcess camera_;
+    Footprint before_{};
+    int quietRounds_ = 0;
+};
+
+INSTANTIATE_TEST_SUITE_P(
+    After, LeavesNothing,
+    ::testing::Values(Departure{"HangingUp", {"--seconds", "1"}},
+                      Departure{"HangingUpWithACompleteAnswer", {"--seconds", "1", "--no-trickle"}},
+                      Departure{"LeavingAfterTheOffer", {"--abort-at", "offer"}},
+                      Departure{"LeavingAfterTheCompleteOffer", {"--abort-at", "offer", "--no-trickle"}},
+                      Departure{"LeavingWhileGathering", {"--abort-at", "gathering"}},
+                      Departure{"LeavingInTheHandshake", {"--abort-at", "dtls"}},
+                      Departure{"LeavingInTheMiddle", {"--abort-at", "0.5"}}),
+    [](const auto& departure) { return departure.param.name; });
+
+TEST_P(LeavesNothing, NoCallThreadDescriptorOrEncoder) {
+    ASSERT_NO_FATAL_FAILURE(warmUp());
+    Arguments arguments = GetParam().arguments;
+    arguments.insert(arguments.end(), {"--calls", "3", "--no-decode"});
+    view(camera_.url(), arguments);
+
+    EXPECT_TRUE(camera_.hasNoCalls(45s));
+    EXPECT_TRUE(eventually([this] { return camera_.runningEncoders() == 0; }, 10s));
+    Footprint after{};
+    EXPECT_TRUE(eventually(
+        [&] {
+            after = camera_.footprint();
+            return after.threads <= before_.threads && after.descriptors <= before_.descriptors;
+        },
+        20s))
+        << after.threads << " threads after " << before_.threads << ", " << after.descriptors << " descriptors after "
+        << before_.descriptors;
+    const std::string log = camera_.log();
+    EXPECT_EQ(occurrences(log, "session: [0-9]+, releasing"), 5U);
+    EXPECT_EQ(occurrences(log, "session: [0-9]+, released"), 5U);
+}
+
+}  // namespace
+}  // namespace calltest

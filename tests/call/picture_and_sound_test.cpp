@@ -1,0 +1,133 @@
+// Whole calls: what the viewer sees and hears, and what the camera hears.
+
+#include <gtest/gtest.h>
+
+#include "camera_process.h"
+#include "scratch_folder.h"
+#include "viewer_process.h"
+#include "wav_file.h"
+
+namespace calltest {
+namespace {
+
+using nlohmann::json;
+using namespace std::chrono_literals;
+
+using Arguments = std::vector<std::string>;
+
+constexpr double cameraTone = 440;
+constexpr double viewerTone = 700;
+
+json sizeOf(const json& change) {
+    return {change.at("width"), change.at("height")};
+}
+
+class AnswerStyle : public ::testing::TestWithParam<const char*> {
+protected:
+    Arguments with(Arguments arguments) const {
+        if (*GetParam() != '\0') {
+            arguments.emplace_back(GetParam());
+        }
+        return arguments;
+    }
+
+    CameraProcess camera_;
+};
+
+INSTANTIATE_TEST_SUITE_P(Both, AnswerStyle, ::testing::Values("", "--no-trickle"),
+                         [](const auto& style) { return *style.param == '\0' ? "Trickle" : "CompleteAnswer"; });
+
+TEST_P(AnswerStyle, BringsTheStartingStreamFromAKeyFrameOn) {
+    const auto outcome = view(camera_.url(), with({"--seconds", "4"}));
+    ASSERT_EQ(outcome.status, 0) << outcome.report.dump(2);
+
+    const json& video = outcome.call().at("video");
+    EXPECT_GE(video.at("frames"), 90);
+    EXPECT_GE(video.at("keyFrames"), 4);
+    EXPECT_GE(video.at("decoded"), video.at("frames").get<int>() - 5);
+    EXPECT_EQ(video.at("unreadable"), 0);
+    ASSERT_EQ(video.at("sizes").size(), 1U);
+    EXPECT_EQ(sizeOf(video.at("sizes")[0]), json({640, 360}));
+    EXPECT_EQ(video.at("sizes")[0].at("keyFrame"), true);
+    EXPECT_LT(video.at("ageMs").at("p95"), 1000);
+    EXPECT_EQ(outcome.call().at("failure"), nullptr);
+}
+
+TEST_P(AnswerStyle, CarriesSoundBothWays) {
+    const ScratchFolder folder;
+    const std::string heard = folder.file("heard.wav");
+    const auto outcome = view(camera_.url(), with({"--seconds", "4", "--record", heard}));
+    ASSERT_EQ(outcome.status, 0) << outcome.report.dump(2);
+
+    const WavFile atViewer = readWav(heard);
+    EXPECT_GT(atViewer.seconds(), 2.5);
+    EXPECT_GT(atViewer.level(), 0.02);
+    EXPECT_GT(atViewer.shareAt(cameraTone), 0.8);
+    EXPECT_LT(atViewer.shareAt(viewerTone), 0.1);
+
+    ASSERT_TRUE(camera_.hasNoCalls(5s));
+    const WavFile atCamera = readWav(camera_.recording(outcome.call().at("id")));
+    EXPECT_EQ(atCamera.samplesPerSecond, 8000U);
+    EXPECT_GT(atCamera.seconds(), 2.5);
+    EXPECT_GT(atCamera.level(), 0.02);
+    EXPECT_GT(atCamera.shareAt(viewerTone), 0.8);
+    EXPECT_LT(atCamera.shareAt(cameraTone), 0.1);
+}
+
+TEST_P(AnswerStyle, SwitchesStreamsAtAKeyFrameOfTheNewSize) {
+    const auto outcome = view(camera_.url(), with({"--seconds", "5", "--switch-at", "1:2", "--switch-at", "3:0"}));
+    ASSERT_EQ(outcome.status, 0) << outcome.report.dump(2);
+
+    const json& sizes = outcome.call().at("video").at("sizes");
+    const json& asked = outcome.call().at("streams");
+    ASSERT_EQ(sizes.size(), 3U) << sizes;
+    ASSERT_EQ(asked.size(), 2U);
+    EXPECT_EQ(sizeOf(sizes[1]), json({320, 180}));
+    EXPECT_EQ(sizeOf(sizes[2]), json({1280, 720}));
+    for (std::size_t i = 1; i < sizes.size(); ++i) {
+        EXPECT_EQ(sizes[i].at("keyFrame"), true) << sizes[i];
+        EXPECT_LT(sizes[i].at("ms").get<double>() - asked[i - 1].at("ms").get<double>(), 1500) << sizes[i];
+    }
+    EXPECT_EQ(outcome.call().at("video").at("unreadable"), 0);
+}
+
+TEST_P(AnswerStyle, ServesTwoViewersAtOnceEachItsOwnStream) {
+    ViewerProcess first(camera_.url(), with({"--keep", "--stream", "0"}));
+    ViewerProcess second(camera_.url(), with({"--seconds", "3", "--stream", "2"}));
+    EXPECT_TRUE(camera_.hasConnectedCalls(2, 15s));
+
+    const auto secondOutcome = second.finish();
+    const auto firstOutcome = first.hangUp();
+    ASSERT_EQ(firstOutcome.status, 0) << firstOutcome.report.dump(2);
+    ASSERT_EQ(secondOutcome.status, 0) << secondOutcome.report.dump(2);
+    EXPECT_NE(firstOutcome.call().at("id"), secondOutcome.call().at("id"));
+    EXPECT_EQ(firstOutcome.call().at("video").at("width"), 1280);
+    EXPECT_EQ(secondOutcome.call().at("video").at("width"), 320);
+}
+
+TEST(ManyViewers, FourInOneProgramAllSeeThePicture) {
+    CameraProcess camera;
+    const auto outcome = view(camera.url(), {"--seconds", "3", "--calls", "4", "--no-decode"});
+    EXPECT_EQ(outcome.status, 0) << outcome.report.dump(2);
+    EXPECT_EQ(outcome.report.at("calls").size(), 4U);
+}
+
+TEST(SilentViewer, GetsPictureAndSoundWithoutSendingAny) {
+    CameraProcess camera;
+    const auto outcome = view(camera.url(), {"--seconds", "2", "--no-talk"});
+    EXPECT_EQ(outcome.status, 0) << outcome.report.dump(2);
+    EXPECT_EQ(outcome.call().at("audio").at("sent"), 0);
+    EXPECT_EQ(outcome.call().at("audio").at("heard"), 0);
+}
+
+TEST(WhepPlayer, GetsPictureAndSound) {
+    CameraProcess camera;
+    const auto complete = view(camera.url(), {"--seconds", "2", "--whep", "--no-trickle"});
+    EXPECT_EQ(complete.status, 0) << complete.report.dump(2);
+    const auto trickled = view(camera.url(), {"--seconds", "2", "--whep"});
+    EXPECT_EQ(trickled.status, 0) << trickled.report.dump(2);
+    EXPECT_TRUE(camera.hasNoCalls(5s));
+}
+
+}  // namespace
+}  // namespace calltest

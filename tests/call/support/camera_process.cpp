@@ -1,0 +1,119 @@
+#include "camera_process.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <stdexcept>
+
+#include "waiting.h"
+
+namespace calltest {
+namespace {
+
+constexpr std::chrono::seconds startLimit(20);
+constexpr std::chrono::seconds responseLimit(15);
+
+int entriesIn(const std::string& folder) {
+    const std::filesystem::directory_iterator entries(folder);
+    return static_cast<int>(std::distance(begin(entries), end(entries)));
+}
+
+std::string addressIn(const std::string& output) {
+    std::smatch match;
+    const std::regex line("listening on (http://127\\.0\\.0\\.1:[0-9]+)/\n");
+    return std::regex_search(output, match, line) ? match[1].str() : "";
+}
+
+httplib::Client client(const std::string& url) {
+    httplib::Client http(url);
+    http.set_read_timeout(responseLimit);
+    return http;
+}
+
+}  // namespace
+
+CameraProcess::CameraProcess(const std::vector<std::string>& extraArguments) {
+    std::vector<std::string> arguments{
+        "--listen",     "127.0.0.1:0", "--log-level", "1", "--log-file", folder_.file("camera.log"),
+        "--record-dir", folder_.path()};
+    arguments.insert(arguments.end(), extraArguments.begin(), extraArguments.end());
+    const std::string output = folder_.file("camera.out");
+    process_ = std::make_unique<ChildProcess>(ZELRTC_CAMERA, arguments, output, folder_.file("camera.err"));
+    eventually([&] { return !addressIn(readFile(output)).empty() || process_->waitForExit({}); }, startLimit);
+    url_ = addressIn(readFile(output));
+    if (url_.empty()) {
+        throw std::runtime_error("the camera does not serve: " + readFile(folder_.file("camera.err")));
+    }
+}
+
+std::string CameraProcess::recording(const std::string& callId) const {
+    return folder_.file("call-" + callId + ".wav");
+}
+
+std::string CameraProcess::log() const {
+    return readFile(folder_.file("camera.log"));
+}
+
+bool CameraProcess::logsEventually(const std::string& text, std::chrono::milliseconds limit) const {
+    return eventually([&] { return log().find(text) != std::string::npos; }, limit);
+}
+
+nlohmann::json CameraProcess::get(const std::string& path) const {
+    const httplib::Result result = client(url_).Get(path);
+    if (!result || result->status != 200) {
+        throw std::runtime_error("the camera does not answer GET " + path);
+    }
+    return nlohmann::json::parse(result->body);
+}
+
+httplib::Result CameraProcess::post(const std::string& path, const std::string& body) const {
+    return client(url_).Post(path, body, "application/json");
+}
+
+httplib::Result CameraProcess::remove(const std::string& path) const {
+    return client(url_).Delete(path);
+}
+
+bool CameraProcess::hasConnectedCalls(std::size_t count, std::chrono::milliseconds limit) const {
+    return eventually(
+        [&] {
+            const nlohmann::json calls = get("/calls");
+            const auto isConnected = [](const nlohmann::json& call) { return call.at("state") == "connected"; };
+            return calls.size() == count && std::all_of(calls.begin(), calls.end(), isConnected);
+        },
+        limit);
+}
+
+bool CameraProcess::hasNoCalls(std::chrono::milliseconds limit) const {
+    return eventually([this] { return get("/health").at("calls") == 0; }, limit);
+}
+
+int CameraProcess::runningEncoders() const {
+    return get("/health").at("encoders");
+}
+
+Footprint CameraProcess::footprint() const {
+    const std::string process = "/proc/" + std::to_string(pid());
+    return {get("/health").at("calls"), entriesIn(process + "/task"), entriesIn(process + "/fd")};
+}
+
+double CameraProcess::cpuSeconds() const {
+    std::ifstream stat("/proc/" + std::to_string(pid()) + "/stat");
+    std::string line;
+    std::getline(stat, line);
+    std::istringstream fields(line.substr(line.rfind(')') + 2));
+    std::string skipped;
+    for (int i = 0; i < 11; ++i) {
+        fields >> skipped;
+    }
+    double user = 0;
+    double system = 0;
+    fields >> user >> system;
+    return (user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
+}
+
+}  // namespace calltest

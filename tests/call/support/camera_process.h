@@ -1,0 +1,65 @@
+/** The demo camera under test. */
+#pragma once
+
+#include <httplib.h>
+
+#include <chrono>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "child_process.h"
+#include "scratch_folder.h"
+
+namespace calltest {
+
+/** What a call could leave behind in the camera. */
+struct Footprint {
+    int calls;
+    int threads;
+    int descriptors;
+};
+
+/** Serves on a free port of 127.0.0.1 from construction on; logs everything and records the viewers' audio. */
+class CameraProcess {
+public:
+    explicit CameraProcess(const std::vector<std::string>& extraArguments = {});
+
+    const std::string& url() const {
+        return url_;
+    }
+    pid_t pid() const {
+        return process_->pid();
+    }
+    ChildProcess& process() {
+        return *process_;
+    }
+
+    /** The file the call's talk-back is recorded to. */
+    std::string recording(const std::string& callId) const;
+    std::string log() const;
+    /** Waits until the log holds the text. */
+    bool logsEventually(const std::string& text, std::chrono::milliseconds limit) const;
+
+    nlohmann::json get(const std::string& path) const;
+    httplib::Result post(const std::string& path, const std::string& body) const;
+    httplib::Result remove(const std::string& path) const;
+
+    /** Waits until this many calls are up, all of them connected. */
+    bool hasConnectedCalls(std::size_t count, std::chrono::milliseconds limit) const;
+    bool hasNoCalls(std::chrono::milliseconds limit) const;
+    int runningEncoders() const;
+
+    /** As the kernel counts threads and descriptors. */
+    Footprint footprint() const;
+    /** CPU seconds used up to now. */
+    double cpuSeconds() const;
+
+private:
+    ScratchFolder folder_;
+    std::unique_ptr<ChildProcess> process_;
+    std::string url_;
+};
+
+}  // namespace calltest

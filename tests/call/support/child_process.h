@@ -1,0 +1,38 @@
+/** A program that a test runs. */
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace calltest {
+
+/** Runs from construction on and does not outlive this object nor the test program. */
+class ChildProcess {
+public:
+    /** Standard output and error go to the files. @throws std::runtime_error when nothing could be started */
+    ChildProcess(const std::string& program, const std::vector<std::string>& arguments, const std::string& outputPath,
+                 const std::string& errorPath);
+    ~ChildProcess();
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+
+    pid_t pid() const {
+        return pid_;
+    }
+    void signal(int number) const;
+
+    /** The exit status, 128 plus the number for an end by signal, or nothing while it still runs at the limit. */
+    std::optional<int> waitForExit(std::chrono::milliseconds limit);
+
+private:
+    bool hasEnded();
+
+    pid_t pid_;
+    std::optional<int> status_;
+};
+
+}  // namespace calltest

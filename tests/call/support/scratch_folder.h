@@ -1,0 +1,28 @@
+/** A folder for one test's files. */
+#pragma once
+
+#include <string>
+
+namespace calltest {
+
+/** Removed at the end of a test that passed; kept, and named, after one that failed. */
+class ScratchFolder {
+public:
+    ScratchFolder();
+    ~ScratchFolder();
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+    std::string file(const std::string& name) const;
+    const std::string& path() const {
+        return path_;
+    }
+
+private:
+    std::string path_;
+};
+
+/** The whole file; empty when there is none. */
+std::string readFile(const std::string& path);
+
+}  // namespace calltest

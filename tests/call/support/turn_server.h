@@ -1,0 +1,28 @@
+/** A TURN server on this host. */
+#pragma once
+
+#include <string>
+
+#include "child_process.h"
+#include "scratch_folder.h"
+
+namespace calltest {
+
+/** coturn on a free port of 127.0.0.1, over UDP and TCP, with one user. */
+class TurnServer {
+public:
+    TurnServer();
+
+    /** "turn:127.0.0.1:PORT?transport=udp,USER,CREDENTIAL"; `transport` is "udp" or "tcp". */
+    std::string description(const std::string& transport) const;
+    /** The same with a credential that is not the user's. */
+    std::string wrongDescription(const std::string& transport) const;
+    std::string url(const std::string& transport) const;
+
+private:
+    ScratchFolder folder_;
+    int port_;
+    ChildProcess process_;
+};
+
+}  // namespace calltest

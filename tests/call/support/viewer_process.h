@@ -1,0 +1,47 @@
+/** The headless viewer as a program. */
+#pragma once
+
+#include <chrono>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "child_process.h"
+#include "scratch_folder.h"
+
+namespace calltest {
+
+/** Runs beside the test from construction on. */
+class ViewerProcess {
+public:
+    ViewerProcess(const std::string& url, const std::vector<std::string>& arguments);
+
+    ChildProcess& process() {
+        return process_;
+    }
+
+    struct Outcome {
+        int status;
+        nlohmann::json report;
+
+        /** The only call of the report. */
+        const nlohmann::json& call() const {
+            return report.at("calls").at(0);
+        }
+    };
+
+    /** Waits for the end. @throws std::runtime_error when it does not come, or brings no report */
+    Outcome finish(std::chrono::milliseconds limit = std::chrono::seconds(60));
+
+    /** Asks it to hang up, then finish. */
+    Outcome hangUp();
+
+private:
+    ScratchFolder folder_;
+    ChildProcess process_;
+};
+
+/** A viewer from beginning to end. */
+ViewerProcess::Outcome view(const std::string& url, const std::vector<std::string>& arguments);
+
+}  // namespace calltest

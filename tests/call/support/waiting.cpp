@@ -1,0 +1,19 @@
+#include "waiting.h"
+
+#include <thread>
+
+namespace calltest {
+
+bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
+    constexpr std::chrono::milliseconds pace(20);
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() >= deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(pace);
+    }
+    return true;
+}
+
+}  // namespace calltest

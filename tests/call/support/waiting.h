@@ -1,0 +1,12 @@
+/** Waiting for what other processes bring about. */
+#pragma once
+
+#include <chrono>
+#include <functional>
+
+namespace calltest {
+
+/** Asks `condition` until it holds or the limit has passed. @return whether it held */
+bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds limit);
+
+}  // namespace calltest

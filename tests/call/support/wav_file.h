@@ -1,0 +1,25 @@
+/** What a recording holds. */
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace calltest {
+
+/** 16 bit, mono. */
+struct WavFile {
+    unsigned samplesPerSecond = 0;
+    std::vector<std::int16_t> samples;
+
+    double seconds() const;
+    /** Root mean square, full scale is 1. */
+    double level() const;
+    /** The share of the sound's energy, from 0 to 1, that lies at this frequency. */
+    double shareAt(double hertz) const;
+};
+
+/** @throws std::runtime_error when the file is not a 16 bit mono WAV file */
+WavFile readWav(const std::string& path);
+
+}  // namespace calltest
