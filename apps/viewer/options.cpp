@@ -61,10 +61,6 @@ void parseAbort(const std::string& text, Options& options) {
     }
 }
 
-bool isLoopback(const std::string& url) {
-    return std::regex_search(url, std::regex("^http://(127\\.|localhost)"));
-}
-
 void declare(CLI::App& app, Options& options, RawOptions& raw) {
     app.add_option("url", options.url, "The camera's address, e.g. http://127.0.0.1:8080")->required();
     app.add_option("--seconds", raw.seconds, "How long to look, from the connection on")
@@ -80,8 +76,7 @@ void declare(CLI::App& app, Options& options, RawOptions& raw) {
     app.add_option("--ice-server", raw.servers, "URL[,USER,CREDENTIAL] of a STUN or TURN server; may be repeated")
         ->allow_extra_args(false);
     app.add_flag("--relay-only", options.relayOnly, "Use relayed candidates only");
-    app.add_option("--local-address", options.localAddresses,
-                   "Gather on this address only; may be repeated (a camera on this host: 127.0.0.1)")
+    app.add_option("--local-address", options.localAddresses, "Gather on this address only; may be repeated")
         ->allow_extra_args(false);
     app.add_option("--stream", options.stream, "Ask for this video stream")->check(CLI::Range(0, 2));
     app.add_option("--switch-at", raw.switches, "SECONDS:STREAM, switch then; may be repeated")
@@ -121,9 +116,6 @@ void check(Options& options, const RawOptions& raw) {
     }
     if (!options.recordPath.empty() && options.calls > 1) {
         throw std::invalid_argument("--record is for a single call");
-    }
-    if (options.localAddresses.empty() && isLoopback(options.url)) {
-        options.localAddresses.emplace_back("127.0.0.1");
     }
 }
 

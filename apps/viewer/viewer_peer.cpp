@@ -4,6 +4,8 @@
 
 #include <stdexcept>
 
+#include "network_interfaces.h"
+
 namespace zelviewer {
 namespace {
 
@@ -35,6 +37,14 @@ ObjectRef objectProperty(gpointer owner, const char* name) {
     GObject* object = nullptr;
     g_object_get(owner, name, &object, nullptr);
     return ObjectRef(object);
+}
+
+void gatherOn(GObject* agent, const std::string& address) {
+    gboolean added = FALSE;
+    g_signal_emit_by_name(agent, "add-local-ip-address", address.c_str(), &added);
+    if (!added) {
+        throw std::runtime_error("not an address to gather on: " + address);
+    }
 }
 
 const char* nameOf(GstWebRTCPeerConnectionState state) {
@@ -161,12 +171,12 @@ void ViewerPeer::configureIce(const Options& options) {
     const ObjectRef nice = objectProperty(agent.get(), "agent");
     // Asking a router to open a port and waiting long for a lost TURN packet would only delay the offer.
     g_object_set(nice.get(), "upnp", FALSE, "stun-max-retransmissions", 2U, nullptr);
-    for (const std::string& address : options.localAddresses) {
-        gboolean added = FALSE;
-        g_signal_emit_by_name(agent.get(), "add-local-ip-address", address.c_str(), &added);
-        if (!added) {
-            throw std::runtime_error("not an address to gather on: " + address);
-        }
+    std::vector<std::string> addresses = options.localAddresses;
+    if (addresses.empty() && hasOnlyLoopback()) {
+        addresses.emplace_back("127.0.0.1");
+    }
+    for (const std::string& address : addresses) {
+        gatherOn(agent.get(), address);
     }
 }
 

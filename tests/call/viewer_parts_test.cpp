@@ -112,7 +112,6 @@ TEST(ReadOptions, TakesWhatACallNeeds) {
     EXPECT_EQ(options.abortPoint, AbortPoint::afterTime);
     EXPECT_EQ(options.abortAfter, Milliseconds(2000));
     EXPECT_FALSE(options.trickle);
-    EXPECT_EQ(options.localAddresses, std::vector<std::string>{"127.0.0.1"});
 }
 
 TEST(ReadOptions, RefusesBadUsageWithStatusTwo) {
