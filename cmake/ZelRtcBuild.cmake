@@ -22,6 +22,11 @@ if(ZELRTC_SANITIZE)
   add_link_options(-fsanitize=${ZELRTC_SANITIZE})
 endif()
 
+# Everything is watched by the fuzzer, not the targets alone.
+if(ZELRTC_BUILD_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 # zelrtc_compile(target standard): warnings as errors, and that C++ standard without extensions.
 function(zelrtc_compile target standard)
   set_target_properties(${target} PROPERTIES CXX_STANDARD ${standard} CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF)

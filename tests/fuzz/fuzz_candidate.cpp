@@ -1,0 +1,40 @@
+// Candidates from the far end: the reader of their JSON and of the line inside.
+#include <string.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+
+#include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
+
+#include "candidate_line.h"
+#include "promise.h"
+
+using zelrtc_fuzz::require;
+
+namespace {
+
+const CHAR UNTOUCHED = '#';
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    // The text ends where its length says, not at a terminator: a heap block of its size shows any step beyond.
+    std::unique_ptr<CHAR[]> json(new CHAR[size > 0 ? size : 1]);
+    std::copy(data, data + size, json.get());
+    RtcIceCandidateInit candidate;
+    memset(&candidate, UNTOUCHED, sizeof(candidate));
+    RtcIceCandidateInit before = candidate;
+
+    const STATUS status = deserializeRtcIceCandidateInit(json.get(), static_cast<UINT32>(size), &candidate);
+
+    if (status != STATUS_SUCCESS) {
+        require(memcmp(&before, &candidate, sizeof(before)) == 0, "a refused candidate leaves the record as it was");
+        return 0;
+    }
+    const std::string line(candidate.candidate, strnlen(candidate.candidate, sizeof(candidate.candidate)));
+    const auto usable = hostsdk::usableCandidate(line);
+    require(!usable || !usable->empty(), "a usable candidate has a text");
+    hostsdk::sdkCandidate(line);
+    return 0;
+}

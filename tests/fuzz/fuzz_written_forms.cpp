@@ -1,0 +1,77 @@
+// What is written is read back as it was: descriptions and candidates, with any text inside.
+#include <fuzzer/FuzzedDataProvider.h>
+#include <string.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
+
+#include "candidate_json.h"
+#include "promise.h"
+
+using zelrtc_fuzz::require;
+
+namespace {
+
+const size_t LARGEST_ESCAPE = sizeof("\\u0000") - 1;
+
+// JSON text is UTF-8, and a field ends at its terminator; everything else may stand in either.
+std::string plainText(FuzzedDataProvider* input, size_t limit) {
+    std::string text = input->ConsumeRandomLengthString(limit);
+    for (CHAR& character : text) {
+        const auto byte = static_cast<unsigned char>(character);
+        character = static_cast<CHAR>(byte == 0 || byte >= 0x80 ? 'x' : byte);
+    }
+    return text;
+}
+
+void describe(FuzzedDataProvider* input) {
+    RtcSessionDescriptionInit written;
+    memset(&written, 0, sizeof(written));
+    written.type = input->ConsumeBool() ? SDP_TYPE_OFFER : SDP_TYPE_ANSWER;
+    const size_t room = input->ConsumeIntegralInRange<size_t>(0, 2000);
+    const std::string sdp = plainText(input, 4000);
+    sdp.copy(written.sdp, sizeof(written.sdp) - 1);
+
+    std::vector<CHAR> buffer(room + 1);
+    UINT32 length = static_cast<UINT32>(room);
+    const STATUS status = serializeSessionDescriptionInit(&written, buffer.data(), &length);
+    if (status == STATUS_BUFFER_TOO_SMALL) {
+        require(room < sdp.size() * LARGEST_ESCAPE + sizeof(R"({"type": "answer", "sdp": ""})"),
+                "a text that fits is written");
+        return;
+    }
+    require(status == STATUS_SUCCESS, "only the room can be too small");
+    require(length <= room && buffer[length - 1] == '\0', "the length counts the terminator and keeps to the room");
+
+    RtcSessionDescriptionInit read;
+    memset(&read, 0, sizeof(read));
+    const STATUS readStatus = deserializeSessionDescriptionInit(buffer.data(), length - 1, &read);
+    require((readStatus == STATUS_SUCCESS) == !sdp.empty(), "a description that was written is readable, unless empty");
+    require(sdp.empty() || (read.type == written.type && sdp == read.sdp), "a description is read as it was written");
+}
+
+void announce(FuzzedDataProvider* input) {
+    const std::string line = plainText(input, MAX_ICE_CANDIDATE_INIT_CANDIDATE_LEN);
+    const std::string mid = plainText(input, 32);
+    std::string json = hostsdk::writeCandidateJson(line, mid, input->ConsumeIntegral<unsigned int>());
+
+    RtcIceCandidateInit read;
+    const STATUS status = deserializeRtcIceCandidateInit(json.data(), static_cast<UINT32>(json.size()), &read);
+    require((status == STATUS_SUCCESS) == !line.empty(), "a candidate that was written is readable, unless empty");
+    require(line.empty() || line == read.candidate, "a candidate is read as it was written");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    FuzzedDataProvider input(data, size);
+    if (input.ConsumeBool()) {
+        describe(&input);
+    } else {
+        announce(&input);
+    }
+    return 0;
+}

@@ -1,0 +1,106 @@
+/**
+ * One session's life, driven by a byte string: public calls, the SDK's handlers and the SDK's statuses in an order that
+ * nobody would think of, beside a plain model of what the session promises. Whatever the two disagree on ends the run.
+ */
+#ifndef TESTS_FUZZ_SESSION_RUN_H
+#define TESTS_FUZZ_SESSION_RUN_H
+
+#include <fuzzer/FuzzedDataProvider.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "application.h"
+#include "recording_sdk.h"
+#include "zelwebrtc_session.h"
+
+namespace zelrtc_fuzz {
+
+/** What a C function sees of the text. */
+inline std::string untilTerminator(const std::string& text) {
+    return text.substr(0, text.find('\0'));
+}
+
+class SessionRun {
+public:
+    SessionRun(const uint8_t* data, size_t size);
+    ~SessionRun();
+    SessionRun(const SessionRun&) = delete;
+    SessionRun& operator=(const SessionRun&) = delete;
+
+    void run();
+
+private:
+    /** What the session has to be and do by now. */
+    struct Model {
+        ZelRtcSessionConfig given;
+        ZelRtcSessionConfig corrected;
+        bool hasCallback = false;
+        bool hasConnection = false;
+        bool hasTransceivers = false;
+        bool connected = false;
+        bool terminated = false;
+        bool waitsForKeyFrame = true;
+        UINT32 state = RTC_PEER_CONNECTION_STATE_NONE;
+        UINT32 videoType = 1;
+        UINT32 audioType = 1;
+        std::vector<Told> told;
+        size_t misuse = 0;
+    };
+
+    void forget();
+    void construct();
+    void step();
+    void destroy();
+
+    // The application's operations.
+    void init();
+    void addRemoteCandidate();
+    void setAudioVideoType();
+    void writeVideo();
+    void writeAudio();
+    void teminate();
+
+    // The SDK's events.
+    void fireAny();
+    void fireCandidate();
+    void fireGatheringEnd();
+    void fireState();
+    void fireFrames();
+    void fireBandwidth();
+
+    void deliverDefaults();
+    void scriptSdk();
+    void interruptNext();
+    void nested(void (SessionRun::*action)());
+    void react();
+    void operateInside();
+
+    void expectWrite(int result, int expected, bool reachesSdk, size_t callsBefore, const Frame& frame);
+    void expectConfiguration() const;
+    void expectMembers();
+    void expectLines() const;
+    void expectAll();
+
+    std::vector<zelrtc_test::SdkCall> ownCallsSince(size_t first) const;
+    bool answerFits() const;
+    std::string answerText(const std::string& sdp) const;
+    std::string text(size_t limit);
+    UINT32 status();
+
+    FuzzedDataProvider input_;
+    zelrtc_test::RecordingSdk& sdk_;
+    Application application_;
+    Model model_;
+    ZELRTC_SESSION_ID sid_ = 0;
+    std::unique_ptr<ZelRtcSession> session_;
+    std::vector<BYTE> media_;
+    bool isNested_ = false;
+    // Ranges of SDK calls that an event or a reaction made while an operation was under way.
+    std::vector<std::pair<size_t, size_t>> nestedCalls_;
+};
+
+}  // namespace zelrtc_fuzz
+
+#endif
