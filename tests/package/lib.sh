@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by the package tests. Needs: SOURCE (the project), WORK (a scratch folder of the test's own).
 set -euo pipefail
 
