@@ -49,7 +49,7 @@ class Scene:
 
     def viewer(self, *options):
         # Late packets wait in the viewer for as long as the links here can hold one back.
-        settings = ["--connect-timeout", str(CONNECT_SECONDS), *options]
+        settings = ["--connect-timeout", str(CONNECT_SECONDS), "--jitter-buffer", "250", *options]
         return Viewer(self._programs.viewer, self.camera.url(self.network.camera_address), settings,
                       self.network.command_in)
 

@@ -163,3 +163,19 @@ class BothBehindNat(Network):
                 }}
             }}""")
         self.viewer_address = HIDDEN_VIEWER
+
+
+class Loopback(Network):
+    """Camera and viewer on the loopback interface of one namespace, apart from the machine's own network."""
+
+    camera_address = "127.0.0.1"
+    viewer_address = "127.0.0.1"
+
+    def __init__(self):
+        super().__init__(None)
+
+    def namespace(self, role):
+        return f"{self._prefix}both"
+
+    def _build(self):
+        self._add("both")

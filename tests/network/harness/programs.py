@@ -73,8 +73,14 @@ class Camera:
         return sorted({event["call"] for event in list(self.events)})
 
     def health(self):
+        return self._get("/health")
+
+    def live_calls(self):
+        return self._get("/calls")
+
+    def _get(self, path):
         command = [sys.executable, "-c",
-                   f"import urllib.request as r; print(r.urlopen('{self.local_url()}/health').read().decode())"]
+                   f"import urllib.request as r; print(r.urlopen('{self.local_url()}{path}').read().decode())"]
         return json.loads(subprocess.run(self._command_in("camera", command), capture_output=True, text=True,
                                          check=True).stdout)
 
