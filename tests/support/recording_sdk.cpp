@@ -21,6 +21,23 @@ std::string formatted(const char* format, va_list values) {
     return buffer.data();
 }
 
+bool needsObject(SdkFunction function) {
+    switch (function) {
+        case SdkFunction::createPeerConnection:
+        case SdkFunction::deserializeSessionDescriptionInit:
+        case SdkFunction::serializeSessionDescriptionInit:
+        case SdkFunction::deserializeRtcIceCandidateInit:
+            return false;
+        default:
+            return true;
+    }
+}
+
+// The SDK refuses a null connection with a status; a null transceiver to write to crashes it.
+bool isOnNull(const SdkCall& call) {
+    return call.object == nullptr && needsObject(call.function) && call.function != SdkFunction::writeFrame;
+}
+
 std::string hex(UINT32 value) {
     char text[16];
     snprintf(text, sizeof(text), "0x%08x", value);
@@ -265,8 +282,11 @@ UINT32 RecordingSdk::enter(SdkCall call) {
     UINT32 status = STATUS_SUCCESS;
     {
         std::lock_guard<std::recursive_mutex> lock(mutex_);
-        reportMisuse(call);
         status = scriptedStatus(call.function);
+        if (status == STATUS_SUCCESS && isOnNull(call)) {
+            status = STATUS_NULL_ARG;
+        }
+        reportMisuse(call);
         call.status = status;
         call.thread = std::this_thread::get_id();
         std::string entry = nameOf(call.function);
@@ -320,12 +340,10 @@ UINT32 RecordingSdk::scriptedStatus(SdkFunction function) {
 }
 
 void RecordingSdk::reportMisuse(const SdkCall& call) {
+    if (!needsObject(call.function) || isOnNull(call)) {
+        return;
+    }
     switch (call.function) {
-        case SdkFunction::createPeerConnection:
-        case SdkFunction::deserializeSessionDescriptionInit:
-        case SdkFunction::serializeSessionDescriptionInit:
-        case SdkFunction::deserializeRtcIceCandidateInit:
-            return;
         case SdkFunction::transceiverOnFrame:
         case SdkFunction::transceiverOnBandwidthEstimation:
         case SdkFunction::writeFrame:

@@ -40,6 +40,13 @@ ZELRTC_REVEAL(audioType_, UINT32);
 
 #undef ZELRTC_REVEAL
 
+// The one private operation whose result no public operation shows.
+struct ReleaseTag {
+    typedef UINT32 (ZelRtcSession::*type)(PRtcPeerConnection*);
+    friend type pointerTo(ReleaseTag);
+};
+template struct Reveal<ReleaseTag, &ZelRtcSession::releaseRtcConnection>;
+
 /** The member, as in `member(session, waitKeyframe_Tag())`. */
 template <typename Tag>
 auto member(ZelRtcSession& session, Tag tag) -> decltype((session.*pointerTo(tag))) {

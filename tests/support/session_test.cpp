@@ -54,6 +54,20 @@ RtcIceServerStats serverStats(const std::string& url, int port, const std::strin
     return stats;
 }
 
+std::vector<std::string> textsOf(const std::vector<ZelRtcIceServer>& servers) {
+    std::vector<std::string> texts;
+    for (const ZelRtcIceServer& server : servers) {
+        texts.push_back(server.url);
+        texts.push_back(server.username);
+        texts.push_back(server.credential);
+    }
+    return texts;
+}
+
+LogLine statusLine(const char* function, UINT32 status) {
+    return line(5, "%s(): operation returned status code: 0x%08x", function, status);
+}
+
 void onAnotherThread(const std::function<void()>& action) {
     std::thread other(action);
     other.join();
@@ -141,6 +155,14 @@ ZelRtcSession& SessionTest::negotiate(const ZelRtcSessionConfig& config, ZelWebr
 ZelRtcSession& SessionTest::connect() {
     negotiate(trickleConfig());
     connection().fireState(RTC_PEER_CONNECTION_STATE_CONNECTED);
+    sdk.forget();
+    return *session;
+}
+
+ZelRtcSession& SessionTest::startVideo() {
+    connect();
+    uint8_t frame[] = {0};
+    EXPECT_EQ(session->writeVideoData(frame, sizeof(frame), 0, KEY_FRAME, 1), 0);
     sdk.forget();
     return *session;
 }

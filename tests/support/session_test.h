@@ -32,6 +32,12 @@ std::vector<ZelRtcIceServer> iceServers(size_t count);
 RtcIceServerStats serverStats(const std::string& url, int port, const std::string& protocol, UINT64 sent,
                               UINT64 received, UINT64 roundTrip);
 
+/** The servers' texts, for comparison. */
+std::vector<std::string> textsOf(const std::vector<ZelRtcIceServer>& servers);
+
+/** The line that the function writes on its way out with a failure. */
+LogLine statusLine(const char* function, UINT32 status);
+
 /** Runs the action on a thread of its own and waits for its end. */
 void onAnotherThread(const std::function<void()>& action);
 
@@ -57,6 +63,9 @@ struct Members {
 };
 std::ostream& operator<<(std::ostream& out, const Members& members);
 
+/** The statuses that a test of a failure goes through: small, the SDK's own, and negative as an int. */
+const UINT32 FAILURES[] = {0x00000001, 0x5e000001, 0xffffffff};
+
 class SessionTest : public ::testing::Test {
 protected:
     SessionTest();
@@ -72,6 +81,8 @@ protected:
     ZelRtcSession& negotiate(const ZelRtcSessionConfig& config, ZelWebrtcSessionCallback* callback);
     /** A call that is connected; all recorded so far is forgotten. */
     ZelRtcSession& connect();
+    /** A connected call whose video has been opened by a key frame; all recorded so far is forgotten. */
+    ZelRtcSession& startVideo();
     /** Destroys the session; what that records is kept. */
     void destroy();
 

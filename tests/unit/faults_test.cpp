@@ -1,0 +1,275 @@
+// Every SDK call of a negotiation fails in turn, and memory runs out: nothing stays behind, and the next try succeeds.
+#include <algorithm>
+#include <new>
+#include <tuple>
+
+#include "allocations.h"
+#include "session_test.h"
+
+namespace zelrtc_test {
+namespace {
+
+struct Step {
+    SdkFunction function;
+    unsigned nth;
+    /** How many of handleOffer's lines the log holds by then; none of them before the offer is handled. */
+    size_t linesOfHandleOffer;
+    /** handleOffer reports the failure before init does. */
+    bool isPartOfHandleOffer;
+};
+
+// The order in which init calls the SDK.
+const Step STEPS[] = {{SdkFunction::peerConnectionOnIceCandidate, 1, 0, false},
+                      {SdkFunction::peerConnectionOnConnectionStateChange, 1, 0, false},
+                      {SdkFunction::peerConnectionOnSenderBandwidthEstimation, 1, 0, false},
+                      {SdkFunction::addSupportedCodec, 1, 0, false},
+                      {SdkFunction::addSupportedCodec, 2, 0, false},
+                      {SdkFunction::addTransceiver, 1, 0, false},
+                      {SdkFunction::transceiverOnBandwidthEstimation, 1, 0, false},
+                      {SdkFunction::transceiverOnFrame, 1, 0, false},
+                      {SdkFunction::addTransceiver, 2, 0, false},
+                      {SdkFunction::transceiverOnBandwidthEstimation, 2, 0, false},
+                      {SdkFunction::transceiverOnFrame, 2, 0, false},
+                      {SdkFunction::deserializeSessionDescriptionInit, 1, 1, true},
+                      {SdkFunction::setRemoteDescription, 1, 1, true},
+                      {SdkFunction::createAnswer, 1, 2, true},
+                      {SdkFunction::setLocalDescription, 1, 2, true},
+                      {SdkFunction::serializeSessionDescriptionInit, 1, 4, true}};
+
+// The last step belongs to a trickle call alone.
+size_t stepCount(bool trickle) {
+    const size_t all = sizeof(STEPS) / sizeof(STEPS[0]);
+    return trickle ? all : all - 1;
+}
+
+class Faults : public SessionTest, public ::testing::WithParamInterface<std::tuple<bool, UINT32>> {
+protected:
+    bool trickles() const {
+        return std::get<0>(GetParam());
+    }
+
+    UINT32 status() const {
+        return std::get<1>(GetParam());
+    }
+
+    ZelRtcSessionConfig config() const {
+        return trickles() ? trickleConfig(iceServers(1)) : completeAnswerConfig(iceServers(1));
+    }
+
+    Lines expectedLines(const Step& step) const {
+        const Lines handling = {line(2, "%s(): session %d, handleOffer with: %s", "handleOffer", SID, OFFER),
+                                line(3, "%s(): session %d, handleOffer done", "handleOffer", SID),
+                                line(2, "%s(): time taken to create answer %.2fms", "handleOffer", 0.0),
+                                line(3, "%s(): session %d, create answer done", "handleOffer", SID)};
+        Lines expected = {
+            line(3, "%s(): session %d, add iceserver. url %s", "initializePeerConnection", SID, "turn:192.0.2.0"),
+            line(2, "%s(): createPeerConnection took %.2fms, return 0x%x", "initializePeerConnection", 0.0, 0U)};
+        expected.insert(expected.end(), handling.begin(),
+                        handling.begin() + static_cast<Lines::difference_type>(step.linesOfHandleOffer));
+        if (step.isPartOfHandleOffer) {
+            expected.push_back(statusLine("handleOffer", status()));
+        }
+        expected.push_back(line(5, "%s(): session: %d, init failed, destroy rtc connection", "init", SID));
+        expected.push_back(statusLine("init", status()));
+        return expected;
+    }
+
+    /** The failed init's calls: those of a good one up to the step, then the release, and nobody told. */
+    void expectCallsUpTo(size_t index) const {
+        Journal expected = {"createPeerConnection"};
+        for (size_t i = 0; i <= index; ++i) {
+            expected.push_back(nameOf(STEPS[i].function));
+        }
+        expected.push_back("closePeerConnection");
+        expected.push_back("freePeerConnection");
+        Journal names;
+        for (const SdkCall& call : sdk.calls()) {
+            names.push_back(nameOf(call.function));
+        }
+        EXPECT_EQ(names, expected);
+        EXPECT_EQ(events().size(), names.size());
+    }
+
+    void failAt(size_t index) {
+        construct(config());
+        const Members before(*session);
+        sdk.failNth(STEPS[index].function, STEPS[index].nth, status());
+
+        EXPECT_EQ(session->init(OFFER), static_cast<int>(status()));
+
+        EXPECT_EQ(lines(), expectedLines(STEPS[index]));
+        expectCallsUpTo(index);
+        EXPECT_EQ(Members(*session), before);
+        EXPECT_EQ(textsOf(member(*session, sessionConfig_Tag()).iceServers), textsOf(iceServers(1)));
+        EXPECT_EQ(sdk.liveConnections(), 0U);
+        sdk.succeedAgain();
+        sdk.forget();
+    }
+};
+
+TEST_P(Faults, ReleaseTheConnectionAndLeaveTheSessionReadyForAnotherOffer) {
+    for (size_t i = 0; i < stepCount(trickles()); ++i) {
+        SCOPED_TRACE(nameOf(STEPS[i].function) + std::to_string(STEPS[i].nth));
+        failAt(i);
+        EXPECT_EQ(session->init(OFFER), 0);
+        EXPECT_EQ(member(*session, pPeerConnection_Tag()), &connection().sdk);
+        EXPECT_EQ(sdk.liveConnections(), 1U);
+        connection().fireState(RTC_PEER_CONNECTION_STATE_CONNECTED);
+        uint8_t data[] = {0};
+        EXPECT_EQ(session->writeVideoData(data, 1, 0, KEY_FRAME, 1), 0);
+        EXPECT_EQ(session->writeAudioData(data, 1, 0, 0), 0);
+    }
+}
+
+TEST_P(Faults, LeaveNothingForTheDestructorToRelease) {
+    for (size_t i = 0; i < stepCount(trickles()); ++i) {
+        SCOPED_TRACE(nameOf(STEPS[i].function) + std::to_string(STEPS[i].nth));
+        failAt(i);
+        destroy();
+        EXPECT_EQ(lines(), (Lines{line(3, "%s(): session: %d, releasing", "~ZelRtcSession", SID),
+                                  line(3, "%s(): session: %d, released", "~ZelRtcSession", SID)}));
+        EXPECT_THAT(events(), ::testing::IsEmpty());
+    }
+}
+
+TEST_P(Faults, OfTheCreationHaveNothingToRelease) {
+    construct(config());
+    const Members before(*session);
+    sdk.failAlways(SdkFunction::createPeerConnection, status());
+
+    EXPECT_EQ(session->init(OFFER), static_cast<int>(status()));
+
+    EXPECT_EQ(
+        lines(),
+        (Lines{
+            line(3, "%s(): session %d, add iceserver. url %s", "initializePeerConnection", SID, "turn:192.0.2.0"),
+            line(2, "%s(): createPeerConnection took %.2fms, return 0x%x", "initializePeerConnection", 0.0, status()),
+            statusLine("init", status())}));
+    EXPECT_EQ(events().size(), 1U);
+    EXPECT_EQ(Members(*session), before);
+    sdk.succeedAgain();
+    EXPECT_EQ(session->init(OFFER), 0);
+}
+
+// The SDK hands nothing out when it fails, but a connection that it did hand out would have to be released.
+TEST_P(Faults, OfTheCreationReleaseWhatTheSdkHandedOut) {
+    construct(config());
+    sdk.failNth(SdkFunction::createPeerConnection, 1, status());
+    sdk.deliver.connectionInSpiteOfFailure = true;
+
+    EXPECT_EQ(session->init(OFFER), static_cast<int>(status()));
+
+    const Lines all = lines();
+    ASSERT_EQ(all.size(), 4U);
+    EXPECT_EQ(all[2], line(5, "%s(): session: %d, init failed, destroy rtc connection", "init", SID));
+    EXPECT_EQ(all[3], statusLine("init", status()));
+    EXPECT_EQ(events().back(), "freePeerConnection pc1");
+    EXPECT_EQ(sdk.liveConnections(), 0U);
+}
+
+TEST_P(Faults, MayBeFollowedByFaultsOfTheRelease) {
+    construct(config());
+    const Members before(*session);
+    sdk.failAlways(SdkFunction::createAnswer, status());
+    sdk.failAlways(SdkFunction::closePeerConnection, 0x5e000010);
+    sdk.failAlways(SdkFunction::freePeerConnection, 0x5e000020);
+
+    EXPECT_EQ(session->init(OFFER), static_cast<int>(status()));
+
+    const Lines all = lines();
+    ASSERT_GE(all.size(), 4U);
+    EXPECT_EQ(Lines(all.end() - 4, all.end()),
+              (Lines{line(5, "%s(): session: %d, init failed, destroy rtc connection", "init", SID),
+                     statusLine("releaseRtcConnection", 0x5e000010), statusLine("releaseRtcConnection", 0x5e000020),
+                     statusLine("init", status())}));
+    EXPECT_EQ(Members(*session), before);
+}
+
+// A handler that runs while the failed connection closes finds a session without a connection.
+TEST_P(Faults, ForgetTheConnectionBeforeItIsReleased) {
+    construct(config());
+    sdk.failAlways(SdkFunction::createAnswer, status());
+    RtcPeerConnection untouched;
+    PRtcPeerConnection seen = &untouched;
+    sdk.during(SdkFunction::closePeerConnection, [&] { seen = member(*session, pPeerConnection_Tag()); });
+    session->init(OFFER);
+    EXPECT_EQ(seen, nullptr);
+}
+
+std::string nameOfFault(const ::testing::TestParamInfo<std::tuple<bool, UINT32>>& info) {
+    char status[16];
+    snprintf(status, sizeof(status), "%08x", std::get<1>(info.param));
+    return std::string(std::get<0>(info.param) ? "trickle_" : "complete_") + status;
+}
+
+INSTANTIATE_TEST_SUITE_P(Negotiation, Faults, ::testing::Combine(::testing::Bool(), ::testing::ValuesIn(FAILURES)),
+                         nameOfFault);
+
+class MemoryExhaustion : public SessionTest {
+protected:
+    static ZelRtcSessionConfig configWithLongTexts() {
+        ZelRtcSessionConfig config = trickleConfig(iceServers(4));
+        for (ZelRtcIceServer& server : config.iceServers) {
+            server.url += std::string(100, 'u');
+            server.username += std::string(100, 'n');
+            server.credential += std::string(100, 'c');
+        }
+        return config;
+    }
+
+    /** Lets each allocation of the action fail in turn; returns how many there are. */
+    template <typename Action>
+    static unsigned failEachAllocation(const Action& action) {
+        for (unsigned nth = 1;; ++nth) {
+            const AllocationCount count;
+            bool failed = false;
+            try {
+                const FailingAllocation failing(nth);
+                action();
+            } catch (const std::bad_alloc&) {
+                failed = true;
+            }
+            EXPECT_EQ(count.unreleased(), 0) << "allocation " << nth;
+            if (!failed) {
+                return nth - 1;
+            }
+        }
+    }
+};
+
+TEST_F(MemoryExhaustion, LeavesTheConstructorAsAnExceptionAndLeavesNothingBehind) {
+    const ZelRtcSessionConfig config = configWithLongTexts();
+    const unsigned allocations = failEachAllocation([&] { const ZelRtcSession doomed(SID, config, &app); });
+    EXPECT_GE(allocations, 2U * (1 + 4 * 3)) << "two lists of four servers with three texts each";
+}
+
+TEST_F(MemoryExhaustion, WhileABadServerIsDroppedLeavesNothingBehind) {
+    ZelRtcSessionConfig config = configWithLongTexts();
+    config.iceServers[2].url = std::string(300, 'u');
+    EXPECT_GT(failEachAllocation([&] { const ZelRtcSession doomed(SID, config, &app); }), 0U);
+}
+
+TEST_F(MemoryExhaustion, InTheConstructorSaysNothingAndCallsNobody) {
+    const ZelRtcSessionConfig config = configWithLongTexts();
+    sdk.forget();
+    const FailingAllocation failing(3);
+    EXPECT_THROW(ZelRtcSession(SID, config, &app), std::bad_alloc);
+    EXPECT_THAT(journal(), ::testing::IsEmpty());
+}
+
+// A configuration that cannot be copied for the connection leaves the session as it was.
+TEST_F(MemoryExhaustion, InTheCopyOfTheConfigurationLeavesTheSessionReadyForAnotherOffer) {
+    construct(configWithLongTexts());
+    const Members before(*session);
+    const std::string offer = OFFER;
+    {
+        const FailingAllocation failing(2);
+        EXPECT_THROW(session->init(offer), std::bad_alloc);
+    }
+    EXPECT_EQ(Members(*session), before);
+    EXPECT_THAT(events(), ::testing::IsEmpty());
+    EXPECT_EQ(session->init(offer), 0);
+}
+
+}  // namespace
+}  // namespace zelrtc_test
