@@ -35,6 +35,9 @@ void Transceiver::setReady(bool ready) {
 }
 
 STATUS Transceiver::write(const Frame& frame) {
+    if (frame.frameData == nullptr || frame.size == 0) {
+        return STATUS_INVALID_ARG;
+    }
     const std::lock_guard<std::mutex> lock(mutex_);
     if (!ready_ || sender_ == nullptr) {
         return STATUS_TRANSPORT_NOT_READY;

@@ -175,6 +175,15 @@ TEST(Frames, areRefusedBeforeTheTransportIsReadyAndAfterClosing) {
     EXPECT_EQ(side.writeAudio(0), TRANSPORT_NOT_READY);
 }
 
+TEST(Frames, withoutBytesAreRefused) {
+    AnsweringSide side;
+    Frame frame{};
+    EXPECT_EQ(writeFrame(side.video(), &frame), STATUS_INVALID_ARG);
+    BYTE byte = 0;
+    frame.frameData = &byte;
+    EXPECT_EQ(writeFrame(side.video(), &frame), STATUS_INVALID_ARG);
+}
+
 TEST(Statistics, ofCandidatesAreEmptyBeforeAPairIsSelected) {
     AnsweringSide side;
     RtcStats stats;
