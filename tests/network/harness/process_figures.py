@@ -1,7 +1,6 @@
 """What a process holds: descriptors, threads, memory, processor time."""
 import os
-
-TICKS = os.sysconf("SC_CLK_TCK")
+import time
 
 
 def figures(pid):
@@ -16,6 +15,6 @@ def figures(pid):
 
 
 def cpu_seconds(pid):
-    with open(f"/proc/{pid}/stat", encoding="ascii") as file:
-        fields = file.read().rsplit(")", 1)[1].split()
-    return (int(fields[11]) + int(fields[12])) / TICKS
+    """To the nanosecond, threads that have ended included: the process's own processor-time clock."""
+    per_process_clock = 2
+    return time.clock_gettime((~pid << 3) | per_process_clock)

@@ -1,0 +1,135 @@
+// plain-sender: serves the demo camera's streams over webrtcbin, without the session and without the SDK between; as
+// much of the camera's HTTP interface as the headless viewer uses. For comparison only.
+#include <malloc.h>
+#include <pthread.h>
+
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <cstdio>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <thread>
+
+#include "audio_source.h"
+#include "event_stream.h"
+#include "http_server.h"
+#include "plain_peer.h"
+#include "problem.h"
+
+namespace {
+
+using nlohmann::json;
+
+constexpr size_t kHttpThreads = 208;
+const char kCallPath[] = R"(/calls/(\d+))";
+
+class Sender {
+public:
+    explicit Sender(camera::MediaHub* hub, int stream) : hub_(hub), stream_(stream) {
+    }
+
+    json place(const std::string& body) {
+        auto peer = std::make_shared<bench::PlainPeer>([this] { hub_->requestKeyFrame(stream_); });
+        const std::string sdp = peer->answer(json::parse(body).at("sdp"));
+        const json answer = {{"type", "answer"}, {"sdp", sdp}};
+        peer->events()->append("answer", answer.dump());
+        hub_->attach(peer, stream_);
+        const std::lock_guard<std::mutex> lock(mutex_);
+        peers_[++newestId_] = peer;
+        return {{"id", newestId_}, {"trickle", true}, {"answer", answer}};
+    }
+
+    std::shared_ptr<bench::PlainPeer> find(const httplib::Request& request) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        const auto found = peers_.find(std::stoi(request.matches[1]));
+        if (found == peers_.end()) {
+            throw camera::Problem(404, "there is no such call");
+        }
+        return found->second;
+    }
+
+    void end(const httplib::Request& request) {
+        const std::shared_ptr<bench::PlainPeer> peer = find(request);
+        hub_->detach(peer);
+        peer->events()->append("ended", R"({"reason":"the viewer hung up"})");
+        const std::lock_guard<std::mutex> lock(mutex_);
+        peers_.erase(std::stoi(request.matches[1]));
+    }
+
+    size_t calls() {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        return peers_.size();
+    }
+
+private:
+    camera::MediaHub* hub_;
+    const int stream_;
+    std::mutex mutex_;
+    std::map<int, std::shared_ptr<bench::PlainPeer>> peers_;
+    int newestId_ = 0;
+};
+
+void addRoutes(camera::HttpServer* server, Sender* sender) {
+    const std::string call = kCallPath;
+    server->route("POST", "/calls", [sender](const httplib::Request& request, httplib::Response& response) {
+        const json placed = sender->place(request.body);
+        response.status = 201;
+        response.set_header("Location", "/calls/" + placed["id"].dump());
+        response.set_content(placed.dump(), "application/json");
+    });
+    server->route("GET", call + "/events", [sender](const httplib::Request& request, httplib::Response& response) {
+        camera::streamEvents(sender->find(request)->events(), request, response);
+    });
+    server->route("POST", call + "/candidates", [sender](const httplib::Request& request, httplib::Response& response) {
+        const json candidate = json::parse(request.body);
+        sender->find(request)->addCandidate(candidate.at("sdpMLineIndex"), candidate.at("candidate"));
+        response.status = 204;
+    });
+    server->route("DELETE", call, [sender](const httplib::Request& request, httplib::Response& response) {
+        sender->end(request);
+        response.status = 204;
+    });
+    server->route("GET", "/health", [sender](const httplib::Request&, httplib::Response& response) {
+        response.set_content(json{{"status", "ok"}, {"calls", sender->calls()}}.dump(), "application/json");
+    });
+}
+
+void serve(const std::string& videoFile) {
+    constexpr int kStream = 1;
+    camera::initVideo();
+    std::array<camera::VideoInput, camera::VIDEO_STREAMS> inputs;
+    if (!videoFile.empty()) {
+        inputs.at(kStream) = {camera::VideoInput::Kind::FILE, videoFile};
+    }
+    camera::MediaHub hub(inputs, camera::tonePattern());
+    Sender sender(&hub, kStream);
+    camera::HttpServer server(kHttpThreads);
+    addRoutes(&server, &sender);
+    const int port = server.bind("127.0.0.1", 0);
+
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::thread serving(&camera::HttpServer::listen, &server);
+    std::printf("listening on http://127.0.0.1:%d/\n", port);
+    std::fflush(stdout);
+    int received = 0;
+    sigwait(&signals, &received);
+    server.stop();
+    serving.join();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app{"Serves a stream over webrtcbin alone, for comparison with the camera"};
+    std::string videoFile;
+    app.add_option("--video-file", videoFile, "an H.264 file instead of the test picture")->check(CLI::ExistingFile);
+    CLI11_PARSE(app, argc, argv);
+    mallopt(M_ARENA_MAX, 1);
+    serve(videoFile);
+    return 0;
+}

@@ -1,0 +1,69 @@
+/**
+ * @file plain_peer.h
+ * One call on webrtcbin alone, with the settings of the SDK stand-in: what a camera costs without session and SDK.
+ */
+#ifndef ZELRTC_BENCH_PLAIN_PEER_H
+#define ZELRTC_BENCH_PLAIN_PEER_H
+
+#include <gst/gst.h>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "event_log.h"
+#include "media_hub.h"
+
+namespace bench {
+
+/** Any thread, but for the destructor, which must not run on one of GStreamer's. */
+class PlainPeer : public camera::FrameSink {
+public:
+    /** @param onConnected told when media can flow, on a thread of GStreamer's */
+    explicit PlainPeer(std::function<void()> onConnected);
+    ~PlainPeer() override;
+    PlainPeer(const PlainPeer&) = delete;
+    PlainPeer& operator=(const PlainPeer&) = delete;
+
+    /** @return the answer's SDP @throw std::runtime_error when the offer cannot be answered */
+    std::string answer(const std::string& offerSdp);
+    void addCandidate(unsigned line, const std::string& candidate);
+
+    /** Candidates and states, as a camera reports them. */
+    const std::shared_ptr<camera::EventLog>& events() const {
+        return events_;
+    }
+
+    void onVideo(const camera::AccessUnit& unit) override;
+    void onAudio(const camera::AudioFrame& frame) override;
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void configureAgent();
+    GstElement* addSender(unsigned line, GstCaps* caps, const std::string& chain, bool retransmits);
+    void push(GstElement* source, const uint8_t* data, size_t size);
+    void receiveAudio(GstPad* pad);
+
+    static void onCandidate(GstElement* webrtc, guint line, gchar* text, gpointer self);
+    static void onState(GstElement* webrtc, GParamSpec* spec, gpointer self);
+    static void onPad(GstElement* webrtc, GstPad* pad, gpointer self);
+
+    const std::function<void()> onConnected_;
+    const Clock::time_point start_ = Clock::now();
+    std::shared_ptr<camera::EventLog> events_ = std::make_shared<camera::EventLog>();
+    GstElement* pipeline_;
+    GstElement* webrtc_;
+    std::mutex feedMutex_;
+    bool isConnected_ = false;
+    bool hadKeyFrame_ = false;
+    GstElement* video_ = nullptr;
+    GstElement* audio_ = nullptr;
+};
+
+}  // namespace bench
+
+#endif
