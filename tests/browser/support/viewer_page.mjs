@@ -1,0 +1,145 @@
+// The camera's page in a call: its controls, and what the browser measures of the call.
+import { eventually } from './waiting.mjs';
+
+const CONNECT_LIMIT_MS = 20000;
+
+/** Both ways to answer a call, by the page's query. */
+export const ANSWER_STYLES = [
+  { name: 'trickle', query: '?trickle=1' },
+  { name: 'complete answer', query: '?trickle=0' },
+];
+
+/** The test picture's bars from left to right: whether red, green and blue are lit. */
+export const BARS = ['white', 'yellow', 'cyan', 'green', 'magenta', 'red', 'blue', 'black'];
+
+const COLOURS = {
+  '111': 'white', '110': 'yellow', '011': 'cyan', '010': 'green',
+  '101': 'magenta', '100': 'red', '001': 'blue', '000': 'black',
+};
+
+export class ViewerPage {
+  constructor(page) {
+    this.page = page;
+  }
+
+  /** Opens the page and notes when the first picture of a call is shown. */
+  static async open(context, camera, query = '') {
+    const page = await context.newPage();
+    await page.goto(`${camera.url}/${query}`);
+    return new ViewerPage(page);
+  }
+
+  /** Presses Call; returns once the browser is connected. */
+  async call() {
+    await this.page.evaluate(() => {
+      const picture = document.getElementById('picture');
+      window.callPlacedAt = performance.now();
+      picture.requestVideoFrameCallback((now) => (window.firstPictureMs = now - window.callPlacedAt));
+    });
+    await this.page.click('#call');
+    await this.waitForState('connected');
+  }
+
+  waitForState(state, limitMs = CONNECT_LIMIT_MS) {
+    return this.page.waitForFunction((wanted) => window.zelrtc.state === wanted, state, { timeout: limitMs });
+  }
+
+  hangUp() {
+    return this.page.click('#hangup');
+  }
+
+  callId() {
+    return this.page.evaluate(() => window.zelrtc.callId);
+  }
+
+  /** Milliseconds from pressing Call to the first picture on the screen. */
+  async firstPictureMs() {
+    const shown = await this.page.waitForFunction(() => window.firstPictureMs, null, { timeout: CONNECT_LIMIT_MS });
+    return shown.jsonValue();
+  }
+
+  /** The browser's figures for the received video. */
+  videoFigures() {
+    return this.page.evaluate(async () => {
+      for (const report of (await window.zelrtc.pc.getStats()).values()) {
+        if (report.type === 'inbound-rtp' && report.kind === 'video') return { ...report };
+      }
+      return { framesDecoded: 0, keyFramesDecoded: 0 };
+    });
+  }
+
+  /** The names of the eight colours across the picture that is shown. */
+  async barColours() {
+    const lit = await this.page.evaluate(() => {
+      const picture = document.getElementById('picture');
+      const canvas = new OffscreenCanvas(picture.videoWidth, picture.videoHeight);
+      const context = canvas.getContext('2d');
+      context.drawImage(picture, 0, 0);
+      return Array.from({ length: 8 }, (_, bar) => {
+        const x = Math.floor(((bar + 0.5) * canvas.width) / 8);
+        const y = Math.floor(canvas.height * 0.78);
+        return [...context.getImageData(x, y, 1, 1).data].slice(0, 3).map((part) => (part > 128 ? 1 : 0)).join('');
+      });
+    });
+    return lit.map((colour) => COLOURS[colour]);
+  }
+
+  /** Chooses a stream on the page; returns the figures before and at the first picture of that width. */
+  async switchTo(stream, width) {
+    const before = await this.videoFigures();
+    await this.page.evaluate((wanted) => {
+      const picture = document.getElementById('picture');
+      window.switched = new Promise((resolve) => {
+        const look = (_, frame) => (frame.width === wanted ? resolve(true) : picture.requestVideoFrameCallback(look));
+        picture.requestVideoFrameCallback(look);
+      });
+    }, width);
+    await this.page.selectOption('#stream', String(stream));
+    await this.page.evaluate(() => window.switched);
+    return { before, after: await this.videoFigures() };
+  }
+
+  /** Waits until the camera's sound has its strongest part at `hertz`, well above everything else. */
+  hears(hertz, limitMs = 15000) {
+    return eventually(`a tone of ${hertz} Hz`, limitMs, async () => {
+      const { peakHertz, decibels } = await this.#listen();
+      return decibels > -50 && Math.abs(peakHertz - hertz) < 15;
+    });
+  }
+
+  /** Waits until nothing has been heard for longer than the tone's own pauses. */
+  async hearsNothing(limitMs = 15000) {
+    let quietSince = Date.now();
+    await eventually('silence', limitMs, async () => {
+      const { decibels } = await this.#listen();
+      if (decibels > -70) quietSince = Date.now();
+      return Date.now() - quietSince > 1000;
+    });
+  }
+
+  #listen() {
+    return this.page.evaluate(() => {
+      if (!window.spectrum) {
+        const audio = new AudioContext();
+        window.spectrum = new AnalyserNode(audio, { fftSize: 8192, smoothingTimeConstant: 0 });
+        const track = window.zelrtc.pc.getReceivers().find((receiver) => receiver.track.kind === 'audio').track;
+        audio.createMediaStreamSource(new MediaStream([track])).connect(window.spectrum);
+      }
+      const bins = new Float32Array(window.spectrum.frequencyBinCount);
+      window.spectrum.getFloatFrequencyData(bins);
+      const peak = bins.reduce((best, value, i) => (value > bins[best] ? i : best), 0);
+      const hertzPerBin = window.spectrum.context.sampleRate / window.spectrum.fftSize;
+      return { peakHertz: peak * hertzPerBin, decibels: Math.max(bins[peak], -200) };
+    });
+  }
+
+  /** Chooses what the camera sends, as the page's own requests do. */
+  choose(choice) {
+    return this.page.evaluate(async (body) => {
+      const headers = { 'Content-Type': 'application/json' };
+      const path = `/calls/${window.zelrtc.callId}/streams`;
+      const response = await fetch(path, { method: 'POST', headers, body: JSON.stringify(body) });
+      return response.json();
+    }, choice);
+  }
+}
