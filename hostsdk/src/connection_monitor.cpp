@@ -36,7 +36,10 @@ void ConnectionMonitor::onTransport(TransportEvent event, Clock::time_point now)
 }
 
 void ConnectionMonitor::check(std::optional<Clock::time_point> lastPacket, Clock::time_point now) {
-    const bool isSilent = lastPacket && now - *lastPacket >= SILENCE_LIMIT;
+    // A far end that vanished before its first packet has been silent since the connection.
+    const bool isSilent = lastPacket
+                              ? now - *lastPacket >= SILENCE_LIMIT
+                              : state_ == RTC_PEER_CONNECTION_STATE_DISCONNECTED || now - since_ >= SILENCE_LIMIT;
     switch (state_) {
         case RTC_PEER_CONNECTION_STATE_CONNECTING:
             if (now - since_ >= CONNECTING_LIMIT) {

@@ -39,9 +39,12 @@ class UnderBadInput : public ::testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(camera_.hasConnectedCalls(1, 15s));
+        ASSERT_TRUE(camera_.firstCallLasts(1s));
     }
 
     void TearDown() override {
+        const std::chrono::duration<double> lasted(camera_.get("/calls").at(0).at("seconds").get<double>());
+        ASSERT_TRUE(camera_.firstCallLasts(lasted + 1s));
         const auto outcome = watcher_.hangUp();
         EXPECT_EQ(outcome.status, 0) << outcome.report.dump(2);
         EXPECT_LT(outcome.call().at("video").at("largestGapMs"), 500);

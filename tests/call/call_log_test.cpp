@@ -125,7 +125,8 @@ TEST(CallLog, NamesItsIceServersAtTheBeginningAndAtTheEnd) {
 
 TEST(CallLog, SaysThatACallIsRelayOnly) {
     const TurnServer turn;
-    const auto lines = logOfOneCall({"--ice-server", turn.description("udp"), "--relay-only"}, {"--seconds", "1"});
+    const auto lines = logOfOneCall({"--ice-server", turn.description("udp"), "--relay-only"},
+                                    {"--seconds", "1", "--local-address", "127.0.0.1"});
     expectInOrder(lines, {"relayonly 1$", "set relay only$", "add iceserver", "Local Candidate type: relay$"});
 }
 

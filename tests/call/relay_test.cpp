@@ -21,7 +21,9 @@ struct Case {
 
 class RelayOnly : public ::testing::TestWithParam<Case> {
 protected:
+    // The relay is on loopback, and so is then whoever shall reach it.
     Arguments viewerArguments(Arguments arguments) const {
+        arguments.insert(arguments.end(), {"--local-address", "127.0.0.1"});
         if (*GetParam().style != '\0') {
             arguments.emplace_back(GetParam().style);
         }

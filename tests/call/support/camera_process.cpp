@@ -92,6 +92,16 @@ bool CameraProcess::hasNoCalls(std::chrono::milliseconds limit) const {
     return eventually([this] { return get("/health").at("calls") == 0; }, limit);
 }
 
+bool CameraProcess::firstCallLasts(std::chrono::duration<double> time) const {
+    const auto limit = std::chrono::duration_cast<std::chrono::milliseconds>(time) + responseLimit;
+    return eventually(
+        [&] {
+            const nlohmann::json calls = get("/calls");
+            return !calls.empty() && calls.at(0).at("seconds") >= time.count();
+        },
+        limit);
+}
+
 int CameraProcess::runningEncoders() const {
     return get("/health").at("encoders");
 }

@@ -49,6 +49,8 @@ public:
     /** Waits until this many calls are up, all of them connected. */
     bool hasConnectedCalls(std::size_t count, std::chrono::milliseconds limit) const;
     bool hasNoCalls(std::chrono::milliseconds limit) const;
+    /** Waits until the oldest call has lasted this long. */
+    bool firstCallLasts(std::chrono::duration<double> time) const;
     int runningEncoders() const;
 
     /** As the kernel counts threads and descriptors. */
