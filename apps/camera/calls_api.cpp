@@ -142,14 +142,14 @@ void addCallRoutes(HttpServer& server, CallRegistry& calls, const MediaHub& hub)
     server.route("GET", "/calls", [&](const Request&, Response& response) { listCalls(response, calls); });
     server.route("POST", "/calls",
                  [&](const Request& request, Response& response) { placeCall(request, response, calls); });
-    server.route("DELETE", R"(/calls/(\d+))",
+    server.route("DELETE", "/calls/" PATH_NUMBER,
                  [&](const Request& request, Response& response) { endCall(request, response, calls); });
-    server.route("GET", R"(/calls/(\d+)/events)", [&](const Request& request, Response& response) {
+    server.route("GET", "/calls/" PATH_NUMBER "/events", [&](const Request& request, Response& response) {
         streamEvents(calls.find(callIdIn(request))->events(), request, response);
     });
-    server.route("POST", R"(/calls/(\d+)/candidates)",
+    server.route("POST", "/calls/" PATH_NUMBER "/candidates",
                  [&](const Request& request, Response& response) { addCandidate(request, response, calls); });
-    server.route("POST", R"(/calls/(\d+)/streams)",
+    server.route("POST", "/calls/" PATH_NUMBER "/streams",
                  [&](const Request& request, Response& response) { chooseStreams(request, response, calls); });
 }
 

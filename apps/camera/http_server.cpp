@@ -5,6 +5,7 @@
 #include <spdlog/spdlog.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <exception>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
@@ -74,6 +75,17 @@ std::string reasonOf(std::exception_ptr failure) {
     }
 }
 
+// The pattern that a route for this path would have.
+std::string patternOf(const std::string& path) {
+    std::string pattern;
+    for (size_t at = 0; at < path.size();) {
+        const size_t end = std::min(path.find_first_not_of("0123456789", at), path.size());
+        pattern += end > at ? PATH_NUMBER : path.substr(at, 1);
+        at = std::max(end, at + 1);
+    }
+    return pattern;
+}
+
 // What the HTTP layer itself refuses, before a handler sees it.
 std::string ownReason(int status, const httplib::Request& request) {
     if (status == 413) {
@@ -120,7 +132,7 @@ void HttpServer::route(const std::string& method, const std::string& pattern, co
             respondWithProblem(response, problem.httpStatus(), problem.what());
         }
     };
-    routes_.push_back({method, std::regex(pattern)});
+    routes_.push_back({method, pattern});
     if (method == "GET") {
         server_.Get(pattern, guarded);
     } else if (method == "POST") {
@@ -135,9 +147,10 @@ void HttpServer::route(const std::string& method, const std::string& pattern, co
 }
 
 std::string HttpServer::allowedMethods(const std::string& path) const {
+    const std::string pattern = patternOf(path);
     std::string methods;
     for (const Route& known : routes_) {
-        if (std::regex_match(path, known.pattern)) {
+        if (known.pattern == pattern) {
             methods += (methods.empty() ? "" : ", ") + known.method;
         }
     }

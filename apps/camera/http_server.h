@@ -3,13 +3,15 @@
 #define CAMERA_HTTP_SERVER_H
 
 #include <functional>
-#include <regex>
 #include <string>
 #include <vector>
 
 #include "http_library.h"
 
 namespace camera {
+
+/** In the pattern of a route: any number. */
+#define PATH_NUMBER R"((\d+))"
 
 /**
  * Serves until it is stopped. Handlers throw Problem; whatever goes wrong is answered with a problem document
@@ -23,7 +25,11 @@ public:
     /** @param mostThreads how many connections are served at the same time */
     explicit HttpServer(size_t mostThreads);
 
-    /** Adds a route. Before listen. @param method "GET", "POST", "PATCH", "DELETE" or "OPTIONS" */
+    /**
+     * Adds a route. Before listen.
+     * @param method  "GET", "POST", "PATCH", "DELETE" or "OPTIONS"
+     * @param pattern a path in which PATH_NUMBER stands for a number
+     */
     void route(const std::string& method, const std::string& pattern, const Handler& handler);
 
     /**
@@ -43,7 +49,7 @@ public:
 private:
     struct Route {
         std::string method;
-        std::regex pattern;
+        std::string pattern;
     };
 
     std::string allowedMethods(const std::string& path) const;

@@ -22,7 +22,8 @@ std::string testPictureText(const VideoFormat& format) {
     return "videotestsrc name=picture is-live=true pattern=black ! video/x-raw,format=I420,width=" +
            std::to_string(format.width) + ",height=" + std::to_string(format.height) +
            ",framerate=" + std::to_string(FRAMES_PER_SECOND) +
-           "/1 ! x264enc tune=zerolatency speed-preset=ultrafast threads=1 sliced-threads=false bframes=0 "
+           "/1,colorimetry=bt601 ! x264enc tune=zerolatency speed-preset=ultrafast threads=1 sliced-threads=false "
+           "bframes=0 "
            "key-int-max=" +
            std::to_string(FRAMES_PER_SECOND) + " bitrate=" + std::to_string(format.kilobitsPerSecond) +
            " ! video/x-h264,profile=constrained-baseline";

@@ -1,0 +1,72 @@
+#include "wav_writer.h"
+
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <system_error>
+
+namespace camera {
+namespace {
+
+using ::testing::ElementsAre;
+
+class WavWriterTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_NE(mkdtemp(directory_.data()), nullptr);
+    }
+    void TearDown() override {
+        std::filesystem::remove_all(directory_);
+    }
+    std::string path() const {
+        return directory_ + "/call-1.wav";
+    }
+    std::vector<uint8_t> bytes() const {
+        std::ifstream file(path(), std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    }
+    uint32_t numberAt(size_t position) const {
+        const auto file = bytes();
+        uint32_t number = 0;
+        for (size_t i = 4; i > 0; --i) {
+            number = number << 8 | file.at(position + i - 1);
+        }
+        return number;
+    }
+
+private:
+    std::string directory_ = (std::filesystem::temp_directory_path() / "camera-wav-XXXXXX").string();
+};
+
+TEST_F(WavWriterTest, AFreshFileIsAValidEmptyRecording) {
+    const WavWriter writer(path());
+    const auto file = bytes();
+    ASSERT_EQ(file.size(), 44U);
+    EXPECT_EQ(std::string(file.begin(), file.begin() + 4), "RIFF");
+    EXPECT_EQ(std::string(file.begin() + 8, file.begin() + 16), "WAVEfmt ");
+    EXPECT_EQ(numberAt(4), 36U);
+    EXPECT_EQ(numberAt(24), 8000U);
+    EXPECT_EQ(numberAt(40), 0U);
+}
+
+TEST_F(WavWriterTest, TheHeaderIsRightAfterEveryAppendWhileTheFileIsOpen) {
+    WavWriter writer(path());
+    ASSERT_TRUE(writer.append({1, -2}));
+    EXPECT_EQ(numberAt(40), 4U);
+    ASSERT_TRUE(writer.append({300}));
+    EXPECT_EQ(numberAt(40), 6U);
+    EXPECT_EQ(numberAt(4), 42U);
+    const auto file = bytes();
+    EXPECT_THAT(std::vector<uint8_t>(file.begin() + 44, file.end()), ElementsAre(1, 0, 0xfe, 0xff, 0x2c, 0x01));
+}
+
+TEST_F(WavWriterTest, APathThatCannotBeWrittenIsReported) {
+    EXPECT_THROW(WavWriter(path() + "/no/such/directory.wav"), std::system_error);
+}
+
+}  // namespace
+}  // namespace camera
