@@ -2,8 +2,6 @@
 
 #include <chrono>
 
-#include "problem.h"
-
 namespace camera {
 
 namespace {
@@ -38,14 +36,8 @@ void CallKeeper::run() {
 
 void CallKeeper::lookAfter(Call& call) {
     call.tick();
-    const auto reason = call.reasonToEnd();
-    if (!reason) {
-        return;
-    }
-    try {
-        calls_.end(call.id(), *reason);
-    } catch (const Problem&) {
-        return;  // the viewer's own request was faster
+    if (const auto reason = call.reasonToEnd()) {
+        calls_.endIfUp(call.id(), *reason);  // unless the viewer's own request was faster
     }
 }
 

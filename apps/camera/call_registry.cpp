@@ -63,11 +63,18 @@ std::shared_ptr<Call> CallRegistry::remove(int id) {
 }
 
 void CallRegistry::end(int id, const std::string& reason) {
-    const std::shared_ptr<Call> call = remove(id);
-    if (!call) {
+    if (!endIfUp(id, reason)) {
         throw Problem(404, "there is no call " + std::to_string(id));
     }
+}
+
+bool CallRegistry::endIfUp(int id, const std::string& reason) {
+    const std::shared_ptr<Call> call = remove(id);
+    if (!call) {
+        return false;
+    }
     call->end(reason);
+    return true;
 }
 
 std::vector<std::shared_ptr<Call>> CallRegistry::all() {

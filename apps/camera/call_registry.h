@@ -39,6 +39,9 @@ public:
     /** Ends one call. @throw Problem 404 when there is none of this id */
     void end(int id, const std::string& reason);
 
+    /** Ends one call. @return false when there is none of this id (any more) */
+    bool endIfUp(int id, const std::string& reason);
+
     /** The calls, oldest first. */
     std::vector<std::shared_ptr<Call>> all();
 

@@ -129,7 +129,9 @@ std::string answerOf(Call& call, CallRegistry& calls) {
     if (answer) {
         return *answer;
     }
-    calls.end(call.id(), "there was no answer in time");
+    if (!calls.endIfUp(call.id(), "there was no answer in time")) {
+        throw Problem(503, "the call was ended before it had an answer");
+    }
     throw Problem(504, "the camera had no complete answer within 10 seconds");
 }
 
@@ -142,14 +144,14 @@ void addCallRoutes(HttpServer& server, CallRegistry& calls, const MediaHub& hub)
     server.route("GET", "/calls", [&](const Request&, Response& response) { listCalls(response, calls); });
     server.route("POST", "/calls",
                  [&](const Request& request, Response& response) { placeCall(request, response, calls); });
-    server.route("DELETE", "/calls/" PATH_NUMBER,
+    server.route("DELETE", "/calls/" CAMERA_PATH_NUMBER,
                  [&](const Request& request, Response& response) { endCall(request, response, calls); });
-    server.route("GET", "/calls/" PATH_NUMBER "/events", [&](const Request& request, Response& response) {
+    server.route("GET", "/calls/" CAMERA_PATH_NUMBER "/events", [&](const Request& request, Response& response) {
         streamEvents(calls.find(callIdIn(request))->events(), request, response);
     });
-    server.route("POST", "/calls/" PATH_NUMBER "/candidates",
+    server.route("POST", "/calls/" CAMERA_PATH_NUMBER "/candidates",
                  [&](const Request& request, Response& response) { addCandidate(request, response, calls); });
-    server.route("POST", "/calls/" PATH_NUMBER "/streams",
+    server.route("POST", "/calls/" CAMERA_PATH_NUMBER "/streams",
                  [&](const Request& request, Response& response) { chooseStreams(request, response, calls); });
 }
 

@@ -6,9 +6,11 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <chrono>
 #include <exception>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
+#include <thread>
 
 #include "problem.h"
 #include "worker_pool.h"
@@ -80,7 +82,7 @@ std::string patternOf(const std::string& path) {
     std::string pattern;
     for (size_t at = 0; at < path.size();) {
         const size_t end = std::min(path.find_first_not_of("0123456789", at), path.size());
-        pattern += end > at ? PATH_NUMBER : path.substr(at, 1);
+        pattern += end > at ? CAMERA_PATH_NUMBER : path.substr(at, 1);
         at = std::max(end, at + 1);
     }
     return pattern;
@@ -184,6 +186,13 @@ int HttpServer::bind(const std::string& host, int port) {
 
 void HttpServer::listen() {
     server_.listen_after_bind();
+}
+
+// The library tells, but cannot be waited on.
+void HttpServer::waitUntilServing() const {
+    while (!server_.is_running()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
 }
 
 void HttpServer::stop() {

@@ -11,7 +11,7 @@
 namespace camera {
 
 /** In the pattern of a route: any number. */
-#define PATH_NUMBER R"((\d+))"
+#define CAMERA_PATH_NUMBER R"((\d+))"
 
 /**
  * Serves until it is stopped. Handlers throw Problem; whatever goes wrong is answered with a problem document
@@ -28,7 +28,7 @@ public:
     /**
      * Adds a route. Before listen.
      * @param method  "GET", "POST", "PATCH", "DELETE" or "OPTIONS"
-     * @param pattern a path in which PATH_NUMBER stands for a number
+     * @param pattern a path in which CAMERA_PATH_NUMBER stands for a number
      */
     void route(const std::string& method, const std::string& pattern, const Handler& handler);
 
@@ -42,6 +42,9 @@ public:
 
     /** Serves on the calling thread until stop. */
     void listen();
+
+    /** Returns when listen, on another thread, can be stopped. */
+    void waitUntilServing() const;
 
     /** Makes listen return, after the requests that are being handled. Any thread. */
     void stop();

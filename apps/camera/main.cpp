@@ -82,6 +82,7 @@ void serve(const Options& options, const sigset_t& stopSignals) {
     {
         const CallKeeper keeper(calls);
         std::thread serving(&HttpServer::listen, &server);
+        server.waitUntilServing();
         std::printf("listening on %s\n", urlOf(options, port).c_str());
         std::fflush(stdout);
         waitForStopSignal(stopSignals);

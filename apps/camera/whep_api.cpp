@@ -90,10 +90,10 @@ void addWhepRoutes(HttpServer& server, CallRegistry& calls) {
     const auto preflight =
         open([](const Request&, Response& response, CallRegistry&) { answerPreflight(response); }, calls);
     server.route("OPTIONS", "/whep", preflight);
-    server.route("OPTIONS", "/whep/" PATH_NUMBER, preflight);
+    server.route("OPTIONS", "/whep/" CAMERA_PATH_NUMBER, preflight);
     server.route("POST", "/whep", open(place, calls));
-    server.route("PATCH", "/whep/" PATH_NUMBER, open(trickle, calls));
-    server.route("DELETE", "/whep/" PATH_NUMBER, open(hangUp, calls));
+    server.route("PATCH", "/whep/" CAMERA_PATH_NUMBER, open(trickle, calls));
+    server.route("DELETE", "/whep/" CAMERA_PATH_NUMBER, open(hangUp, calls));
 }
 
 }  // namespace camera
