@@ -290,7 +290,7 @@ STATUS PeerConnection::selectedCandidate(Side side, PRtcIceCandidateStats pRecor
     if (pipeline == nullptr) {
         return STATUS_INVALID_OPERATION;
     }
-    *pRecord = candidateStatistics(*pipeline->statistics(), side);
+    *pRecord = candidateStatistics(*pipeline->statistics(), side, servers_);
     return STATUS_SUCCESS;
 }
 

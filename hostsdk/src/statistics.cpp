@@ -1,5 +1,7 @@
 #include "statistics.h"
 
+#include <algorithm>
+
 #include "record_text.h"
 
 namespace hostsdk {
@@ -32,9 +34,30 @@ INT32 numberField(const GstStructure* pStructure, const char* name) {
     return static_cast<INT32>(value);
 }
 
+// Null when no server, or more than one, stands at the host.
+const IceServer* findServer(const std::vector<IceServer>& servers, const std::string& host, bool isRelay) {
+    const auto matches = [&](const IceServer& server) {
+        return server.inUse && server.url->host == host && server.url->isRelay() == isRelay;
+    };
+    if (std::count_if(servers.begin(), servers.end(), matches) != 1) {
+        return nullptr;
+    }
+    return &*std::find_if(servers.begin(), servers.end(), matches);
+}
+
+void setOrigin(RtcIceCandidateStats* pRecord, const std::string& host, const std::vector<IceServer>& servers) {
+    const bool isRelay = getField(pRecord->candidateType) == "relay";
+    const IceServer* const pServer = findServer(servers, host, isRelay);
+    setField(pRecord->url, pServer == nullptr ? host : pServer->text);
+    setField(pRecord->relayProtocol, isRelay && pServer != nullptr ? pServer->url->transport : NOT_APPLICABLE);
+    if (host.empty()) {
+        setField(pRecord->url, NOT_APPLICABLE);
+    }
+}
+
 }  // namespace
 
-RtcIceCandidateStats candidateStatistics(const Reply& statistics, Side side) {
+RtcIceCandidateStats candidateStatistics(const Reply& statistics, Side side, const std::vector<IceServer>& servers) {
     RtcIceCandidateStats record{};
     const GstStructure* const pStatistics = statistics.accepted() ? statistics.structure() : nullptr;
     const GstStructure* const pCandidate = pStatistics == nullptr ? nullptr : findCandidate(pStatistics, side);
@@ -47,9 +70,7 @@ RtcIceCandidateStats candidateStatistics(const Reply& statistics, Side side) {
     record.port = numberField(pCandidate, "port");
     record.priority = numberField(pCandidate, "priority");
     if (side == Side::LOCAL) {
-        const std::string url = textField(pCandidate, "url");
-        setField(record.url, url.empty() ? NOT_APPLICABLE : url);
-        setField(record.relayProtocol, NOT_APPLICABLE);
+        setOrigin(&record, textField(pCandidate, "url"), servers);
     }
     return record;
 }
