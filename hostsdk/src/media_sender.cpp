@@ -14,7 +14,7 @@ namespace {
 constexpr gint64 NANOSECONDS_PER_TICK = 100;
 constexpr gint64 SAME_TIMELINE = 2 * static_cast<gint64>(GST_SECOND);
 // Some seconds of a rich stream: only a stuck transport gathers as much.
-constexpr guint64 MAX_QUEUED_BYTES = 8U * 1024 * 1024;
+constexpr guint64 MAX_QUEUED_BYTES = guint64{8} * 1024 * 1024;
 
 // h264parse repeats the parameter sets with each key frame, so that late joiners see a picture. The audio packetiser
 // must not count samples for its timestamps: a pause in the frames is a pause in the call.

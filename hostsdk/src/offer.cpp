@@ -11,6 +11,7 @@ namespace hostsdk {
 namespace {
 
 constexpr int UNSUITABLE = 100;
+constexpr long MAX_PAYLOAD_TYPE = 127;
 
 bool startsWith(const std::string& text, const char* prefix) {
     return text.rfind(prefix, 0) == 0;
@@ -32,6 +33,13 @@ std::vector<std::string> splitLines(const std::string& text) {
     return lines;
 }
 
+// -1, which no format has, when the text does not start with a number.
+int readPayloadType(const char* text) {
+    char* pEnd = nullptr;
+    const long number = std::strtol(text, &pEnd, 10);
+    return pEnd == text || number < 0 || number > MAX_PAYLOAD_TYPE ? -1 : static_cast<int>(number);
+}
+
 // The payload types with a meaning of their own (RFC 3551), which need no rtpmap.
 std::string staticEncoding(int payloadType) {
     return payloadType == 0 ? "PCMU/8000" : "";
@@ -46,8 +54,10 @@ OfferedMedia parseMediaLine(const std::string& line) {
     words >> media.kind >> port >> protocol;
     media.rejected = port == "0";
     for (std::string word; words >> word;) {
-        const int payloadType = std::atoi(word.c_str());
-        media.formats.push_back({payloadType, staticEncoding(payloadType), ""});
+        const int payloadType = readPayloadType(word.c_str());
+        if (payloadType >= 0) {
+            media.formats.push_back({payloadType, staticEncoding(payloadType), ""});
+        }
     }
     return media;
 }
@@ -75,7 +85,7 @@ PayloadFormat* findFormat(const std::string& line, OfferedMedia* pMedia, std::st
     if (colon == std::string::npos || space == std::string::npos) {
         return nullptr;
     }
-    const int payloadType = std::atoi(line.c_str() + colon + 1);
+    const int payloadType = readPayloadType(line.c_str() + colon + 1);
     *pText = line.substr(space + 1);
     const auto format =
         std::find_if(pMedia->formats.begin(), pMedia->formats.end(),

@@ -36,6 +36,7 @@ VOID printToStdout(UINT32 level, PCHAR tag, PCHAR format, ...) {
     flockfile(stdout);
     writeTime();
     printf(" %-7s %s: ", levelName(level), tag == nullptr ? "" : tag);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): started above, which the analyzer loses on the way
     vprintf(format, values);
     putchar('\n');
     fflush(stdout);
