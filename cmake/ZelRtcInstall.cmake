@@ -20,7 +20,8 @@ install(FILES ${PROJECT_SOURCE_DIR}/include/zelwebrtc.h
 install(EXPORT ZelWebrtcClientTargets NAMESPACE ZelWebrtcClient:: DESTINATION ${ZELRTC_CMAKE_DIR} COMPONENT dev)
 install(FILES ${PROJECT_SOURCE_DIR}/cmake/FindKvsWebrtcClient.cmake DESTINATION ${ZELRTC_CMAKE_DIR} COMPONENT dev)
 
-# Sets what the pkg-config file says of the SDK: its own .pc files where they describe the SDK that was found, else flags.
+# Sets what the pkg-config file says of the SDK: its own .pc files where they describe the SDK that was found, else
+# flags.
 function(zelrtc_describe_installed_sdk)
   set(requires "")
   set(cflags "")

@@ -34,7 +34,8 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# Keeps pkg-config from this machine's libraries. CMake adds the folders of CMAKE_PREFIX_PATH, and so the SDK, by itself.
+# Keeps pkg-config from this machine's libraries. CMake adds the folders of CMAKE_PREFIX_PATH, and so the SDK, by
+# itself.
 set(ENV{PKG_CONFIG_LIBDIR} ${VENDOR}/lib/pkgconfig)
 
 # To run the unit tests here: the emulator and, after -L, the folder that holds the target's lib/ld-uClibc.so.0.
