@@ -1,7 +1,5 @@
 // Chromium shows the camera's picture.
 import assert from 'node:assert/strict';
-import { mkdir } from 'node:fs/promises';
-import { join } from 'node:path';
 import { test } from 'node:test';
 import { withCameraAndBrowser } from './support/scene.mjs';
 import { ANSWER_STYLES, BARS, ViewerPage } from './support/viewer_page.mjs';
@@ -9,13 +7,6 @@ import { eventually } from './support/waiting.mjs';
 
 const WATCHED_MS = 6000;
 const LEAST_FRAMES = 100;
-
-/** Keeps a picture of the page, for people to look at. */
-async function keepScreenshot(page, name) {
-  const folder = process.env.ZELRTC_OUTPUT ?? '.';
-  await mkdir(folder, { recursive: true });
-  await page.screenshot({ path: join(folder, `${name}.png`) });
-}
 
 for (const style of ANSWER_STYLES) {
   test(`with a ${style.name} Chromium decodes the test picture`, () =>
@@ -36,7 +27,6 @@ for (const style of ANSWER_STYLES) {
       assert.deepEqual(await viewer.barColours(), BARS);
       assert.equal(figures.frameWidth, 640);
       assert.equal(figures.frameHeight, 360);
-      await keepScreenshot(viewer.page, `call-${style.query.at(-1) === '1' ? 'trickle' : 'complete'}`);
     }));
 }
 

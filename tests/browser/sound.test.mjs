@@ -21,9 +21,11 @@ for (const style of ANSWER_STYLES) {
       const viewer = await ViewerPage.open(context, camera, style.query);
       await viewer.call();
       const callId = await viewer.callId();
+      await viewer.page.click('#sound');
       await viewer.page.click('#talk');
       // The fake microphone beeps once a second.
       await viewer.page.waitForFunction(() => document.getElementById('level-out').value > 0.3, null, { timeout: 15000 });
+      await viewer.keepScreenshot(`talking-${style.name.replace(' ', '-')}`);
       await viewer.hangUp();
       await camera.idle(10000);
       const { seconds, level } = describeWav(await camera.recording(callId));

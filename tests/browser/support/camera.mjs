@@ -21,8 +21,8 @@ export class Camera {
   }
 
   async #spawn(flags) {
-    const fixed = ['--listen', '127.0.0.1:0', '--log-level', '1', '--record-dir', this.#folder];
-    this.#process = spawn(process.env.ZELRTC_CAMERA, [...fixed, '--log-file', join(this.#folder, 'camera.log'), ...flags], {
+    const files = ['--record-dir', this.#folder, '--log-file', join(this.#folder, 'camera.log')];
+    this.#process = spawn(process.env.ZELRTC_CAMERA, ['--listen', '127.0.0.1:0', ...files, ...flags], {
       stdio: ['ignore', 'pipe', 'inherit'],
     });
     let output = '';

@@ -1,4 +1,6 @@
 // The camera's page in a call: its controls, and what the browser measures of the call.
+import { mkdir } from 'node:fs/promises';
+import { join } from 'node:path';
 import { eventually } from './waiting.mjs';
 
 const CONNECT_LIMIT_MS = 20000;
@@ -22,14 +24,14 @@ export class ViewerPage {
     this.page = page;
   }
 
-  /** Opens the page and notes when the first picture of a call is shown. */
+  /** Opens the camera's page in a tab of its own. */
   static async open(context, camera, query = '') {
     const page = await context.newPage();
     await page.goto(`${camera.url}/${query}`);
     return new ViewerPage(page);
   }
 
-  /** Presses Call; returns once the browser is connected. */
+  /** Presses Call and notes when the first picture is shown; returns once the browser is connected. */
   async call() {
     await this.page.evaluate(() => {
       const picture = document.getElementById('picture');
@@ -58,13 +60,18 @@ export class ViewerPage {
     return shown.jsonValue();
   }
 
-  /** The browser's figures for the received video. */
+  /** The browser's figures for the received video, none older than the call of this method. */
   videoFigures() {
     return this.page.evaluate(async () => {
-      for (const report of (await window.zelrtc.pc.getStats()).values()) {
-        if (report.type === 'inbound-rtp' && report.kind === 'video') return { ...report };
+      const asked = performance.timeOrigin + performance.now();
+      // Chromium hands out the same figures again for 50 ms.
+      for (;;) {
+        for (const report of (await window.zelrtc.pc.getStats()).values()) {
+          if (report.type !== 'inbound-rtp' || report.kind !== 'video') continue;
+          if (report.timestamp >= asked) return { ...report };
+        }
+        await new Promise(requestAnimationFrame);
       }
-      return { framesDecoded: 0, keyFramesDecoded: 0 };
     });
   }
 
@@ -131,6 +138,13 @@ export class ViewerPage {
       const hertzPerBin = window.spectrum.context.sampleRate / window.spectrum.fftSize;
       return { peakHertz: peak * hertzPerBin, decibels: Math.max(bins[peak], -200) };
     });
+  }
+
+  /** Keeps a picture of the page in the build folder, for people to look at. */
+  async keepScreenshot(name) {
+    const folder = process.env.ZELRTC_OUTPUT ?? '.';
+    await mkdir(folder, { recursive: true });
+    await this.page.screenshot({ path: join(folder, `${name}.png`) });
   }
 
   /** Chooses what the camera sends, as the page's own requests do. */
