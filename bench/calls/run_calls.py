@@ -126,6 +126,7 @@ def main():
     parser.add_argument("--short", action="store_true", help="a few calls only: does it all still run?")
     parser.add_argument("--json", required=True, help="write the figures to this file")
     options = parser.parse_args()
+    namespaces.clean_up_when_terminated()
     missing = namespaces.missing_ability()
     if missing:
         print(f"SKIPPED: {missing}")

@@ -30,6 +30,7 @@ def main():
     parser.add_argument("--json", help="write the outcomes to this file")
     options = parser.parse_args()
 
+    namespaces.clean_up_when_terminated()
     missing = namespaces.missing_ability()
     if missing:
         print(f"SKIPPED: {missing}")

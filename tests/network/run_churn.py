@@ -108,6 +108,7 @@ def main():
     parser.add_argument("--short", action="store_true", help="under a minute")
     parser.add_argument("--json", help="write the figures to this file")
     options = parser.parse_args()
+    namespaces.clean_up_when_terminated()
     missing = namespaces.missing_ability()
     if missing:
         print(f"SKIPPED: {missing}")

@@ -1,5 +1,6 @@
 """The calls over bad networks: what is done to each, and what must come of it."""
 import signal
+import subprocess
 import time
 from dataclasses import dataclass, field
 
@@ -9,6 +10,13 @@ from .programs import Camera, Viewer, wait_for
 FRAMES_A_SECOND = 30
 AUDIO_PACKETS_A_SECOND = 50
 CONNECT_SECONDS = 40
+TURN_PORT = 3478
+DEAD_STUN = "stun:10.77.0.9:3478"
+DEAD_TURN = "turn:10.77.0.9:3478"
+MOST_SERVERS = 21
+# A caller waits no longer than this for an answer with all candidates.
+MOST_ANSWER_MS = 7000
+COMPLETE = ("--no-trickle",)
 
 
 @dataclass
@@ -205,6 +213,76 @@ def viewer_behind_nat(programs, seed):
 viewer_behind_nat.title = "viewer behind NAT"
 
 
+class Turn:
+    """A TURN server in one of a network's namespaces."""
+
+    user = "camera"
+    password = "secret"
+
+    def __init__(self, network, role, address):
+        self.url = f"turn:{address}:{TURN_PORT}"
+        command = ["turnserver", "-n", "--lt-cred-mech", "--realm", "example.net", "--user",
+                   f"{self.user}:{self.password}", "--listening-ip", address, "--relay-ip", address, "--no-cli",
+                   "--no-tls", "--no-dtls", "--log-file", "stdout", "--pidfile", "/dev/null"]
+        self._process = subprocess.Popen(network.command_in(role, command), stdout=subprocess.DEVNULL,
+                                         stderr=subprocess.DEVNULL)
+        sockets = network.command_in(role, ["cat", "/proc/net/udp"])
+        port = f":{TURN_PORT:04X} "
+        wait_for(lambda: port in subprocess.run(sockets, capture_output=True, text=True, check=True).stdout, 20,
+                 "the TURN server")
+
+    def option(self):
+        return ["--ice-server", f"{self.url},{self.user},{self.password}"]
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *unused):
+        self._process.terminate()
+        self._process.wait()
+
+
+def both_behind_nat(programs, seed):
+    outcome = Outcome("both behind NAT", "translation on both sides, a TURN server between, a dead one beside it", 5)
+    with namespaces.BothBehindNat(programs.link, seed) as network, \
+            Turn(network, "gate", namespaces.VIEWER_ADDRESS) as turn:
+        dead = ["--ice-server", f"{DEAD_TURN},{turn.user},{turn.password}"]
+        scene = Scene(programs, network, [*dead, *turn.option()])
+        with scene.camera:
+            outcome.report = scene.viewer("--seconds", "5", *turn.option()).report()
+            finish(outcome, scene)
+            log = scene.camera.log_of(scene.camera.calls()[0])
+            named = [line.split("Candidate ")[1] for line in log if "Candidate type:" in line]
+            outcome.expect(len(named) == 2, "the log does not name the pair")
+    check_picture(outcome, 0.6, 0.6)
+    outcome.notes = pair(outcome) + "; the log says " + ", ".join(named)
+    return outcome
+
+
+both_behind_nat.title = "both behind NAT"
+
+
+def servers(name, text, camera_options, viewer_options, expected_log):
+    """A call of a camera that is configured with servers of which none answers."""
+    def case(programs, seed):
+        outcome = Outcome(name, text, 3)
+        with namespaces.Network(programs.link, seed) as network:
+            scene = Scene(programs, network, camera_options)
+            with scene.camera:
+                outcome.report = scene.viewer("--seconds", "3", *viewer_options).report()
+                finish(outcome, scene)
+                log = "\n".join(scene.camera.log_of(scene.camera.calls()[0]))
+                for line in expected_log:
+                    outcome.expect(line in log, f"the log lacks \"{line}\"")
+        check_picture(outcome, 0.8, 0.8)
+        answer = outcome.call()["ms"]["answer"]
+        outcome.expect(answer is not None and answer < MOST_ANSWER_MS, f"the answer took {answer} ms")
+        return outcome
+
+    case.title = name
+    return case
+
+
 def pair(outcome):
     transport = outcome.call()["transport"]
     return f"viewer {transport['local']}, camera {transport['remote']}, {transport['protocol']}"
@@ -234,4 +312,13 @@ FULL = [
     suspended(3),
     suspended(20),
     viewer_behind_nat,
+    both_behind_nat,
+    servers("dead STUN server", "complete answer, the camera's only server does not exist",
+            ["--ice-server", DEAD_STUN], COMPLETE, ["add iceserver"]),
+    servers("dead TURN server", "complete answer, the camera's only server does not exist",
+            ["--ice-server", DEAD_TURN + ",user,secret"], COMPLETE, ["add iceserver"]),
+    servers("21 dead servers", "complete answer, as many servers as the SDK takes",
+            ["--ice-server", DEAD_TURN + ",user,secret"] * MOST_SERVERS, COMPLETE, ["add iceserver"]),
+    servers("voice assistant", "--assistant-call: server, relay only and complete answer are overridden",
+            ["--assistant-call", "--relay-only", "--ice-server", DEAD_STUN], COMPLETE, ["call from alexa"]),
 ]

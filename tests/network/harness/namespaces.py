@@ -1,7 +1,9 @@
 """Networks made of network namespaces. Each has a camera side and a viewer side with an adjustable link between."""
 import json
 import os
+import signal
 import subprocess
+import sys
 
 CAMERA_ADDRESS = "10.77.0.1"
 VIEWER_ADDRESS = "10.77.0.2"
@@ -25,6 +27,11 @@ def missing_ability():
     except FileNotFoundError as missing:
         return f"{missing.filename} is not installed"
     return None
+
+
+def clean_up_when_terminated():
+    """Lets the with statements remove their namespaces also when the test is stopped from outside."""
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
 
 
 def run(*command, text=None):
@@ -128,7 +135,8 @@ class Network:
             table ip firewall {
                 chain forward {
                     type filter hook forward priority 0;
-                    iifname "link0" ct state new ct status != dnat drop;
+                    ct status dnat accept
+                    iifname "link0" ct state new drop
                 }
             }""")
 
