@@ -20,7 +20,7 @@ namespace camera {
 namespace {
 
 // An offer holds 25000 characters at the most; escaped as JSON it is somewhat longer.
-constexpr size_t LONGEST_BODY = 64 * 1024;
+constexpr size_t LONGEST_BODY = size_t{64} * 1024;
 // Short enough that neither an idle connection nor half a request holds up the program's end.
 constexpr time_t KEEP_ALIVE_SECONDS = 1;
 constexpr time_t TRANSFER_SECONDS = 2;

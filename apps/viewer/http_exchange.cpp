@@ -28,7 +28,7 @@ const httplib::Response& expectSuccess(const httplib::Result& result, const std:
 }
 
 std::string locationPath(const httplib::Response& response) {
-    const std::string location = response.get_header_value("Location");
+    std::string location = response.get_header_value("Location");
     if (location.empty()) {
         throw SignallingError("the camera's response names no location");
     }

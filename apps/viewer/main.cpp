@@ -24,6 +24,7 @@ void onSignal(int /*number*/) {
 
 void runAll(std::deque<zelviewer::ViewerCall>& calls) {
     std::vector<std::thread> threads;
+    threads.reserve(calls.size());
     for (zelviewer::ViewerCall& call : calls) {
         threads.emplace_back([&call] { call.run(); });
     }
@@ -47,6 +48,7 @@ int main(int argc, char** argv) try {
     runAll(calls);
 
     std::vector<zelviewer::CallRecord> records;
+    records.reserve(calls.size());
     for (const zelviewer::ViewerCall& call : calls) {
         records.push_back(call.record());
     }

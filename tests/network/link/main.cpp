@@ -153,7 +153,7 @@ private:
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     CLI::App app{"Joins two network namespaces by a link of adjustable quality"};
     std::string left;
     std::string right;
@@ -164,15 +164,13 @@ int main(int argc, char** argv) {
     app.add_option("--interface", interfaceName, "name of the interface in both")->capture_default_str();
     app.add_option("--seed", seed, "the same seed makes the same decisions")->capture_default_str();
     CLI11_PARSE(app, argc, argv);
-    try {
-        emulator::TunDevice leftDevice(left, interfaceName);
-        emulator::TunDevice rightDevice(right, interfaceName);
-        std::puts("ready");
-        std::fflush(stdout);
-        Link(&leftDevice, &rightDevice, seed).run();
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "zelrtc-link: %s\n", error.what());
-        return 1;
-    }
+    emulator::TunDevice leftDevice(left, interfaceName);
+    emulator::TunDevice rightDevice(right, interfaceName);
+    std::puts("ready");
+    std::fflush(stdout);
+    Link(&leftDevice, &rightDevice, seed).run();
     return 0;
+} catch (const std::exception& error) {
+    std::fprintf(stderr, "zelrtc-link: %s\n", error.what());
+    return 1;
 }
