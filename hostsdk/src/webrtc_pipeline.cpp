@@ -323,7 +323,7 @@ bool WebRtcPipeline::applyDescription(const char* action, GstWebRTCSDPType type,
 }
 
 std::unique_ptr<MediaSender> WebRtcPipeline::addMedia(const NegotiatedMedia& media) {
-    const guint ssrc = g_random_int_range(1, G_MAXINT32);
+    const auto ssrc = static_cast<guint>(g_random_int_range(1, G_MAXINT32));
     const GstPtr<GstCaps> caps = mediaCaps(media, ssrc);
     if (!sends(media.direction)) {
         GstWebRTCRTPTransceiver* pTransceiver = nullptr;
