@@ -112,11 +112,17 @@ TEST_F(ReportedStates, endWithFailedAfterThirtySecondsOfSilenceMore) {
     EXPECT_EQ(states.back(), FAILED);
 }
 
-TEST_F(ReportedStates, keepAFarEndThatHasNothingToSend) {
+TEST_F(ReportedStates, countTheSilenceOfAFarEndThatNeverSpokeFromTheConnection) {
     connect();
     lastPacket.reset();
-    pass(1h);
-    EXPECT_EQ(states, (States{CONNECTING, CONNECTED}));
+    pass(4900ms);
+    EXPECT_EQ(states.back(), CONNECTED);
+    pass(100ms);
+    EXPECT_EQ(states.back(), DISCONNECTED);
+    pass(29900ms);
+    EXPECT_EQ(states.back(), DISCONNECTED);
+    pass(100ms);
+    EXPECT_EQ(states.back(), FAILED);
 }
 
 TEST_F(ReportedStates, leaveTheVerdictToSilenceOnceConnected) {
