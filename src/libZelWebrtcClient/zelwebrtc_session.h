@@ -102,10 +102,10 @@ public:
      */
     ZELRTC_API int teminate();
 
-    /** @return the state last reported by the SDK, NONE before the first. Any thread; read without a lock. */
+    /** Tells the state last reported by the SDK, NONE before the first. Any thread; read without a lock. */
     ZELRTC_API RTC_PEER_CONNECTION_STATE getState();
 
-    /** @return the id given at construction. Any thread. */
+    /** Tells the id given at construction. Any thread. */
     ZELRTC_API ZELRTC_SESSION_ID getSessionId();
 
 private:

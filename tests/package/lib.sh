@@ -104,3 +104,8 @@ configure() {
 project_version() {
     sed -nE 's/^#define ZELRTC_VERSION_(MAJOR|MINOR|PATCH) ([0-9]+)$/\2/p' "$SOURCE/include/zelwebrtc.h" | paste -sd.
 }
+
+# binary_version: what the soname ends in; before 1.0 each minor version has a binary interface of its own.
+binary_version() {
+    project_version | sed -nE 's/^(0\.[0-9]+|[0-9]+)\..*/\1/p'
+}
