@@ -41,8 +41,8 @@ struct CallRecord {
         std::string localType;  // host, srflx, prflx or relay
         std::string remoteType;
         std::string protocol;
-        std::uint64_t videoPacketsReceived = 0;
-        std::int64_t videoPacketsLost = 0;
+        std::int64_t packetsReceived = 0;  // of video and audio
+        std::int64_t packetsLost = 0;
     };
 
     std::string id;

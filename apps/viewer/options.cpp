@@ -13,7 +13,7 @@ constexpr int usageError = 2;
 struct RawOptions {
     double seconds = 5;
     double connectSeconds = 15;
-    int jitterMs = 50;
+    int jitterMs = 1000;
     std::string abortAt;
     std::vector<std::string> switches;
     std::vector<std::string> servers;
@@ -83,7 +83,8 @@ void declare(CLI::App& app, Options& options, RawOptions& raw) {
         ->allow_extra_args(false);
     app.add_flag("!--no-decode", options.decode, "Count access units, decode nothing");
     app.add_flag("!--no-talk", options.talk, "Send no audio");
-    app.add_option("--jitter-buffer", raw.jitterMs, "Milliseconds that packets wait for late ones")
+    app.add_option("--jitter-buffer", raw.jitterMs,
+                   "Milliseconds to wait for a missing packet; complete pictures do not wait")
         ->check(CLI::Range(0, 10000))
         ->capture_default_str();
     app.add_option("--record", options.recordPath, "Write the received audio to this WAV file (one call only)");

@@ -24,7 +24,7 @@ struct Options {
     std::string url;
     Milliseconds duration{5000};         // of the picture, from the connection on
     Milliseconds connectTimeout{15000};  // from the offer on
-    Milliseconds jitterBuffer{50};
+    Milliseconds jitterBuffer{1000};
     bool untilInterrupted = false;
     bool json = false;
     bool trickle = true;

@@ -59,8 +59,6 @@ ordered_json videoAsJson(const CallRecord& record) {
         {"height", size.height},
         {"largestGapMs", orNull(record.largestGapMs)},
         {"ageMs", {{"p50", orNull(percentile(record.agesMs, 0.5))}, {"p95", orNull(percentile(record.agesMs, 0.95))}}},
-        {"packetsReceived", record.transport.videoPacketsReceived},
-        {"packetsLost", record.transport.videoPacketsLost},
         {"sizes", sizesAsJson(record.sizes)}};
 }
 
@@ -86,7 +84,9 @@ ordered_json callAsJson(const CallRecord& record) {
             {"transport",
              {{"local", orNull(record.transport.localType)},
               {"remote", orNull(record.transport.remoteType)},
-              {"protocol", orNull(record.transport.protocol)}}}};
+              {"protocol", orNull(record.transport.protocol)},
+              {"packetsReceived", record.transport.packetsReceived},
+              {"packetsLost", record.transport.packetsLost}}}};
 }
 
 std::string milliseconds(const std::optional<double>& value) {
@@ -130,8 +130,8 @@ void printCall(std::ostream& out, const CallRecord& record) {
     out << "  audio        " << record.audioReceived << " packets received, rms " << record.audioRms << "; "
         << record.audioSent << " sent, " << record.audioHeard << " heard by the camera\n"
         << "  transport    " << record.transport.localType << " to " << record.transport.remoteType << ' '
-        << record.transport.protocol << ", " << record.transport.videoPacketsLost << " of "
-        << record.transport.videoPacketsReceived << " video packets lost\n";
+        << record.transport.protocol << ", " << record.transport.packetsLost << " of "
+        << record.transport.packetsReceived << " packets lost\n";
     if (!record.ended.empty()) {
         out << "  ended        " << record.ended << '\n';
     }

@@ -100,19 +100,23 @@ void takeCandidate(const GstStructure* entry, const std::string& id, CallRecord:
     }
 }
 
+// The type differs between versions of GStreamer.
+std::int64_t numberField(const GstStructure* structure, const char* name) {
+    const GValue* field = gst_structure_get_value(structure, name);
+    GValue number = G_VALUE_INIT;
+    g_value_init(&number, G_TYPE_INT64);
+    const bool isNumber = field != nullptr && g_value_transform(field, &number);
+    return isNumber ? g_value_get_int64(&number) : 0;
+}
+
 void takeInbound(const GstStructure* entry, CallRecord::Transport& transport) {
     GstWebRTCStatsType type{};
-    gint clockRate = 0;
-    gst_structure_get_enum(entry, "type", GST_TYPE_WEBRTC_STATS_TYPE, reinterpret_cast<gint*>(&type));
-    const bool video = gst_structure_get_int(entry, "clock-rate", &clockRate) && clockRate == 90000;
-    if (type != GST_WEBRTC_STATS_INBOUND_RTP || !video) {
+    gst_structure_get(entry, "type", GST_TYPE_WEBRTC_STATS_TYPE, &type, nullptr);
+    if (type != GST_WEBRTC_STATS_INBOUND_RTP) {
         return;
     }
-    gint lost = 0;
-    gst_structure_get_uint64(entry, "packets-received", &transport.videoPacketsReceived);
-    if (gst_structure_get_int(entry, "packets-lost", &lost)) {
-        transport.videoPacketsLost = lost;
-    }
+    transport.packetsReceived += numberField(entry, "packets-received");
+    transport.packetsLost += numberField(entry, "packets-lost");
 }
 
 gboolean takeStatistic(GQuark /*field*/, const GValue* value, gpointer transport) {
