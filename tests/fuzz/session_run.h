@@ -46,7 +46,6 @@ private:
         UINT32 videoType = 1;
         UINT32 audioType = 1;
         std::vector<Told> told;
-        size_t misuse = 0;
     };
 
     void forget();
@@ -87,6 +86,7 @@ private:
     bool answerFits() const;
     std::string answerText(const std::string& sdp) const;
     std::string text(size_t limit);
+    ZelRtcIceServer server();
     UINT32 status();
 
     FuzzedDataProvider input_;

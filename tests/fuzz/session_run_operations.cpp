@@ -98,7 +98,6 @@ void SessionRun::addRemoteCandidate() {
     sdk_.deliver.candidateLine = json.substr(0, input_.ConsumeIntegralInRange<size_t>(0, json.size()));
     const std::string& line = sdk_.deliver.candidateLine;
     const bool isTerminated = std::min(line.size(), line.find('\0')) <= MAX_ICE_CANDIDATE_INIT_CANDIDATE_LEN;
-    const bool hadConnection = model_.hasConnection;
     const size_t before = sdk_.calls().size();
 
     const UINT32 result = static_cast<UINT32>(session_->addRemoteCandidate(json));
@@ -113,7 +112,6 @@ void SessionRun::addRemoteCandidate() {
     } else {
         require(calls.size() == 2 && result == calls[1].status, "a readable candidate is added");
         require(calls[1].text == untilTerminator(line), "the line is added as it was read");
-        model_.misuse += hadConnection ? 0 : 1;
     }
     require(result == STATUS_SUCCESS || sdk_.lines().back().text == statusLine("addRemoteCandidate", result),
             "a refused candidate has its line");
