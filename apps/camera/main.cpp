@@ -103,7 +103,7 @@ int main(int argc, char** argv) {
 #ifdef __GLIBC__
     // A call lives on many short-lived threads; with an arena for each, a camera that has had a hundred calls holds
     // more than twice the memory that it needs.
-    mallopt(M_ARENA_MAX, 1);
+    mallopt(M_ARENA_MAX, 1);  // NOLINT(concurrency-mt-unsafe): there is no other thread yet
 #endif
     try {
         serve(*options, blockStopSignals());

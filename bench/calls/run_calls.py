@@ -132,6 +132,7 @@ def main():
         print(f"SKIPPED: {missing}")
         return SKIPPED
 
+    os.environ["MALLOC_ARENA_MAX"] = "1"  # as the camera sets it for itself
     calls, viewer_counts, seconds, pairs = (2, (1,), 1, 1) if options.short else (50, (1, 4, 16), 8, 8)
     clip = os.path.join(os.path.dirname(os.path.abspath(options.json)), "clip-720p30.h264")
     make_clip(clip)

@@ -1,11 +1,11 @@
 // plain-sender: serves the demo camera's streams over webrtcbin, without the session and without the SDK between; as
 // much of the camera's HTTP interface as the headless viewer uses. For comparison only.
-#include <malloc.h>
 #include <pthread.h>
 
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
+#include <exception>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -124,12 +124,14 @@ void serve(const std::string& videoFile) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     CLI::App app{"Serves a stream over webrtcbin alone, for comparison with the camera"};
     std::string videoFile;
     app.add_option("--video-file", videoFile, "an H.264 file instead of the test picture")->check(CLI::ExistingFile);
     CLI11_PARSE(app, argc, argv);
-    mallopt(M_ARENA_MAX, 1);
     serve(videoFile);
     return 0;
+} catch (const std::exception& error) {
+    std::fprintf(stderr, "plain-sender: %s\n", error.what());
+    return 2;
 }
