@@ -311,6 +311,7 @@ STATUS deserializeRtcIceCandidateInit(PCHAR json, UINT32 length, PRtcIceCandidat
     call.function = SdkFunction::deserializeRtcIceCandidateInit;
     call.text = std::string(json, length);
     call.length = length;
+    call.record = bytesOf(pCandidate);
     const UINT32 status = sdk().enter(call);
     if (status == STATUS_SUCCESS) {
         const std::string& candidate = sdk().deliver.candidateLine;

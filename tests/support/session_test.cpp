@@ -120,6 +120,7 @@ SessionTest::~SessionTest() = default;
 
 // Whatever a test is about: every line has the tag and the head, no SDK call went astray, and nothing stays behind.
 void SessionTest::TearDown() {
+    sdk.duringLog(nullptr);
     session.reset();
     for (const LogLine& written : sdk.lines()) {
         EXPECT_EQ(written.tag, "platform-utils") << written;

@@ -236,6 +236,13 @@ TEST_F(RemoteCandidates, AreReadWithTheirLengthWithoutTheTerminator) {
     }
 }
 
+TEST_F(RemoteCandidates, AreReadIntoARecordThatIsZero) {
+    negotiate(trickleConfig());
+    dirtyStack();
+    session->addRemoteCandidate(CANDIDATE);
+    EXPECT_TRUE(sdk.onlyCall(SdkFunction::deserializeRtcIceCandidateInit).recordIsZero());
+}
+
 TEST_F(RemoteCandidates, GoNoFurtherWhenTheSdkCannotReadThem) {
     negotiate(trickleConfig());
     for (const UINT32 status : FAILURES) {

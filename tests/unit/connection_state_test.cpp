@@ -76,6 +76,15 @@ TEST_F(ConnectionState, AnyOtherIsStoredBeforeItIsForwarded) {
                             "store connected_ 0", "app 7 onStateChange 5"));
 }
 
+TEST_F(ConnectionState, IsLoggedBeforeItIsStored) {
+    negotiate(trickleConfig());
+    std::vector<UINT32> stored;
+    sdk.duringLog([&](const LogLine&) { stored.push_back(static_cast<UINT32>(session->getState())); });
+    connection().fireState(2);
+    connection().fireState(4);
+    EXPECT_THAT(stored, ElementsAre(0U, 2U));
+}
+
 TEST_F(ConnectionState, IsAlreadyReadableInsideTheCallback) {
     negotiate(trickleConfig());
     std::vector<UINT32> seen;

@@ -162,6 +162,14 @@ TEST_F(OutgoingMedia, ReturnsTheSdksStatusWithoutALine) {
     EXPECT_EQ(sent(), 6U) << "nothing is tried twice";
 }
 
+TEST_F(OutgoingMedia, LogsAKeyFrameBeforeItOpensTheWay) {
+    connect();
+    bool waitingThen = false;
+    sdk.duringLog([&](const LogLine&) { waitingThen = isWaiting(); });
+    EXPECT_EQ(writeVideo(0x10), 0);
+    EXPECT_TRUE(waitingThen);
+}
+
 TEST_F(OutgoingMedia, StaysOpenWhenTheSdkRefusesTheKeyFrame) {
     connect();
     sdk.failNth(SdkFunction::writeFrame, 1, 0x5b000006);
