@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdio>
 #include <memory>
+#include <ostream>
 #include <string>
 
 namespace {
@@ -33,6 +34,10 @@ struct Mistake {
     const char* reason;
 };
 
+void PrintTo(const Mistake& mistake, std::ostream* out) {
+    *out << mistake.arguments;
+}
+
 class MistakenOption : public ::testing::TestWithParam<Mistake> {};
 
 TEST_P(MistakenOption, EndsWithStatus2AndAReason) {
@@ -57,7 +62,7 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{"--ice-server turn:192.0.2.1:3478,user", "has a user but no credential"},
         Mistake{"--record-dir /dev/null", "is no directory"}, Mistake{"--max-calls 0", "not in range"},
         Mistake{"--max-calls many", "--max-calls"}, Mistake{"--log-level 9", "not in range"},
-        Mistake{"--log-file /no/such/directory/log --listen 127.0.0.1:0", "log file cannot be opened"}));
+        Mistake{"--log-file /dev/null/log --listen 127.0.0.1:0", "log file cannot be opened"}));
 
 TEST(CameraOptionsTest, HelpNamesEveryOptionAndSucceeds) {
     const Outcome outcome = runCamera("--help");
