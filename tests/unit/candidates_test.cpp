@@ -162,6 +162,17 @@ TEST_F(GatheringEnd, LogsAFailureOfEitherStepInBothKindsOfCallAndDeliversNothing
     }
 }
 
+TEST_F(GatheringEnd, ReadsNoAnswerThatTheSdkHasNotWritten) {
+    negotiate(completeAnswerConfig());
+    sdk.failAlways(SdkFunction::serializeSessionDescriptionInit, STATUS_BUFFER_TOO_SMALL);
+
+    dirtyStack();
+    const AllocationCount allocations;
+    connection().fireGatheringEnd();
+
+    EXPECT_EQ(allocations.made(), 0U) << "what the buffer held has been copied";
+}
+
 TEST_F(GatheringEnd, LeavesTheCallUsableAfterAFailure) {
     negotiate(completeAnswerConfig());
     const Members before(*session);
