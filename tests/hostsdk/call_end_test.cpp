@@ -19,7 +19,7 @@ void connect(AnsweringSide* pSide, WebrtcbinViewer* pViewer) {
 int openDescriptors() {
     DIR* const pDirectory = opendir("/proc/self/fd");
     int count = 0;
-    while (readdir(pDirectory) != nullptr) {
+    while (readdir(pDirectory) != nullptr) {  // NOLINT(concurrency-mt-unsafe): nobody else reads this directory stream
         count++;
     }
     closedir(pDirectory);
