@@ -108,7 +108,7 @@ int CameraProcess::runningEncoders() const {
 
 Footprint CameraProcess::footprint() const {
     const std::string process = "/proc/" + std::to_string(pid());
-    return {get("/health").at("calls"), entriesIn(process + "/task"), entriesIn(process + "/fd")};
+    return {entriesIn(process + "/task"), entriesIn(process + "/fd")};
 }
 
 double CameraProcess::cpuSeconds() const {

@@ -16,7 +16,6 @@ namespace calltest {
 
 /** What a call could leave behind in the camera. */
 struct Footprint {
-    int calls;
     int threads;
     int descriptors;
 };
@@ -53,7 +52,7 @@ public:
     bool firstCallLasts(std::chrono::duration<double> time) const;
     int runningEncoders() const;
 
-    /** As the kernel counts threads and descriptors. */
+    /** As the kernel counts; looking costs the camera nothing, so its idle HTTP threads and connections can go. */
     Footprint footprint() const;
     /** CPU seconds used up to now. */
     double cpuSeconds() const;
