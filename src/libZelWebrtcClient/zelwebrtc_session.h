@@ -102,10 +102,16 @@ public:
      */
     ZELRTC_API int teminate();
 
-    /** Tells the state last reported by the SDK, NONE before the first. Any thread; read without a lock. */
+    /**
+     * Tells how the connection stands. Any thread; read without a lock.
+     * @return the state last reported by the SDK, NONE before the first
+     */
     ZELRTC_API RTC_PEER_CONNECTION_STATE getState();
 
-    /** Tells the id given at construction. Any thread. */
+    /**
+     * Tells which call this is. Any thread.
+     * @return the id given at construction
+     */
     ZELRTC_API ZELRTC_SESSION_ID getSessionId();
 
 private:
