@@ -46,7 +46,6 @@ Signalling::Answer readAnswer(const std::string& text) {
 }  // namespace
 
 CameraSignalling::CameraSignalling(const std::string& baseUrl) : requests_(baseUrl), events_(baseUrl) {
-    requests_.set_keep_alive(true);
     requests_.set_tcp_nodelay(true);
     requests_.set_read_timeout(responseLimit);
     events_.set_read_timeout(quietLimit);

@@ -302,7 +302,8 @@ void ViewerPeer::writeRecording(const std::string& path) const {
 
 void ViewerPeer::onJitterBuffer(GstElement* /*rtpbin*/, GstElement* jitterBuffer, guint /*session*/, guint /*ssrc*/,
                                 gpointer /*data*/) {
-    g_object_set(jitterBuffer, "do-retransmission", TRUE, nullptr);
+    // The first packet shall not wait for earlier ones: there are none.
+    g_object_set(jitterBuffer, "do-retransmission", TRUE, "faststart-min-packets", 1U, nullptr);
 }
 
 void ViewerPeer::onPadAdded(GstElement* /*webrtc*/, GstPad* pad, gpointer self) {

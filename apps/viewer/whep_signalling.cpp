@@ -21,7 +21,6 @@ std::string lineStartingWith(const std::string& sdp, const std::string& start) {
 }  // namespace
 
 WhepSignalling::WhepSignalling(const std::string& baseUrl) : requests_(baseUrl) {
-    requests_.set_keep_alive(true);
     requests_.set_tcp_nodelay(true);
     requests_.set_read_timeout(responseLimit);
 }
