@@ -105,8 +105,8 @@ TEST(LinkModel, nothingPassesALinkThatIsDown) {
 }
 
 TEST(LinkCommand, aWrongCommandChangesNothingAndIsNamed) {
-    for (const char* wrong :
-         {"loss", "loss 101", "loss -1", "loss x", "delay 5", "rate 5", "reorder 1", "up 1", "upwards", "loss 5,bad"}) {
+    for (const char* wrong : {"loss", "loss 101", "loss -1", "loss x", "loss 5 x", "delay 5", "rate 5", "reorder 1",
+                              "up 1", "upwards", "loss 5,bad"}) {
         emulator::Conditions changed;
         changed.lossPercent = 3;
         EXPECT_NE("", emulator::applyCommand(wrong, &changed)) << wrong;
