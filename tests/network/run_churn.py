@@ -46,7 +46,7 @@ class Churn:
         return self._camera.process.pid
 
     def _view(self, *options):
-        return Viewer(self._viewer, self._camera.url(self._network.camera_address), ["--no-decode", *options],
+        return Viewer(self._viewer, self._camera.url(self._network.camera_address), ["--no-decode", "--jitter-buffer", "50", *options],
                       self._network.command_in)
 
     def in_a_row(self, count):
