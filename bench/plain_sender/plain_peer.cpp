@@ -124,8 +124,8 @@ std::string PlainPeer::answer(const std::string& offerSdp) {
     apply(webrtc_, "set-remote-description", remote);
     gst_webrtc_session_description_free(remote);
 
-    const guint videoSsrc = g_random_int_range(1, G_MAXINT32);
-    const guint audioSsrc = g_random_int_range(1, G_MAXINT32);
+    const guint videoSsrc = static_cast<guint>(g_random_int_range(1, G_MAXINT32));
+    const guint audioSsrc = static_cast<guint>(g_random_int_range(1, G_MAXINT32));
     GstCaps* videoCaps = mediaCaps("video", "H264", 90000, payload, videoSsrc);
     gst_caps_set_simple(videoCaps, "packetization-mode", G_TYPE_STRING, "1", nullptr);
     GstElement* video = addSender(
