@@ -73,7 +73,7 @@ struct ZelRtcSessionConfig {
  * onAnswer of a trickle call every operation runs on a thread of the SDK and holds that thread up for as long as it
  * takes. From inside any of them a session's getters, media writes, setAudioVideoType, addRemoteCandidate and teminate
  * may be called, but the session must not be destroyed there. None is called again once teminate has returned, save
- * for one that was already on its way on another thread.
+ * for one that was already on its way on another thread, and onAnswer of a trickle init that is called after it.
  *
  * The bodies stand here, and not in the library, so that an application compiled with run-time type information can
  * derive from the class although the library was compiled without.
