@@ -147,6 +147,8 @@ private:
         addProbe(find(pipeline_.get(), "picture").get(), "src", [](GstPad*, GstPadProbeInfo* probe, gpointer self) {
             GstBuffer* buffer = gst_buffer_make_writable(GST_PAD_PROBE_INFO_BUFFER(probe));
             GST_PAD_PROBE_INFO_DATA(probe) = buffer;
+            // Before the picture is encoded: it becomes the key frame itself, not the one after it.
+            static_cast<Pipeline*>(self)->forwardKeyFrameRequest();
             drawInto(buffer, static_cast<Pipeline*>(self)->info_, static_cast<Pipeline*>(self)->picture_);
             return GST_PAD_PROBE_OK;
         });

@@ -14,6 +14,7 @@ namespace {
 
 constexpr guint kJitterBufferMs = 100;
 constexpr guint kStunRetransmissions = 2;
+constexpr guint kCheckPacingMs = 5;
 
 std::string stateName(GstWebRTCPeerConnectionState state) {
     switch (state) {
@@ -109,7 +110,8 @@ void PlainPeer::configureAgent() {
     g_object_set(ice, "ice-tcp", FALSE, nullptr);
     g_signal_emit_by_name(ice, "add-local-ip-address", "127.0.0.1", &added);
     g_object_get(ice, "agent", &agent, nullptr);
-    g_object_set(agent, "upnp", FALSE, "stun-max-retransmissions", kStunRetransmissions, nullptr);
+    g_object_set(agent, "upnp", FALSE, "stun-max-retransmissions", kStunRetransmissions, "stun-pacing-timer",
+                 kCheckPacingMs, nullptr);
     g_object_unref(agent);
     g_object_unref(ice);
 }
