@@ -88,6 +88,14 @@ std::string patternOf(const std::string& path) {
     return pattern;
 }
 
+std::string joined(const std::vector<std::string>& words) {
+    std::string list;
+    for (const std::string& word : words) {
+        list += (list.empty() ? "" : ", ") + word;
+    }
+    return list;
+}
+
 // What the HTTP layer itself refuses, before a handler sees it.
 std::string ownReason(int status, const httplib::Request& request) {
     if (status == 413) {
@@ -148,12 +156,16 @@ void HttpServer::route(const std::string& method, const std::string& pattern, co
     }
 }
 
-std::string HttpServer::allowedMethods(const std::string& path) const {
+void HttpServer::finishResponsesWith(const Handler& handler) {
+    server_.set_post_routing_handler(handler);
+}
+
+std::vector<std::string> HttpServer::methodsFor(const std::string& path) const {
     const std::string pattern = patternOf(path);
-    std::string methods;
+    std::vector<std::string> methods;
     for (const Route& known : routes_) {
         if (known.pattern == pattern) {
-            methods += (methods.empty() ? "" : ", ") + known.method;
+            methods.push_back(known.method);
         }
     }
     return methods;
@@ -163,11 +175,12 @@ void HttpServer::completeError(const httplib::Request& request, httplib::Respons
     if (!response.body.empty()) {
         return;
     }
-    const std::string allowed = response.status == 413 ? "" : allowedMethods(request.path);
-    if (allowed.empty()) {
+    const std::vector<std::string> methods = methodsFor(request.path);
+    if (methods.empty() || std::count(methods.begin(), methods.end(), request.method) > 0) {
         respondWithProblem(response, response.status, ownReason(response.status, request));
         return;
     }
+    const std::string allowed = joined(methods);
     response.set_header("Allow", allowed);
     respondWithProblem(response, 405, request.method + " is not possible here, only " + allowed);
 }

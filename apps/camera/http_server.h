@@ -32,6 +32,9 @@ public:
      */
     void route(const std::string& method, const std::string& pattern, const Handler& handler);
 
+    /** Sets what runs on every response before it is sent, also on errors that no handler made. Before listen. */
+    void finishResponsesWith(const Handler& handler);
+
     /**
      * Takes the address.
      * @param port 0 for a free one
@@ -55,7 +58,7 @@ private:
         std::string pattern;
     };
 
-    std::string allowedMethods(const std::string& path) const;
+    std::vector<std::string> methodsFor(const std::string& path) const;
     void completeError(const httplib::Request& request, httplib::Response& response) const;
 
     httplib::Server server_;

@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "letter_case.h"
 #include "problem.h"
 
 namespace camera {
@@ -37,6 +38,27 @@ bool startsWith(const std::string& text, const char* start) {
     return text.rfind(start, 0) == 0;
 }
 
+// In lower case, because the case of a codec's name does not matter; empty when there is none.
+std::string videoSection(const std::string& sdp) {
+    const size_t start = sdp.find("\nm=video ");
+    if (start == std::string::npos) {
+        return {};
+    }
+    return lowerCase(sdp.substr(start, sdp.find("\nm=", start + 1) - start));
+}
+
+// Whether a section maps a payload type to a codec whose name begins so.
+bool namesCodec(const std::string& section, const std::string& name) {
+    constexpr const char* MAPPING = "\na=rtpmap:";
+    for (size_t at = section.find(MAPPING); at != std::string::npos; at = section.find(MAPPING, at + 1)) {
+        const size_t space = section.find(' ', at);
+        if (space != std::string::npos && section.compare(space + 1, name.size(), name) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
 }  // namespace
 
 void checkOffer(const std::string& text) {
@@ -51,8 +73,13 @@ void checkOffer(const std::string& text) {
     if (!startsWith(sdp, "v=0")) {
         throw Problem(400, "the offer's sdp is not a session description: it does not start with \"v=0\"");
     }
-    if (sdp.find("\nm=video ") == std::string::npos) {
+    const std::string video = videoSection(sdp);
+    if (video.empty()) {
         throw Problem(422, "the offer asks for no video: it has no \"m=video\" section");
+    }
+    if (namesCodec(video, "") && !namesCodec(video, "h264/")) {
+        throw Problem(422,
+                      "the viewer cannot show H.264, which is what the camera sends: it offers other video codecs");
     }
 }
 

@@ -9,7 +9,8 @@ namespace camera {
 /**
  * Refuses what cannot be an offer of a viewer.
  * @param text the body of a request: the SDK's JSON form of an offer
- * @throw Problem 400 for what is no offer, 413 for one that is too long, 422 for an offer without video
+ * @throw Problem 400 for what is no offer, 413 for one that is too long, 422 for an offer without video or without
+ * H.264
  */
 void checkOffer(const std::string& text);
 

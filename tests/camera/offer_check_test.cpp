@@ -44,6 +44,24 @@ TEST(OfferCheckTest, AnOfferWithoutVideoIsToldSo) {
     EXPECT_THAT(refusal.reason, HasSubstr("no video"));
 }
 
+TEST(OfferCheckTest, AViewerWithoutH264IsToldSo) {
+    const Refusal refusal = refusalOf(checkOffer, offerFromSdp(std::string(SDP) + "a=rtpmap:96 VP8/90000\r\n"));
+    EXPECT_EQ(refusal.status, 422);
+    EXPECT_THAT(refusal.reason, HasSubstr("cannot show H.264"));
+}
+
+TEST(OfferCheckTest, H264AmongOtherCodecsPassesInAnyCase) {
+    for (const char* name : {"H264", "h264"}) {
+        const std::string mappings = "a=rtpmap:96 VP8/90000\r\na=rtpmap:102 " + std::string(name) + "/90000\r\n";
+        EXPECT_EQ(refusalOf(checkOffer, offerFromSdp(SDP + mappings)).status, 0) << name;
+    }
+}
+
+TEST(OfferCheckTest, TheCodecsOfOtherSectionsAreNotThoseOfTheVideo) {
+    const std::string sdp = std::string(SDP) + "a=rtpmap:96 VP8/90000\r\nm=audio 9 UDP/TLS/RTP/SAVPF 97\r\n";
+    EXPECT_EQ(refusalOf(checkOffer, offerFromSdp(sdp + "a=rtpmap:97 H264/90000\r\n")).status, 422);
+}
+
 TEST(OfferCheckTest, AnOfferTooLongForTheSdkIsTooLarge) {
     EXPECT_EQ(refusalOf(checkOffer, offerFromSdp(SDP + std::string(25000, 'a'))).status, 413);
 }

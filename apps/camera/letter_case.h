@@ -1,0 +1,21 @@
+/** @file letter_case.h For names whose case does not matter. */
+#ifndef CAMERA_LETTER_CASE_H
+#define CAMERA_LETTER_CASE_H
+
+#include <string>
+
+namespace camera {
+
+/** The text with its ASCII letters in lower case. */
+inline std::string lowerCase(std::string text) {
+    for (char& letter : text) {
+        if (letter >= 'A' && letter <= 'Z') {
+            letter = static_cast<char>(letter - 'A' + 'a');
+        }
+    }
+    return text;
+}
+
+}  // namespace camera
+
+#endif
