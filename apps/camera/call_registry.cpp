@@ -15,8 +15,7 @@ std::shared_ptr<Call> CallRegistry::place(const std::string& offer, std::optiona
     try {
         call->start(offer);
     } catch (const Problem& problem) {
-        remove(call->id());
-        call->end(problem.what());
+        endIfUp(call->id(), problem.what());
         throw;
     }
     return call;
@@ -59,7 +58,14 @@ std::shared_ptr<Call> CallRegistry::remove(int id) {
     }
     std::shared_ptr<Call> call = found->second;
     calls_.erase(found);
+    ++ending_;
     return call;
+}
+
+void CallRegistry::release(Call& call, const std::string& reason) {
+    call.end(reason);
+    const std::lock_guard<std::mutex> lock(mutex_);
+    --ending_;
 }
 
 void CallRegistry::end(int id, const std::string& reason) {
@@ -73,8 +79,13 @@ bool CallRegistry::endIfUp(int id, const std::string& reason) {
     if (!call) {
         return false;
     }
-    call->end(reason);
+    release(*call, reason);
     return true;
+}
+
+size_t CallRegistry::held() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return calls_.size() + ending_;
 }
 
 std::vector<std::shared_ptr<Call>> CallRegistry::all() {
@@ -95,8 +106,8 @@ void CallRegistry::shutdown() {
     // Closing a connection takes the SDK a moment: together they take no longer than one.
     std::vector<std::future<void>> endings;
     for (const auto& call : all()) {
-        remove(call->id());
-        endings.push_back(std::async(std::launch::async, [call] { call->end("the camera is shutting down"); }));
+        const int id = call->id();
+        endings.push_back(std::async(std::launch::async, [this, id] { endIfUp(id, "the camera is shutting down"); }));
     }
     for (auto& ending : endings) {
         ending.wait();

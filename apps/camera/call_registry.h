@@ -45,18 +45,23 @@ public:
     /** The calls, oldest first. */
     std::vector<std::shared_ptr<Call>> all();
 
+    /** How many calls the camera holds: those that are up and those whose connection is still being released. */
+    size_t held();
+
     /** Admits no more calls and ends those that are up. */
     void shutdown();
 
 private:
     std::shared_ptr<Call> admit(std::optional<bool> trickle);
     std::shared_ptr<Call> remove(int id);
+    void release(Call& call, const std::string& reason);
     std::string recordPath(int id) const;
 
     const CallSettings settings_;
     MediaHub& hub_;
     std::mutex mutex_;
     std::map<int, std::shared_ptr<Call>> calls_;
+    size_t ending_ = 0;
     int newestId_ = 0;
     bool isShutDown_ = false;
 };

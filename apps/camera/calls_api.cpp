@@ -107,7 +107,7 @@ void endCall(const Request& request, Response& response, CallRegistry& calls) {
 void tellHealth(Response& response, CallRegistry& calls, const MediaHub& hub) {
     respond(response, 200,
             {{"status", "ok"},
-             {"calls", calls.all().size()},
+             {"calls", calls.held()},
              {"descriptors", openDescriptors()},
              {"threads", runningThreads()},
              {"encoders", hub.runningEncoders()}});
