@@ -33,6 +33,12 @@ function(zelrtc_compile target standard)
   target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:${ZELRTC_WARNINGS}>)
 endfunction()
 
+# zelrtc_merge_sources(target): with ZELRTC_MERGE_SOURCES, some sources are compiled as one. What includes gmock or a
+# header-only library takes seconds to read and little more to compile, so that halves the time of a whole build.
+function(zelrtc_merge_sources target)
+  set_target_properties(${target} PROPERTIES UNITY_BUILD ${ZELRTC_MERGE_SOURCES} UNITY_BUILD_BATCH_SIZE 9)
+endfunction()
+
 # zelrtc_session_library(target type sdk [standard]): the session layer, compiled against the SDK that the target `sdk`
 # names. Tests use it to build the same sources against other SDKs and as other standards.
 function(zelrtc_session_library target type sdk)

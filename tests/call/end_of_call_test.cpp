@@ -32,9 +32,9 @@ std::vector<std::size_t> endingOf(const std::string& log, const std::string& id)
 }
 
 void expectEndedInOrder(const std::string& log, const std::string& id) {
-    const std::vector<std::size_t> ending = endingOf(log, id);
-    EXPECT_NE(ending.back(), std::string::npos) << "call " << id << " was not released";
-    EXPECT_TRUE(std::is_sorted(ending.begin(), ending.end())) << "call " << id << " ended out of order";
+    const std::vector<std::size_t> places = endingOf(log, id);
+    EXPECT_NE(places.back(), std::string::npos) << "call " << id << " was not released";
+    EXPECT_TRUE(std::is_sorted(places.begin(), places.end())) << "call " << id << " ended out of order";
 }
 
 TEST(InterruptedCamera, EndsItsCallsInOrderAndExitsInTime) {

@@ -5,12 +5,12 @@
 #include <cstring>
 
 #include "answering_side.h"
+#include "statuses.h"
 
 namespace {
 
 constexpr STATUS SDP_UNREADABLE = 0x55000008;
 constexpr STATUS NO_REMOTE_DESCRIPTION = 0x5e000001;
-constexpr STATUS TRANSPORT_NOT_READY = 0x5b000006;
 constexpr STATUS ICE_SERVER_INDEX = 0x5a000028;
 
 VOID ignoreCandidate(UINT64, PCHAR) {

@@ -3,11 +3,10 @@
 #include <algorithm>
 
 #include "answering_side.h"
+#include "statuses.h"
 #include "webrtcbin_viewer.h"
 
 namespace {
-
-constexpr STATUS TRANSPORT_NOT_READY = 0x5b000006;
 
 // A call whose answer holds all candidates.
 class Call : public testing::Test {

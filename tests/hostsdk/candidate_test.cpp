@@ -6,10 +6,10 @@
 
 #include "candidate_json.h"
 #include "candidate_line.h"
+#include "statuses.h"
 
 namespace {
 
-constexpr STATUS NOT_JSON = 0x1500000c;
 constexpr STATUS NO_OBJECT = 0x5a000011;
 constexpr STATUS NO_CANDIDATE = 0x5a000012;
 
@@ -23,7 +23,7 @@ STATUS read(std::string json, RtcIceCandidateInit* pCandidate) {
     return deserializeRtcIceCandidateInit(json.data(), static_cast<UINT32>(json.size()), pCandidate);
 }
 
-STATUS statusOf(const std::string& json) {
+STATUS statusOfCandidate(const std::string& json) {
     RtcIceCandidateInit candidate{};
     return read(json, &candidate);
 }
@@ -45,20 +45,20 @@ TEST(CandidateJson, isReadWithItsMembersInAnyOrder) {
 
 TEST(CandidateJson, thatIsNotJsonIsRefused) {
     for (const char* const text : {"", "{}", "[]", "nonsense", R"({"candidate":"candidate:1)", R"({"candidate")"}) {
-        EXPECT_EQ(statusOf(text), NOT_JSON) << text;
+        EXPECT_EQ(statusOfCandidate(text), NOT_JSON) << text;
     }
 }
 
 TEST(CandidateJson, mustNotBeABareLine) {
-    EXPECT_EQ(statusOf("candidate:1 1 udp 2130706431 192.0.2.2 45020 typ host"), NO_OBJECT);
-    EXPECT_EQ(statusOf("a=candidate:1 1 udp 2130706431 192.0.2.2 45020 typ host"), NO_OBJECT);
-    EXPECT_EQ(statusOf(R"(["candidate:1"])"), NO_OBJECT);
+    EXPECT_EQ(statusOfCandidate("candidate:1 1 udp 2130706431 192.0.2.2 45020 typ host"), NO_OBJECT);
+    EXPECT_EQ(statusOfCandidate("a=candidate:1 1 udp 2130706431 192.0.2.2 45020 typ host"), NO_OBJECT);
+    EXPECT_EQ(statusOfCandidate(R"(["candidate:1"])"), NO_OBJECT);
 }
 
 TEST(CandidateJson, withoutACandidateIsRefused) {
-    EXPECT_EQ(statusOf(R"({"sdpMid":"0"})"), NO_CANDIDATE);
-    EXPECT_EQ(statusOf(R"({"candidate":"","sdpMid":"0"})"), NO_CANDIDATE);
-    EXPECT_EQ(statusOf(R"({"candidate":null})"), NO_CANDIDATE);
+    EXPECT_EQ(statusOfCandidate(R"({"sdpMid":"0"})"), NO_CANDIDATE);
+    EXPECT_EQ(statusOfCandidate(R"({"candidate":"","sdpMid":"0"})"), NO_CANDIDATE);
+    EXPECT_EQ(statusOfCandidate(R"({"candidate":null})"), NO_CANDIDATE);
 }
 
 TEST(CandidateJson, of255CharactersIsTerminated) {

@@ -5,9 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "statuses.h"
+
 namespace {
 
-constexpr STATUS NOT_JSON = 0x1500000c;
 constexpr STATUS UNKNOWN_TYPE = 0x55000003;
 constexpr STATUS NO_SDP = 0x55000004;
 constexpr STATUS NO_TYPE = 0x55000005;
@@ -17,7 +18,7 @@ STATUS read(std::string json, RtcSessionDescriptionInit* pDescription) {
     return deserializeSessionDescriptionInit(json.data(), static_cast<UINT32>(json.size()), pDescription);
 }
 
-STATUS statusOf(const std::string& json) {
+STATUS statusOfDescription(const std::string& json) {
     RtcSessionDescriptionInit description{};
     return read(json, &description);
 }
@@ -60,43 +61,43 @@ TEST(SessionDescriptionJson, isReadNoFurtherThanItsLength) {
 TEST(SessionDescriptionJson, thatIsNoObjectIsRefused) {
     for (const char* const text : {"", "offer", "{}", "[]", R"({"type":"offer","sdp":"v=0)", "\"text\"", "7", "{\"a\"}",
                                    R"([{"type":"offer","sdp":"v=0"}])", "\xff\xfe"}) {
-        EXPECT_EQ(statusOf(text), NOT_JSON) << text;
+        EXPECT_EQ(statusOfDescription(text), NOT_JSON) << text;
     }
 }
 
 TEST(SessionDescriptionJson, withoutATypeIsRefused) {
-    EXPECT_EQ(statusOf(R"({"sdp":"v=0"})"), NO_TYPE);
-    EXPECT_EQ(statusOf(R"({"nested":{"type":"offer"},"sdp":"v=0"})"), NO_TYPE);
+    EXPECT_EQ(statusOfDescription(R"({"sdp":"v=0"})"), NO_TYPE);
+    EXPECT_EQ(statusOfDescription(R"({"nested":{"type":"offer"},"sdp":"v=0"})"), NO_TYPE);
 }
 
 TEST(SessionDescriptionJson, withAnotherTypeIsRefused) {
-    EXPECT_EQ(statusOf(R"({"type":"pranswer","sdp":"v=0"})"), UNKNOWN_TYPE);
-    EXPECT_EQ(statusOf(R"({"type":"Offer","sdp":"v=0"})"), UNKNOWN_TYPE);
-    EXPECT_EQ(statusOf(R"({"type":1,"sdp":"v=0"})"), UNKNOWN_TYPE);
+    EXPECT_EQ(statusOfDescription(R"({"type":"pranswer","sdp":"v=0"})"), UNKNOWN_TYPE);
+    EXPECT_EQ(statusOfDescription(R"({"type":"Offer","sdp":"v=0"})"), UNKNOWN_TYPE);
+    EXPECT_EQ(statusOfDescription(R"({"type":1,"sdp":"v=0"})"), UNKNOWN_TYPE);
 }
 
 TEST(SessionDescriptionJson, withoutAnSdpIsRefused) {
-    EXPECT_EQ(statusOf(R"({"type":"offer"})"), NO_SDP);
-    EXPECT_EQ(statusOf(R"({"type":"offer","sdp":""})"), NO_SDP);
-    EXPECT_EQ(statusOf(R"({"type":"offer","sdp":null})"), NO_SDP);
+    EXPECT_EQ(statusOfDescription(R"({"type":"offer"})"), NO_SDP);
+    EXPECT_EQ(statusOfDescription(R"({"type":"offer","sdp":""})"), NO_SDP);
+    EXPECT_EQ(statusOfDescription(R"({"type":"offer","sdp":null})"), NO_SDP);
 }
 
 TEST(SessionDescriptionJson, withRawLineEndsInTheSdpIsRefused) {
-    EXPECT_EQ(statusOf("{\"type\":\"offer\",\"sdp\":\"v=0\r\ns=-\r\n\"}"), NO_SDP);
-    EXPECT_EQ(statusOf("{\"type\":\"offer\",\"sdp\":\"v=0\\r\\ns=-\n\"}"), NO_SDP);
+    EXPECT_EQ(statusOfDescription("{\"type\":\"offer\",\"sdp\":\"v=0\r\ns=-\r\n\"}"), NO_SDP);
+    EXPECT_EQ(statusOfDescription("{\"type\":\"offer\",\"sdp\":\"v=0\\r\\ns=-\n\"}"), NO_SDP);
 }
 
 TEST(SessionDescriptionJson, mayHaveLineEndsBetweenItsMembers) {
-    EXPECT_EQ(statusOf("{\r\n \"type\":\"offer\",\n \"sdp\":\"v=0\\r\\n\"\n}\n"), STATUS_SUCCESS);
+    EXPECT_EQ(statusOfDescription("{\r\n \"type\":\"offer\",\n \"sdp\":\"v=0\\r\\n\"\n}\n"), STATUS_SUCCESS);
 }
 
 TEST(SessionDescriptionJson, holdsUpTo25000CharactersOfEscapedSdp) {
     const std::string head = R"({"type":"offer","sdp":")";
-    EXPECT_EQ(statusOf(head + std::string(25000, 'a') + "\"}"), STATUS_SUCCESS);
-    EXPECT_EQ(statusOf(head + std::string(25001, 'a') + "\"}"), SDP_TOO_LONG);
+    EXPECT_EQ(statusOfDescription(head + std::string(25000, 'a') + "\"}"), STATUS_SUCCESS);
+    EXPECT_EQ(statusOfDescription(head + std::string(25001, 'a') + "\"}"), SDP_TOO_LONG);
     // The escaped text counts, not what it stands for.
-    EXPECT_EQ(statusOf(head + std::string(24996, 'a') + "\\r\\n\"}"), STATUS_SUCCESS);
-    EXPECT_EQ(statusOf(head + std::string(24997, 'a') + "\\r\\n\"}"), SDP_TOO_LONG);
+    EXPECT_EQ(statusOfDescription(head + std::string(24996, 'a') + "\\r\\n\"}"), STATUS_SUCCESS);
+    EXPECT_EQ(statusOfDescription(head + std::string(24997, 'a') + "\\r\\n\"}"), SDP_TOO_LONG);
 }
 
 TEST(SessionDescriptionJson, thatIsRefusedLeavesTheRecordAlone) {

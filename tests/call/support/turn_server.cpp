@@ -14,7 +14,7 @@ namespace {
 
 constexpr const char* user = "viewer";
 constexpr const char* credential = "open sesame";
-constexpr std::chrono::seconds startLimit(10);
+constexpr std::chrono::seconds listenLimit(10);
 
 sockaddr_in loopback(int port) {
     sockaddr_in address{};
@@ -68,7 +68,7 @@ std::vector<std::string> arguments(int port, const ScratchFolder& folder) {
 TurnServer::TurnServer()
     : port_(freePort()),
       process_("turnserver", arguments(port_, folder_), folder_.file("turn.out"), folder_.file("turn.err")) {
-    if (!eventually([this] { return accepts(port_); }, startLimit)) {
+    if (!eventually([this] { return accepts(port_); }, listenLimit)) {
         throw std::runtime_error("turnserver does not listen: " + readFile(folder_.file("turn.err")));
     }
 }

@@ -1,0 +1,7 @@
+/** Statuses of the C library that the tests name, by their values. */
+#pragma once
+
+#include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
+
+constexpr STATUS NOT_JSON = 0x1500000c;
+constexpr STATUS TRANSPORT_NOT_READY = 0x5b000006;
