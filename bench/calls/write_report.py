@@ -6,15 +6,18 @@ import statistics
 import sys
 
 import plots
+from stage import interval
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "tests", "network"))
 from harness.documents import replace_between, table  # noqa: E402  (the path above makes it importable)
 
 STEPS = (("answer", "answer"), ("connected", "connected"), ("firstDecoded", "first picture decoded"))
+BROWSER_STEPS = (("answer", "answer"), ("connected", "connected"), ("firstPicture", "first picture shown"))
+NOT_MEASURED = "This part failed when the benchmarks ran last: there are no figures."
 
 
 def percentile(values, share):
-    ordered = sorted(values)
+    ordered = sorted(values) or [0]
     return ordered[min(len(ordered) - 1, round(share * (len(ordered) - 1)))]
 
 
@@ -23,7 +26,10 @@ def load(directory, name):
     if not os.path.exists(path):
         return None
     with open(path, encoding="utf-8") as file:
-        return json.load(file)
+        try:
+            return json.load(file)
+        except json.JSONDecodeError:  # of a part that broke off while it wrote
+            return None
 
 
 def micro_table(instructions, write_path):
@@ -52,15 +58,14 @@ def step_values(rows, step):
     return [row[step] for row in rows if row[step] is not None]
 
 
-def times_table(call_times):
-    rows = []
-    for way, calls in call_times.items():
-        cells = []
-        for step, _ in STEPS:
-            values = step_values(calls, step)
-            cells.append(f"{percentile(values, 0.5):.1f} / {percentile(values, 0.95):.1f} ms")
-        rows.append([way, len(calls), *cells])
-    return table(["sender", "calls", *(f"{name}, p50 / p95" for _, name in STEPS)], rows)
+def percentiles(rows, step):
+    values = step_values(rows, step)
+    return f"{percentile(values, 0.5):.1f} / {percentile(values, 0.95):.1f} ms" if values else "never"
+
+
+def times_table(call_times, steps=STEPS):
+    rows = [[way, len(calls), *(percentiles(calls, step) for step, _ in steps)] for way, calls in call_times.items()]
+    return table(["sender", "calls", *(f"{name}, p50 / p95" for _, name in steps)], rows)
 
 
 def times_plot(call_times):
@@ -89,14 +94,62 @@ def loads_plot(loads):
     return plots.bars("Processor time for each viewer, per cent of one core", "%", groups, ["camera, 720p30, 2 Mbit/s"])
 
 
-def comparison(figures):
-    ratios = [row["camera"] / row["engine"] for row in figures["pairs"]]
-    answers = {way: statistics.median(step_values(calls, "answer")) for way, calls in figures["callTimes"].items()}
-    return table(["camera (session, SDK stand-in, engine) against the engine alone", "value"], [
-        ["processor time with four viewers, median of the ratios", f"{statistics.median(ratios):.3f}"],
-        ["the same, smallest and largest of " + str(len(ratios)), f"{min(ratios):.3f} to {max(ratios):.3f}"],
-        ["answer, difference of the medians", f"{answers['camera'] - answers['engine alone']:+.1f} ms"],
-    ])
+def comparison(found):
+    ratios = [row["cpuSeconds"]["camera"] / row["cpuSeconds"]["engine"] for row in found["cpu"]]
+    low, high = interval(ratios)
+    rows = [
+        [f"processor time with {found['viewers']} viewers, median of {len(ratios)} rounds",
+         f"{statistics.median(ratios):.3f}"],
+        ["95 % confidence", f"{low:.3f} to {high:.3f}"],
+    ]
+    if found["instructions"]:
+        costs = [row["camera"]["instructions"] / row["engine"]["instructions"] for row in found["instructions"]]
+        camera = found["instructions"][0]["camera"]
+        rows.append(["instructions for each packet sent, each run", ", ".join(f"{cost:.3f}" for cost in costs)])
+        rows.append(["of a packet's instructions, the session's own", own_share(camera, "session")])
+        rows.append(["of a packet's instructions, the stand-in's own", own_share(camera, "stand-in")])
+    return table(["camera (session, SDK stand-in, engine) against the engine alone", "value"], rows)
+
+
+def own_share(row, part):
+    return f"{row[part]:.0f} of {row['instructions']:.0f} ({100 * row[part] / row['instructions']:.3f} %)"
+
+
+def answer_difference(call_times):
+    """The calls were placed in turns, so that each has its neighbour."""
+    pairs = zip(call_times["camera"], call_times["engine alone"])
+    differences = [one["answer"] - other["answer"] for one, other in pairs
+                   if one["answer"] is not None and other["answer"] is not None]
+    low, high = interval(differences)
+    return table(["answer, camera against the engine alone", "value"], [
+        [f"difference, median of {len(differences)} pairs of calls", f"{statistics.median(differences):+.2f} ms"],
+        ["95 % confidence", f"{low:+.2f} to {high:+.2f} ms"]])
+
+
+def peer_loads_table(loads):
+    rows = []
+    for row in loads:
+        viewers = row["viewers"]
+        rows.append([row["sender"], viewers, f"{row['cpuPercent'] / viewers:.2f} %", f"{row['rssKb'] / 1024:.1f} MB",
+                     f"{(row['rssKb'] - row['idleRssKb']) / viewers / 1024:.2f} MB",
+                     f"{row['fewestFrames']} of about {row['expectedFrames']}"])
+    return table(["sender", "viewers", "processor (of one core), for each viewer", "resident memory",
+                  "for each viewer", "frames at the worst-served viewer"], rows)
+
+
+def peer_plot(loads):
+    senders = list(dict.fromkeys(row["sender"] for row in loads))
+    groups = []
+    for viewers in dict.fromkeys(row["viewers"] for row in loads):
+        share = {row["sender"]: row["cpuPercent"] / viewers for row in loads if row["viewers"] == viewers}
+        groups.append((f"{viewers} viewers", [(share.get(name, 0), None) for name in senders]))
+    return plots.bars("Processor time for each viewer, per cent of one core", "%", groups, senders)
+
+
+def left_out_text(left_out):
+    if not left_out:
+        return "All of them ran."
+    return "\n".join(f"- {name} was left out: {reason.strip().splitlines()[-1]}" for name, reason in left_out.items())
 
 
 def ages_table(ages):
@@ -123,27 +176,44 @@ def write(path, text):
         file.write(text)
 
 
-def main():
-    directory, docs = sys.argv[1:]
-    document = os.path.join(docs, "performance.md")
-    images = os.path.join(docs, "images")
-    os.makedirs(images, exist_ok=True)
+class Report:
+    """The document and its plots; a part without figures says so where its table would be."""
 
-    replace_between(document, "write path",
-                    micro_table(load(directory, "instructions.json"), load(directory, "write_path.json")))
-    replace_between(document, "session", session_table(load(directory, "session.json")))
-    calls = load(directory, "calls.json")
-    if calls is not None:
-        replace_between(document, "machine", machine_text(calls["machine"], calls["clipKbit"]))
-        replace_between(document, "call times", times_table(calls["callTimes"]))
-        replace_between(document, "comparison", comparison(calls))
-        replace_between(document, "loads", loads_table(calls["loads"]))
-        replace_between(document, "frame ages", ages_table(calls["frameAges"]))
-        write(os.path.join(images, "call-times.svg"), times_plot(calls["callTimes"]))
-        write(os.path.join(images, "processor-time.svg"), loads_plot(calls["loads"]))
-    churn = load(directory, "churn.json")
-    if churn is not None:
-        replace_between(document, "churn", churn_table(churn))
+    def __init__(self, figures, docs):
+        self._figures = figures
+        self._document = os.path.join(docs, "performance.md")
+        self._images = os.path.join(docs, "images")
+        os.makedirs(self._images, exist_ok=True)
+
+    def fill(self, names, source, make):
+        """Puts what `make` makes of the figures, one text for each name, into the document."""
+        found = [load(self._figures, name) for name in source]
+        texts = [NOT_MEASURED] * len(names) if any(part is None for part in found) else make(*found)
+        for name, text in zip(names, texts):
+            replace_between(self._document, name, text)
+
+    def plot(self, name, source, make):
+        found = load(self._figures, source)
+        if found is not None:
+            write(os.path.join(self._images, name), make(found))
+
+
+def main():
+    report = Report(*sys.argv[1:])
+    report.fill(["write path"], ["instructions.json", "write_path.json"], lambda *found: [micro_table(*found)])
+    report.fill(["session"], ["session.json"], lambda found: [session_table(found)])
+    report.fill(["machine", "call times", "answer difference", "loads", "frame ages"], ["calls.json"], lambda found: [
+        machine_text(found["machine"], found["clipKbit"]), times_table(found["callTimes"]),
+        answer_difference(found["callTimes"]), loads_table(found["loads"]), ages_table(found["frameAges"])])
+    report.fill(["browser times"], ["browser.json"], lambda found: [times_table(
+        {"Chromium, " + way: calls for way, calls in found.items()}, BROWSER_STEPS)])
+    report.fill(["comparison"], ["comparison.json"], lambda found: [comparison(found)])
+    report.fill(["peers left out", "peer times", "peer loads"], ["peers.json"], lambda found: [
+        left_out_text(found["leftOut"]), times_table(found["callTimes"]), peer_loads_table(found["loads"])])
+    report.fill(["churn"], ["churn.json"], lambda found: [churn_table(found)])
+    report.plot("call-times.svg", "calls.json", lambda found: times_plot(found["callTimes"]))
+    report.plot("processor-time.svg", "calls.json", lambda found: loads_plot(found["loads"]))
+    report.plot("peers-processor-time.svg", "peers.json", lambda found: peer_plot(found["loads"]))
 
 
 main()

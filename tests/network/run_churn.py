@@ -108,6 +108,7 @@ def main():
     parser.add_argument("--camera", required=True)
     parser.add_argument("--viewer", required=True)
     parser.add_argument("--short", action="store_true", help="under a minute")
+    parser.add_argument("--in-a-row", type=int, default=500, help="calls one after the other, unless short")
     parser.add_argument("--json", help="write the figures to this file")
     options = parser.parse_args()
     namespaces.clean_up_when_terminated()
@@ -127,7 +128,7 @@ def main():
             churn.at_once(WARM_UP_AT_ONCE)
             churn.broken_off(len(abort_points) if options.short else WARM_UP_BROKEN_OFF)
             baseline = churn.settled()
-            for name, play, short, full in (("in a row", churn.in_a_row, 12, 500), ("at once", churn.at_once, 6, 20),
+            for name, play, short, full in (("in a row", churn.in_a_row, 12, options.in_a_row), ("at once", churn.at_once, 6, 20),
                                             ("broken off", churn.broken_off, 8, 100)):
                 rows.append(measure(name, churn, baseline, play, short if options.short else full))
     if options.json:

@@ -1,0 +1,154 @@
+#!/usr/bin/env python3
+"""What session and SDK stand-in cost beyond the engine: the demo camera against bench/plain_sender.
+
+Processor time: in each round both serve the same clip to as many viewers at the same time, and the same seconds are
+counted for both, so that whatever else the machine does weighs on both alike; each round has new processes, the other
+one started first. Instructions: each sender under callgrind, counted in user space for one pass of the clip and
+divided by the packets sent, which hardly depends on the machine's load. Needs root for a network namespace.
+"""
+import argparse
+import json
+import os
+import re
+import statistics
+import subprocess
+import sys
+import time
+from contextlib import ExitStack
+
+from stage import (CLIP_SECONDS, SETTLE_SECONDS, SKIPPED, Stage, add_arguments, cpu_seconds, interval, namespaces,
+                   prepare, wait_for_calls)
+
+SENDERS = ("camera", "engine")
+# Under callgrind, connecting takes seconds.
+WARM_UP_SECONDS = 5
+# Only the session has functions without a name outside of any namespace.
+OWN_FUNCTIONS = {"session": r"^ZelRtcSession::|^\(anonymous namespace\)::", "stand-in": r"^hostsdk::|^writeFrame$"}
+
+
+def in_turn(number):
+    return SENDERS if number % 2 == 0 else SENDERS[::-1]
+
+
+def start(stage, name, prefix=()):
+    return stage.camera_with_clip(prefix) if name == "camera" else stage.plain_with_clip(prefix)
+
+
+def cpu_round(stage, order, viewers, seconds):
+    """Processor seconds of each sender in the same seconds."""
+    with ExitStack() as running:
+        senders = {name: running.enter_context(start(stage, name)) for name in order}
+        views = {name: stage.watch(sender, viewers, SETTLE_SECONDS + seconds + 2) for name, sender in senders.items()}
+        for sender in senders.values():
+            wait_for_calls(sender, viewers)
+        time.sleep(SETTLE_SECONDS)
+        before = {name: cpu_seconds(sender.process.pid) for name, sender in senders.items()}
+        time.sleep(seconds)
+        spent = {name: cpu_seconds(sender.process.pid) - before[name] for name, sender in senders.items()}
+        frames = {name: min(call["video"]["frames"] for call in view.report()["calls"])
+                  for name, view in views.items()}
+    return {"order": order, "cpuSeconds": spent, "fewestFrames": frames}
+
+
+def control(sender, action):
+    subprocess.run(["callgrind_control", "--instr=" + action, str(sender.process.pid)], check=True,
+                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+
+
+def read_profile(path):
+    """Instructions in all and in each function itself, and how often each was called, from callgrind's file."""
+    names, own, calls = {}, {}, {}
+    function = callee = None
+    skip_next = False
+    total = 0
+    with open(path, encoding="utf-8") as profile:
+        for line in profile:
+            found = re.match(r"(c?fn)=\((\d+)\)(?: (.*))?", line)
+            if found:
+                kind, number, name = found.groups()
+                names.setdefault(number, name)
+                function, callee = (number, callee) if kind == "fn" else (function, number)
+            elif line.startswith("calls="):
+                calls[callee] = calls.get(callee, 0) + int(line[6:].split()[0])
+                skip_next = True
+            elif line.startswith(("totals:", "summary:")):
+                total = int(line.split()[1])
+            elif re.match(r"[0-9+*-]", line):
+                if not skip_next:
+                    own[function] = own.get(function, 0) + int(line.split()[1])
+                skip_next = False
+    return total, by_name(own, names), by_name(calls, names)
+
+
+def by_name(values, names):
+    found = {}
+    for number, value in values.items():
+        found[names[number]] = found.get(names[number], 0) + value
+    return found
+
+
+def count_instructions(stage, name, folder):
+    """What each packet costs a sender, in instructions, over one pass of the clip."""
+    path = os.path.join(folder, f"callgrind.{name}")
+    valgrind = ["valgrind", "--tool=callgrind", "--fair-sched=yes", "--instr-atstart=no",
+                f"--callgrind-out-file={path}"]
+    with start(stage, name, valgrind) as sender:
+        view = stage.watch(sender, 1, WARM_UP_SECONDS + CLIP_SECONDS + 4)
+        wait_for_calls(sender, 1)
+        time.sleep(WARM_UP_SECONDS)
+        control(sender, "on")
+        time.sleep(CLIP_SECONDS)
+        control(sender, "off")
+        view.report()
+    return packet_costs(path)
+
+
+def packet_costs(path):
+    total, own, calls = read_profile(path)
+    packets = calls.get("srtp_protect_mki", 0) or calls.get("srtp_protect", 0)
+    row = {"packets": packets, "instructions": total / packets}
+    for part, pattern in OWN_FUNCTIONS.items():
+        row[part] = sum(count for name, count in own.items() if re.search(pattern, name)) / packets
+    return row
+
+
+def cpu_ratios(rounds):
+    return [row["cpuSeconds"]["camera"] / row["cpuSeconds"]["engine"] for row in rounds]
+
+
+def summary(found):
+    ratios = cpu_ratios(found["cpu"])
+    low, high = interval(ratios)
+    print(f"processor time, camera against engine: {statistics.median(ratios):.3f}, "
+          f"95 % confidence {low:.3f} to {high:.3f}, {len(ratios)} rounds")
+    for row in found["instructions"]:
+        print(f"instructions for each packet, camera against engine: "
+              f"{row['camera']['instructions'] / row['engine']['instructions']:.4f}")
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    add_arguments(parser)
+    options = parser.parse_args()
+    missing = prepare()
+    if missing:
+        print(f"SKIPPED: {missing}")
+        return SKIPPED
+
+    rounds, viewers, seconds, profiles = (1, 1, 1, 0) if options.short else (12, 4, 8, 2)
+    folder = os.path.dirname(os.path.abspath(options.json))
+    found = {"viewers": viewers, "seconds": seconds, "cpu": [], "instructions": []}
+    with namespaces.Loopback() as network:
+        stage = Stage(network, options)
+        for number in range(rounds):
+            found["cpu"].append(cpu_round(stage, in_turn(number), viewers, seconds))
+        for number in range(profiles):
+            found["instructions"].append({name: count_instructions(stage, name, folder) for name in in_turn(number)})
+    with open(options.json, "w", encoding="utf-8") as out:
+        json.dump(found, out, indent=1)
+    summary(found)
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

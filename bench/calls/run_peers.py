@@ -1,0 +1,207 @@
+#!/usr/bin/env python3
+"""The demo camera beside other programs that a user could take instead: Janus' streaming plugin and aiortc.
+
+All send the same clip, to the same viewer program, over the same HTTP interface, taking turns within one run; none
+encodes. What is not installed is left out. Needs root for a network namespace.
+"""
+import argparse
+import json
+import os
+import shutil
+import signal
+import statistics
+import subprocess
+import sys
+import urllib.error
+from contextlib import ExitStack
+
+from stage import ROOT, SKIPPED, Stage, add_arguments, namespaces, prepare, wait_for, wait_for_calls
+
+PEERS = os.path.join(ROOT, "bench", "peers")
+# The one that Debian's Python packages belong to.
+PYTHON = "/usr/bin/python3"
+JANUS_PORT, VIDEO_PORT, AUDIO_PORT = 8088, 5004, 5006
+START_SECONDS = 20
+# The clip has a key frame a second, and none of its senders can make another one.
+KEY_FRAME_SECONDS = 1.2
+LONGEST_RUN_SECONDS = 600
+JANUS_FILES = {
+    "janus.jcfg": """
+        general: {{ plugins_folder = "{libraries}/plugins", transports_folder = "{libraries}/transports",
+                    debug_level = 2 }}
+        nat: {{ ice_lite = true }}
+        plugins: {{ disable = "{other_plugins}" }}
+        transports: {{ disable = "{other_transports}" }}""",
+    "janus.transport.http.jcfg": f"""
+        general: {{{{ http = true, port = {JANUS_PORT}, ip = "127.0.0.1", https = false, json = "compact" }}}}""",
+    "janus.plugin.streaming.jcfg": "general: {{ }}",
+}
+
+
+class OneHost(namespaces.Loopback):
+    """With an interface besides the loopback one, which some peers do not take candidates from."""
+
+    def _build(self):
+        super()._build()
+        inside = ("ip", "-n", self.namespace("both"))
+        namespaces.run(*inside, "link", "add", "lan0", "type", "veth", "peer", "name", "lan1")
+        namespaces.run(*inside, "address", "add", namespaces.CAMERA_ADDRESS + "/24", "dev", "lan0")
+        for end in ("lan0", "lan1"):
+            namespaces.run(*inside, "link", "set", end, "up")
+
+
+class Janus:
+    """Janus, something that feeds it the clip, and the camera's HTTP interface in front of it. Weighed is Janus."""
+
+    def __init__(self, stage, folder):
+        self._processes = ExitStack()
+        try:
+            self.process = self._start(stage, ["janus", "-F", write_janus_files(folder), "-o"])
+            self._start(stage, [sys.executable, os.path.join(PEERS, "feed_rtp.py"), stage.clip, str(VIDEO_PORT),
+                                str(AUDIO_PORT)])
+            listening = ["sh", "-c", f"ss -Hltn sport = :{JANUS_PORT} | grep -q ."]
+            wait_for(lambda: subprocess.run(stage.network.command_in("camera", listening), check=False).returncode == 0,
+                     START_SECONDS, "Janus to serve")
+            self._interface = self._processes.enter_context(stage.sender(
+                [PYTHON, os.path.join(PEERS, "janus_interface.py"), f"http://127.0.0.1:{JANUS_PORT}/janus",
+                 str(VIDEO_PORT), str(AUDIO_PORT)]))
+        except BaseException:
+            self._processes.close()
+            raise
+
+    def _start(self, stage, command):
+        process = subprocess.Popen(stage.network.command_in("camera", command), stdout=subprocess.DEVNULL,
+                                   stderr=subprocess.DEVNULL)
+        self._processes.callback(end, process)
+        return process
+
+    def local_url(self):
+        return self._interface.local_url()
+
+    def health(self):
+        return self._interface.health()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *unused):
+        self._processes.close()
+
+
+def end(process):
+    process.send_signal(signal.SIGTERM)
+    try:
+        process.wait(10)
+    except subprocess.TimeoutExpired:
+        process.kill()
+        process.wait()
+
+
+def write_janus_files(folder):
+    """Janus with nothing but its streaming plugin and its HTTP interface."""
+    files = subprocess.run(["dpkg", "-L", "janus"], capture_output=True, text=True, check=True).stdout.splitlines()
+    libraries = os.path.dirname(next(path for path in files if path.endswith("/plugins")))
+    names = {"libraries": libraries, "other_plugins": others(libraries, "plugins", "libjanus_streaming.so"),
+             "other_transports": others(libraries, "transports", "libjanus_http.so")}
+    target = os.path.join(folder, "janus")
+    os.makedirs(target, exist_ok=True)
+    for name, text in JANUS_FILES.items():
+        with open(os.path.join(target, name), "w", encoding="ascii") as file:
+            file.write(text.format(**names) + "\n")
+    return target
+
+
+def others(libraries, kind, wanted):
+    return ",".join(name for name in sorted(os.listdir(os.path.join(libraries, kind)))
+                    if name.endswith(".so") and name != wanted)
+
+
+def has_modules(*names):
+    command = [PYTHON, "-c", "import " + ",".join(names)]
+    return subprocess.run(command, stderr=subprocess.DEVNULL, check=False).returncode == 0
+
+
+def find_peers(folder):
+    """How to start each sender, and why the others are left out."""
+    starts, left_out = {"camera": lambda stage: stage.camera_with_clip()}, {}
+    if shutil.which("janus") and has_modules("aiohttp"):
+        starts["Janus"] = lambda stage: Janus(stage, folder)
+    else:
+        left_out["Janus"] = "the packages janus and python3-aiohttp are not installed"
+    if has_modules("aiortc", "av", "aiohttp"):
+        program = os.path.join(PEERS, "aiortc_sender.py")
+        starts["aiortc"] = lambda stage: stage.sender([PYTHON, program, stage.clip])
+    else:
+        left_out["aiortc"] = "the package python3-aiortc is not installed"
+    return starts, left_out
+
+
+def leave_out_the_unable(stage, starts, left_out):
+    """Tries each sender once: can it answer the viewer on this machine?"""
+    for name in list(starts):
+        try:
+            with starts[name](stage) as sender:
+                if stage.place(sender, "--no-talk", seconds=KEY_FRAME_SECONDS)["firstDecoded"] is None:
+                    raise RuntimeError("its call brought no picture")
+        except (OSError, RuntimeError, TimeoutError, subprocess.SubprocessError, urllib.error.URLError) as failure:
+            starts.pop(name)
+            left_out[name] = str(failure)
+
+
+def call_times(stage, starts, count):
+    times = {name: [] for name in starts}
+    with ExitStack() as running:
+        senders = {name: running.enter_context(begin(stage)) for name, begin in starts.items()}
+        for sender in senders.values():
+            # Keeps the source running: the camera stops its own while nobody watches, and starts with a key frame.
+            running.callback(stage.watch(sender, 1, LONGEST_RUN_SECONDS).kill)
+            wait_for_calls(sender, 1)
+        for _ in range(count):
+            for name, sender in senders.items():
+                times[name].append(stage.place(sender, "--no-talk", seconds=KEY_FRAME_SECONDS))
+    return times
+
+
+def loads(stage, starts, viewer_counts, seconds):
+    rows = []
+    for viewers in viewer_counts:
+        for name, begin in starts.items():
+            with begin(stage) as sender:
+                rows.append({"sender": name, **stage.load(sender, viewers, seconds)})
+    return rows
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    add_arguments(parser, plain=False)
+    options = parser.parse_args()
+    missing = prepare()
+    if missing:
+        print(f"SKIPPED: {missing}")
+        return SKIPPED
+
+    calls, viewer_counts, seconds = (0, (), 0) if options.short else (15, (1, 4, 16), 5)
+    starts, left_out = find_peers(os.path.dirname(os.path.abspath(options.json)))
+    with OneHost() as network:
+        stage = Stage(network, options)
+        leave_out_the_unable(stage, starts, left_out)
+        found = {"leftOut": left_out, "callTimes": call_times(stage, starts, calls) if calls else {},
+                 "loads": loads(stage, starts, viewer_counts, seconds)}
+    with open(options.json, "w", encoding="utf-8") as out:
+        json.dump(found, out, indent=1)
+
+    print("can answer the viewer: " + ", ".join(starts))
+    for name, reason in left_out.items():
+        print(f"{name:8} left out: {reason}")
+    for name, rows in found["callTimes"].items():
+        medians = [statistics.median(row[step] for row in rows if row[step] is not None)
+                   for step in ("answer", "connected", "firstDecoded")]
+        print("{:8} answer {:6.1f} ms, connected {:6.1f} ms, first picture {:6.1f} ms (medians)".format(name, *medians))
+    for row in found["loads"]:
+        print(f"{row['sender']:8} {row['viewers']:2} viewers: {row['cpuPercent']:5.1f} % of a core, {row['rssKb']} kB, "
+              f"worst-served {row['fewestFrames']} frames")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
