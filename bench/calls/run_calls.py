@@ -4,14 +4,12 @@
 Both senders serve in turn within one run, so that what else the machine does falls on both alike. Needs root for a
 network namespace of its own.
 """
-import argparse
-import json
 import os
 import platform
 import statistics
 import sys
 
-from stage import CLIP_SECONDS, SKIPPED, Stage, add_arguments, namespaces, prepare
+from stage import CLIP_SECONDS, Stage, namespaces, read_options, write_figures
 
 
 def call_times(stage, count):
@@ -53,14 +51,7 @@ def machine():
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    add_arguments(parser)
-    options = parser.parse_args()
-    missing = prepare()
-    if missing:
-        print(f"SKIPPED: {missing}")
-        return SKIPPED
-
+    options = read_options(__doc__)
     calls, viewer_counts, seconds = (1, (1,), 0.5) if options.short else (50, (1, 4, 16), 8)
     found = {"machine": machine()}
     with namespaces.Loopback() as network:
@@ -69,8 +60,7 @@ def main():
         found["callTimes"] = call_times(stage, calls)
         found["frameAges"] = frame_ages(stage, seconds)
         found["loads"] = loads(stage, viewer_counts, seconds)
-    with open(options.json, "w", encoding="utf-8") as out:
-        json.dump(found, out, indent=1)
+    write_figures(options, found)
 
     for way, rows in found["callTimes"].items():
         medians = [statistics.median(row[step] for row in rows if row[step] is not None)

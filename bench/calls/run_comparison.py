@@ -6,8 +6,6 @@ counted for both, so that whatever else the machine does weighs on both alike; e
 one started first. Instructions: each sender under callgrind, counted in user space for one pass of the clip and
 divided by the packets sent, which hardly depends on the machine's load. Needs root for a network namespace.
 """
-import argparse
-import json
 import os
 import re
 import statistics
@@ -16,8 +14,8 @@ import sys
 import time
 from contextlib import ExitStack
 
-from stage import (CLIP_SECONDS, SETTLE_SECONDS, SKIPPED, Stage, add_arguments, cpu_seconds, interval, namespaces,
-                   prepare, wait_for_calls)
+from stage import (CLIP_SECONDS, SETTLE_SECONDS, Stage, cpu_seconds, interval, namespaces, read_options,
+                   wait_for_calls, write_figures)
 
 SENDERS = ("camera", "engine")
 # Under callgrind, connecting takes seconds.
@@ -127,14 +125,7 @@ def summary(found):
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    add_arguments(parser)
-    options = parser.parse_args()
-    missing = prepare()
-    if missing:
-        print(f"SKIPPED: {missing}")
-        return SKIPPED
-
+    options = read_options(__doc__)
     rounds, viewers, seconds, profiles = (1, 1, 1, 0) if options.short else (12, 4, 8, 2)
     folder = os.path.dirname(os.path.abspath(options.json))
     found = {"viewers": viewers, "seconds": seconds, "cpu": [], "instructions": []}
@@ -144,8 +135,7 @@ def main():
             found["cpu"].append(cpu_round(stage, in_turn(number), viewers, seconds))
         for number in range(profiles):
             found["instructions"].append({name: count_instructions(stage, name, folder) for name in in_turn(number)})
-    with open(options.json, "w", encoding="utf-8") as out:
-        json.dump(found, out, indent=1)
+    write_figures(options, found)
     summary(found)
     return 0
 

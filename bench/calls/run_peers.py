@@ -4,8 +4,6 @@
 All send the same clip, to the same viewer program, over the same HTTP interface, taking turns within one run; none
 encodes. What is not installed is left out. Needs root for a network namespace.
 """
-import argparse
-import json
 import os
 import shutil
 import signal
@@ -15,7 +13,7 @@ import sys
 import urllib.error
 from contextlib import ExitStack
 
-from stage import ROOT, SKIPPED, Stage, add_arguments, namespaces, prepare, wait_for, wait_for_calls
+from stage import ROOT, Stage, namespaces, read_options, wait_for, wait_for_calls, write_figures
 
 PEERS = os.path.join(ROOT, "bench", "peers")
 # The one that Debian's Python packages belong to.
@@ -172,14 +170,7 @@ def loads(stage, starts, viewer_counts, seconds):
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    add_arguments(parser, plain=False)
-    options = parser.parse_args()
-    missing = prepare()
-    if missing:
-        print(f"SKIPPED: {missing}")
-        return SKIPPED
-
+    options = read_options(__doc__, plain=False)
     calls, viewer_counts, seconds = (0, (), 0) if options.short else (15, (1, 4, 16), 5)
     starts, left_out = find_peers(os.path.dirname(os.path.abspath(options.json)))
     with OneHost() as network:
@@ -187,8 +178,7 @@ def main():
         leave_out_the_unable(stage, starts, left_out)
         found = {"leftOut": left_out, "callTimes": call_times(stage, starts, calls) if calls else {},
                  "loads": loads(stage, starts, viewer_counts, seconds)}
-    with open(options.json, "w", encoding="utf-8") as out:
-        json.dump(found, out, indent=1)
+    write_figures(options, found)
 
     print("can answer the viewer: " + ", ".join(starts))
     for name, reason in left_out.items():

@@ -1,4 +1,6 @@
 """What the call benchmarks share: the clip, the senders and viewers in their network, and the load of a sender."""
+import argparse
+import json
 import os
 import random
 import statistics
@@ -31,20 +33,28 @@ def make_clip(path):
     return path
 
 
-def add_arguments(parser, plain=True):
+def read_options(description, plain=True):
+    """The command line. Ends the program where calls cannot be made."""
+    parser = argparse.ArgumentParser(description=description)
     parser.add_argument("--camera", required=True)
     parser.add_argument("--viewer", required=True)
     if plain:
         parser.add_argument("--plain", required=True, help="path of plain-sender")
     parser.add_argument("--short", action="store_true", help="a few samples only: does it all still run?")
     parser.add_argument("--json", required=True, help="write the figures to this file")
-
-
-def prepare():
-    """Says why the calls cannot be made here, if so."""
+    options = parser.parse_args()
     namespaces.clean_up_when_terminated()
+    missing = namespaces.missing_ability()
+    if missing:
+        print(f"SKIPPED: {missing}")
+        sys.exit(SKIPPED)
     os.environ["MALLOC_ARENA_MAX"] = "1"  # as the camera sets it for itself
-    return namespaces.missing_ability()
+    return options
+
+
+def write_figures(options, found):
+    with open(options.json, "w", encoding="utf-8") as out:
+        json.dump(found, out, indent=1)
 
 
 class Stage:
