@@ -12,7 +12,7 @@ import { describeWav } from './support/wav.mjs';
 const NOTICE_LIMIT_MS = 10000;
 const PICTURE_LIMIT_MS = 20000;
 const CAMERA_TONE_HERTZ = 440;
-const LEAST_FRAMES = 60;
+const LEAST_FRAMES = 30;
 
 function withCameraAndFirefox(preferences, test) {
   return withCamera(async (camera) => {

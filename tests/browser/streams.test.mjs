@@ -1,8 +1,10 @@
 // Another stream during a call.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
+import { misplacedFrames, watchFrames } from './support/frame_order.mjs';
 import { withCameraAndBrowser } from './support/scene.mjs';
 import { ANSWER_STYLES, BARS, ViewerPage } from './support/viewer_page.mjs';
+import { eventually } from './support/waiting.mjs';
 
 const SIZES = [
   { stream: 2, width: 320 },
@@ -23,3 +25,25 @@ for (const style of ANSWER_STYLES) {
       }
     }));
 }
+
+// The streams run all the while because somebody watches them, so a change meets them between two key frames.
+test('a stream that others watch begins with a key frame, too', () =>
+  withCameraAndBrowser(async (camera, context) => {
+    const viewer = await ViewerPage.open(context, camera);
+    await watchFrames(viewer.page);
+    await viewer.call();
+    for (const { stream, width } of SIZES) {
+      const other = await ViewerPage.open(context, camera);
+      await other.call();
+      await other.switchTo(stream, width);
+    }
+    await viewer.page.bringToFront();
+    for (const { stream, width } of [...SIZES, ...SIZES]) {
+      await viewer.switchTo(stream, width);
+      const seen = await viewer.page.evaluate(() => window.receivedFrames.length);
+      await eventually('frames follow', 5000, async () => {
+        return (await viewer.page.evaluate(() => window.receivedFrames.length)) > seen + 10;
+      });
+    }
+    assert.deepEqual(await misplacedFrames(viewer.page), []);
+  }));
