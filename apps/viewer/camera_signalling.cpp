@@ -90,12 +90,13 @@ void CameraSignalling::readEvents(SignallingListener& listener) {
 void CameraSignalling::sendCandidate(const Candidate& candidate) {
     const nlohmann::json body{
         {"candidate", candidate.text}, {"sdpMid", candidate.mid}, {"sdpMLineIndex", candidate.line}};
-    expectSuccess(requests_.Post(path_ + "/candidates", body.dump(), jsonType), "sending a candidate");
+    sendUntilAnswered([&] { return requests_.Post(path_ + "/candidates", body.dump(), jsonType); },
+                      "sending a candidate");
 }
 
 void CameraSignalling::selectStream(int stream) {
     const nlohmann::json body{{"video", stream}};
-    expectSuccess(requests_.Post(path_ + "/streams", body.dump(), jsonType), "choosing the stream");
+    sendUntilAnswered([&] { return requests_.Post(path_ + "/streams", body.dump(), jsonType); }, "choosing the stream");
 }
 
 void CameraSignalling::hangUp() {

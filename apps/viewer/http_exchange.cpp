@@ -7,6 +7,8 @@
 namespace zelviewer {
 namespace {
 
+constexpr int mostAttempts = 3;
+
 std::string problemDetail(const httplib::Response& response) {
     const nlohmann::json problem = nlohmann::json::parse(response.body, nullptr, false);
     if (!problem.is_object()) {
@@ -25,6 +27,14 @@ const httplib::Response& expectSuccess(const httplib::Result& result, const std:
         throw SignallingError(what + ": HTTP " + std::to_string(result->status) + ", " + problemDetail(*result));
     }
     return *result;
+}
+
+void sendUntilAnswered(const std::function<httplib::Result()>& send, const std::string& what) {
+    httplib::Result result = send();
+    for (int attempt = 1; !result && attempt < mostAttempts; ++attempt) {
+        result = send();
+    }
+    expectSuccess(result, what);
 }
 
 std::string locationPath(const httplib::Response& response) {

@@ -3,6 +3,7 @@
 
 #include <httplib.h>
 
+#include <functional>
 #include <string>
 
 namespace zelviewer {
@@ -12,6 +13,13 @@ namespace zelviewer {
  * @throws SignallingError with the reason from the problem details, or with the transport's failure
  */
 const httplib::Response& expectSuccess(const httplib::Result& result, const std::string& what);
+
+/**
+ * Sends a request that does no harm when it arrives twice. On a network that loses packets, a request can meet a
+ * connection that the camera has just closed for being idle: it is sent again then, a few times.
+ * @throws SignallingError like expectSuccess
+ */
+void sendUntilAnswered(const std::function<httplib::Result()>& send, const std::string& what);
 
 /** The response's Location as a path. @throws SignallingError when there is none */
 std::string locationPath(const httplib::Response& response);

@@ -45,7 +45,8 @@ void WhepSignalling::sendCandidate(const Candidate& candidate) {
     if (!etag_.empty()) {
         headers.emplace("If-Match", etag_);
     }
-    expectSuccess(requests_.Patch(path_, headers, fragment, "application/trickle-ice-sdpfrag"), "sending a candidate");
+    sendUntilAnswered([&] { return requests_.Patch(path_, headers, fragment, "application/trickle-ice-sdpfrag"); },
+                      "sending a candidate");
 }
 
 void WhepSignalling::selectStream(int /*stream*/) {

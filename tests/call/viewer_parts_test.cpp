@@ -2,13 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <vector>
 
 #include "event_stream.h"
+#include "http_exchange.h"
 #include "ice_server.h"
 #include "options.h"
 #include "picture_clock.h"
 #include "report.h"
+#include "signalling.h"
 #include "task_queue.h"
 
 namespace zelviewer {
@@ -75,6 +78,42 @@ TEST(ReadPictureClock, ReadsNothingWhereACellIsNeitherBlackNorWhite) {
     Strip strip(0xDEADBEEF);
     strip.paintCell(7, 128);
     EXPECT_EQ(readPictureClock(strip.plane()), std::nullopt);
+}
+
+httplib::Result lost() {
+    return {nullptr, httplib::Error::Read};
+}
+
+httplib::Result answeredWith(int status) {
+    auto response = std::make_unique<httplib::Response>();
+    response->status = status;
+    return {std::move(response), httplib::Error::Success};
+}
+
+TEST(SendUntilAnswered, TriesAgainWhenTheNetworkFails) {
+    int sent = 0;
+    sendUntilAnswered([&] { return ++sent < 3 ? lost() : answeredWith(204); }, "sending");
+    EXPECT_EQ(sent, 3);
+}
+
+TEST(SendUntilAnswered, GivesUpAfterAFewTries) {
+    int sent = 0;
+    const auto send = [&] {
+        ++sent;
+        return lost();
+    };
+    EXPECT_THROW(sendUntilAnswered(send, "sending"), SignallingError);
+    EXPECT_EQ(sent, 3);
+}
+
+TEST(SendUntilAnswered, TakesARefusalForAnAnswer) {
+    int sent = 0;
+    const auto send = [&] {
+        ++sent;
+        return answeredWith(404);
+    };
+    EXPECT_THROW(sendUntilAnswered(send, "sending"), SignallingError);
+    EXPECT_EQ(sent, 1);
 }
 
 TEST(ReadIceServer, TurnsItIntoGStreamersForm) {
