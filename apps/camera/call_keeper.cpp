@@ -2,12 +2,16 @@
 
 #include <chrono>
 
+#include "memory.h"
+
 namespace camera {
 
 namespace {
 
 // Also how often a viewer's sound level is reported.
 constexpr auto PERIOD = std::chrono::milliseconds(200);
+// Two seconds: by then the last call's threads have ended, too.
+constexpr int ROUNDS_UNTIL_QUIET = 10;
 
 }  // namespace
 
@@ -27,10 +31,19 @@ void CallKeeper::run() {
     std::unique_lock<std::mutex> lock(mutex_);
     while (!stopping_.wait_for(lock, PERIOD, [this] { return stop_; })) {
         lock.unlock();
-        for (const auto& call : calls_.all()) {
-            lookAfter(*call);
-        }
+        lookAfterAll();
         lock.lock();
+    }
+}
+
+void CallKeeper::lookAfterAll() {
+    const auto calls = calls_.all();
+    for (const auto& call : calls) {
+        lookAfter(*call);
+    }
+    roundsWithoutCall_ = calls.empty() ? roundsWithoutCall_ + 1 : 0;
+    if (roundsWithoutCall_ == ROUNDS_UNTIL_QUIET) {
+        returnFreeMemory();
     }
 }
 

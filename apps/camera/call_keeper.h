@@ -1,8 +1,9 @@
-/** @file call_keeper.h The thread that looks after calls: records talk-back and ends calls that are over. */
+/** @file call_keeper.h The thread that looks after calls: records talk-back, ends what is over, tidies up. */
 #ifndef CAMERA_CALL_KEEPER_H
 #define CAMERA_CALL_KEEPER_H
 
 #include <condition_variable>
+#include <cstdint>
 #include <mutex>
 #include <thread>
 
@@ -23,12 +24,14 @@ public:
 
 private:
     void run();
+    void lookAfterAll();
     void lookAfter(Call& call);
 
     CallRegistry& calls_;
     std::mutex mutex_;
     std::condition_variable stopping_;
     bool stop_ = false;
+    int64_t roundsWithoutCall_ = 0;
     std::thread thread_;
 };
 

@@ -7,6 +7,16 @@
 
 namespace camera {
 
+namespace {
+
+constexpr size_t KEPT_ENDED_CALLS = 8;
+
+Problem noSuchCall(int id) {
+    return {404, "there is no call " + std::to_string(id)};
+}
+
+}  // namespace
+
 CallRegistry::CallRegistry(CallSettings settings, MediaHub& hub) : settings_(std::move(settings)), hub_(hub) {
 }
 
@@ -45,9 +55,22 @@ std::shared_ptr<Call> CallRegistry::find(int id) {
     const std::lock_guard<std::mutex> lock(mutex_);
     const auto found = calls_.find(id);
     if (found == calls_.end()) {
-        throw Problem(404, "there is no call " + std::to_string(id));
+        throw noSuchCall(id);
     }
     return found->second;
+}
+
+std::shared_ptr<EventLog> CallRegistry::eventsOf(int id) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto ended = ended_.find(id);
+    if (ended != ended_.end()) {
+        return ended->second;
+    }
+    const auto found = calls_.find(id);
+    if (found == calls_.end()) {
+        throw noSuchCall(id);
+    }
+    return found->second->events();
 }
 
 std::shared_ptr<Call> CallRegistry::remove(int id) {
@@ -59,6 +82,10 @@ std::shared_ptr<Call> CallRegistry::remove(int id) {
     std::shared_ptr<Call> call = found->second;
     calls_.erase(found);
     ++ending_;
+    ended_[id] = call->events();
+    if (ended_.size() > KEPT_ENDED_CALLS) {
+        ended_.erase(ended_.begin());
+    }
     return call;
 }
 
@@ -70,7 +97,7 @@ void CallRegistry::release(Call& call, const std::string& reason) {
 
 void CallRegistry::end(int id, const std::string& reason) {
     if (!endIfUp(id, reason)) {
-        throw Problem(404, "there is no call " + std::to_string(id));
+        throw noSuchCall(id);
     }
 }
 

@@ -105,12 +105,15 @@ void endCall(const Request& request, Response& response, CallRegistry& calls) {
 }
 
 void tellHealth(Response& response, CallRegistry& calls, const MediaHub& hub) {
-    respond(response, 200,
-            {{"status", "ok"},
-             {"calls", calls.held()},
-             {"descriptors", openDescriptors()},
-             {"threads", runningThreads()},
-             {"encoders", hub.runningEncoders()}});
+    json health{{"status", "ok"},
+                {"calls", calls.held()},
+                {"descriptors", openDescriptors()},
+                {"threads", runningThreads()},
+                {"encoders", hub.runningEncoders()}};
+    if (const auto bytes = heapBytes()) {
+        health["heapBytes"] = *bytes;
+    }
+    respond(response, 200, health);
 }
 
 }  // namespace
@@ -147,7 +150,7 @@ void addCallRoutes(HttpServer& server, CallRegistry& calls, const MediaHub& hub)
     server.route("DELETE", "/calls/" CAMERA_PATH_NUMBER,
                  [&](const Request& request, Response& response) { endCall(request, response, calls); });
     server.route("GET", "/calls/" CAMERA_PATH_NUMBER "/events", [&](const Request& request, Response& response) {
-        streamEvents(calls.find(callIdIn(request))->events(), request, response);
+        streamEvents(calls.eventsOf(callIdIn(request)), request, response);
     });
     server.route("POST", "/calls/" CAMERA_PATH_NUMBER "/candidates",
                  [&](const Request& request, Response& response) { addCandidate(request, response, calls); });

@@ -16,12 +16,9 @@
 #include "http_server.h"
 #include "log_sink.h"
 #include "media_hub.h"
+#include "memory.h"
 #include "options.h"
 #include "whep_api.h"
-
-#ifdef __GLIBC__
-#include <malloc.h>
-#endif
 
 namespace {
 
@@ -100,11 +97,7 @@ int main(int argc, char** argv) {
     if (!options) {
         return exitStatus;
     }
-#ifdef __GLIBC__
-    // A call lives on many short-lived threads; with an arena for each, a camera that has had a hundred calls holds
-    // more than twice the memory that it needs.
-    mallopt(M_ARENA_MAX, 1);  // NOLINT(concurrency-mt-unsafe): there is no other thread yet
-#endif
+    keepToOneArena();
     try {
         serve(*options, blockStopSignals());
     } catch (const std::exception& error) {

@@ -102,9 +102,6 @@ void readIceServers(const Texts& texts, Options& options) {
         checkIceServer(server);
         options.calls.session.iceServers.push_back(server);
     }
-    if (texts.iceServers.size() > MAX_ICE_SERVERS_COUNT) {
-        refuse("--ice-server", "there are more than " + std::to_string(MAX_ICE_SERVERS_COUNT));
-    }
 }
 
 void makeRecordDir(const Options& options) {

@@ -1,8 +1,13 @@
 #include "process_figures.h"
 
+#include <cstdlib>  // says which C library this is
 #include <filesystem>
 #include <iterator>
 #include <system_error>
+
+#if defined(__GLIBC__) && __GLIBC_PREREQ(2, 33)
+#include <malloc.h>
+#endif
 
 namespace camera {
 
@@ -22,6 +27,15 @@ int openDescriptors() {
 
 int runningThreads() {
     return countEntries("/proc/self/task");
+}
+
+std::optional<uint64_t> heapBytes() {
+#if defined(__GLIBC__) && __GLIBC_PREREQ(2, 33)
+    const auto heap = mallinfo2();
+    return heap.uordblks + heap.hblkhd;
+#else
+    return std::nullopt;
+#endif
 }
 
 }  // namespace camera

@@ -2,6 +2,9 @@
 #ifndef CAMERA_PROCESS_FIGURES_H
 #define CAMERA_PROCESS_FIGURES_H
 
+#include <cstdint>
+#include <optional>
+
 namespace camera {
 
 /** Open file descriptors. */
@@ -9,6 +12,12 @@ int openDescriptors();
 
 /** Running threads. */
 int runningThreads();
+
+/**
+ * Bytes that were allocated and not freed. The resident memory also holds what is free and scattered, so it grows with
+ * the calls that there were at once; this does not. @return nothing where the C library does not tell
+ */
+std::optional<uint64_t> heapBytes();
 
 }  // namespace camera
 

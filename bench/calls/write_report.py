@@ -158,12 +158,20 @@ def ages_table(ages):
                  [[sizes[stream], f"{age['p50']:.0f} ms", f"{age['p95']:.0f} ms"] for stream, age in ages.items()])
 
 
+def grown(row, what, unit, divisor):
+    return f"{row['before'][what] / divisor:.1f} -> {row['after'][what] / divisor:.1f} {unit}"
+
+
 def churn_table(rounds):
-    return table(["calls", "how many", "descriptors", "threads", "resident memory", "verdict"],
-                 [[row["name"], row["calls"], f"{row['baseline']['descriptors']} -> {row['after']['descriptors']}",
-                   f"{row['baseline']['threads']} -> {row['after']['threads']}",
-                   f"{row['rssKbBefore'] / 1024:.1f} -> {row['after']['rssKb'] / 1024:.1f} MB",
-                   "; ".join(row["problems"]) or "nothing left behind"] for row in rounds])
+    rows = []
+    for row in rounds:
+        held = 1024 * (row["after"]["heapKb"] - row["before"]["heapKb"]) / row["calls"]
+        rows.append([row["name"], row["calls"], f"{row['baseline']['descriptors']} -> {row['after']['descriptors']}",
+                     f"{row['baseline']['threads']} -> {row['after']['threads']}", grown(row, "heapKb", "MB", 1024),
+                     f"{held:.0f} bytes", grown(row, "rssKb", "MB", 1024),
+                     "; ".join(row["problems"]) or "nothing left behind"])
+    return table(["calls", "how many", "descriptors", "threads", "heap in use", "for each call", "resident memory",
+                  "verdict"], rows)
 
 
 def machine_text(machine, clip_kbit):

@@ -16,6 +16,7 @@
 #include "http_server.h"
 #include "plain_peer.h"
 #include "problem.h"
+#include "process_figures.h"
 
 namespace {
 
@@ -91,7 +92,11 @@ void addRoutes(camera::HttpServer* server, Sender* sender) {
         response.status = 204;
     });
     server->route("GET", "/health", [sender](const httplib::Request&, httplib::Response& response) {
-        response.set_content(json{{"status", "ok"}, {"calls", sender->calls()}}.dump(), "application/json");
+        json health{{"status", "ok"}, {"calls", sender->calls()}};
+        if (const auto bytes = camera::heapBytes()) {
+            health["heapBytes"] = *bytes;
+        }
+        response.set_content(health.dump(), "application/json");
     });
 }
 

@@ -78,11 +78,16 @@ class Camera:
     def live_calls(self):
         return self._get("/calls")
 
+    def delete(self, path):
+        self._request("DELETE", path)
+
     def _get(self, path):
-        command = [sys.executable, "-c",
-                   f"import urllib.request as r; print(r.urlopen('{self.local_url()}{path}').read().decode())"]
-        return json.loads(subprocess.run(self._command_in("camera", command), capture_output=True, text=True,
-                                         check=True).stdout)
+        return json.loads(self._request("GET", path))
+
+    def _request(self, method, path):
+        request = f"r.Request('{self.local_url()}{path}', method='{method}')"
+        command = [sys.executable, "-c", f"import urllib.request as r; print(r.urlopen({request}).read().decode())"]
+        return subprocess.run(self._command_in("camera", command), capture_output=True, text=True, check=True).stdout
 
     def close(self):
         if getattr(self, "_watcher", None):

@@ -1,0 +1,18 @@
+/** @file memory.h How the process treats its heap. Both do nothing where the C library has no such thing. */
+#ifndef CAMERA_MEMORY_H
+#define CAMERA_MEMORY_H
+
+namespace camera {
+
+/**
+ * One arena for all threads. A call lives on many short-lived threads; with an arena for each, a camera that has had a
+ * hundred calls holds more than twice the memory that it needs. Before there is a second thread.
+ */
+void keepToOneArena();
+
+/** Gives the system back what calls have freed: the heap keeps it otherwise, scattered among what is in use. */
+void returnFreeMemory();
+
+}  // namespace camera
+
+#endif
