@@ -94,7 +94,8 @@ std::optional<IceServerUrl> parseIceServerUrl(const std::string& text) {
 
 std::string webrtcbinUri(const IceServerUrl& url, const std::string& username, const std::string& credential) {
     const std::string user = url.isRelay() ? percentEncode(username) + ":" + percentEncode(credential) + "@" : "";
-    const std::string query = url.isRelay() && url.transport == "tcp" ? "?transport=tcp" : "";
+    // webrtcbin tries UDP and TCP at a TURN server whose transport is not stated.
+    const std::string query = url.isRelay() ? "?transport=" + url.transport : "";
     return url.scheme + "://" + user + url.host + ":" + std::to_string(url.port) + query;
 }
 

@@ -79,7 +79,7 @@ PipelineEvents PeerConnection::makeEvents() {
     events.onCandidate = [this](unsigned int mLineIndex, const std::string& line) {
         reportCandidate(mLineIndex, line);
     };
-    events.onGatheringDone = [this] { callCandidateHandler(nullptr); };
+    events.onGatheringDone = [this] { endGathering(); };
     events.onTransport = [this](TransportEvent event) { monitor_.onTransport(event, ConnectionMonitor::Clock::now()); };
     events.onBandwidth = [this](double bitsPerSecond) { reportBandwidth(bitsPerSecond); };
     events.onFrame = [this](RTC_CODEC codec, Frame* pFrame) { reportFrame(codec, pFrame); };
@@ -99,9 +99,20 @@ void PeerConnection::setStateHandler(UINT64 customData, RtcOnConnectionStateChan
 }
 
 void PeerConnection::reportCandidate(unsigned int mLineIndex, const std::string& line) {
+    hasCandidate_ = true;
     const std::string mid = mLineIndex < offer_.size() ? offer_[mLineIndex].mid : "";
     std::string json = writeCandidateJson(sdkCandidate(line), mid, mLineIndex);
     callCandidateHandler(json.data());
+}
+
+// Without a candidate on this side there can be no pair, whatever the far end still sends; the ICE agent, which has
+// nothing to check then, would never say so.
+void PeerConnection::endGathering() {
+    callCandidateHandler(nullptr);
+    if (!hasCandidate_) {
+        logWarning("gathering ended without a candidate");
+        monitor_.onTransport(TransportEvent::FAILED, ConnectionMonitor::Clock::now());
+    }
 }
 
 void PeerConnection::callCandidateHandler(PCHAR json) {

@@ -52,6 +52,7 @@ private:
 
     PipelineEvents makeEvents();
     void reportCandidate(unsigned int mLineIndex, const std::string& line);
+    void endGathering();
     void callCandidateHandler(PCHAR json);
     void reportState(RTC_PEER_CONNECTION_STATE state);
     void reportFrame(RTC_CODEC codec, Frame* pFrame);
@@ -75,6 +76,7 @@ private:
     std::vector<OfferedMedia> offer_;
     std::vector<AnsweredFormat> answered_;
     std::atomic<bool> gathering_{false};
+    bool hasCandidate_ = false;  // of the handlers' thread alone
     RtcOnIceCandidate onCandidate_ = nullptr;
     UINT64 onCandidateData_ = 0;
     RtcOnConnectionStateChange onState_ = nullptr;

@@ -6,6 +6,7 @@
 #include <regex>
 
 #include "camera_process.h"
+#include "own_address.h"
 #include "turn_server.h"
 #include "viewer_process.h"
 
@@ -126,7 +127,7 @@ TEST(CallLog, NamesItsIceServersAtTheBeginningAndAtTheEnd) {
 TEST(CallLog, SaysThatACallIsRelayOnly) {
     const TurnServer turn;
     const auto lines = logOfOneCall({"--ice-server", turn.description("udp"), "--relay-only"},
-                                    {"--seconds", "1", "--local-address", "127.0.0.1"});
+                                    {"--seconds", "1", "--local-address", ownAddress()});
     expectInOrder(lines, {"relayonly 1$", "set relay only$", "add iceserver", "Local Candidate type: relay$"});
 }
 

@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <regex>
+
 #include "camera_process.h"
+#include "own_address.h"
+#include "silent_server.h"
 #include "turn_server.h"
 #include "viewer_process.h"
 
@@ -21,9 +25,9 @@ struct Case {
 
 class RelayOnly : public ::testing::TestWithParam<Case> {
 protected:
-    // The relay is on loopback, and so is then whoever shall reach it.
+    // One candidate of the viewer is enough.
     Arguments viewerArguments(Arguments arguments) const {
-        arguments.insert(arguments.end(), {"--local-address", "127.0.0.1"});
+        arguments.insert(arguments.end(), {"--local-address", ownAddress()});
         if (*GetParam().style != '\0') {
             arguments.emplace_back(GetParam().style);
         }
@@ -61,16 +65,47 @@ TEST_P(RelayOnly, BothEndsBringPictureAndSound) {
     EXPECT_EQ(outcome.call().at("transport").at("remote"), "relay");
 }
 
-TEST_P(RelayOnly, WrongPasswordConnectsNothingAndEndsClearly) {
+TEST_P(RelayOnly, WrongPasswordEndsTheCallAsSoonAsGatheringHasFoundNothing) {
     CameraProcess camera({"--ice-server", turn_.wrongDescription(GetParam().transport), "--relay-only"});
+    const auto start = std::chrono::steady_clock::now();
     const auto outcome = view(camera.url(), viewerArguments({"--seconds", "1", "--connect-timeout", "45"}));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 15s) << "it has waited for a connection that cannot come";
     EXPECT_NE(outcome.status, 0);
     EXPECT_EQ(outcome.call().at("ms").at("connected"), nullptr);
     EXPECT_EQ(outcome.call().at("video").at("frames"), 0);
+    // What the viewer hears of first: the end, or that a candidate of its own comes too late.
     const bool hasReason = outcome.call().at("ended").is_string() || outcome.call().at("failure").is_string();
     EXPECT_TRUE(hasReason) << outcome.report.dump(2);
+    EXPECT_TRUE(camera.logsEventually("new connection state 5", 1s)) << "not failed";
     EXPECT_TRUE(camera.hasNoCalls(10s));
     EXPECT_TRUE(camera.logsEventually("released", 1s));
+    EXPECT_EQ(camera.log().find("got new candidate"), std::string::npos);
+}
+
+TEST_P(RelayOnly, ADeadServerBesideAGoodOneDoesNoHarm) {
+    const SilentServer dead;
+    CameraProcess camera(
+        {"--ice-server", dead.description(), "--ice-server", turn_.description(GetParam().transport), "--relay-only"});
+    const auto outcome = view(camera.url(), viewerArguments({"--seconds", "1"}));
+    ASSERT_EQ(outcome.status, 0) << outcome.report.dump(2);
+    EXPECT_EQ(outcome.call().at("transport").at("remote"), "relay");
+    EXPECT_GT(dead.requests(), 0) << "it was never asked";
+}
+
+TEST_P(RelayOnly, TheLogNamesThePairAndTheServer) {
+    CameraProcess camera({"--ice-server", turn_.description(GetParam().transport), "--relay-only"});
+    const auto outcome = view(camera.url(), viewerArguments({"--seconds", "1"}));
+    ASSERT_EQ(outcome.status, 0) << outcome.report.dump(2);
+    const std::string log = camera.log();
+    for (const char* const pattern :
+         {R"(Local Candidate IP Address: [0-9.]+\n)", R"(Local Candidate type: relay\n)",
+          R"(Local Candidate port: [1-9][0-9]*\n)", R"(Remote Candidate IP Address: [0-9.]+\n)",
+          R"(Remote Candidate type: (host|prflx)\n)", R"(Remote Candidate port: [1-9][0-9]*\n)"}) {
+        EXPECT_TRUE(std::regex_search(log, std::regex(pattern))) << pattern << '\n' << log;
+    }
+    const std::string transport = GetParam().transport;
+    EXPECT_NE(log.find("Local Candidate relay protocol: " + transport + "\n"), std::string::npos) << log;
+    EXPECT_NE(log.find("Local Candidate Ice server source: " + turn_.url(transport) + "\n"), std::string::npos) << log;
 }
 
 }  // namespace

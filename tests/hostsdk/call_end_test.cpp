@@ -85,6 +85,20 @@ TEST_F(CallEnd, isFailedWhenTheCandidatesLeadNowhere) {
                                                                      RTC_PEER_CONNECTION_STATE_FAILED}));
 }
 
+TEST_F(CallEnd, isFailedAtTheEndOfGatheringThatFoundNoCandidate) {
+    // No TURN server is there, and nothing but a relay is allowed.
+    AnsweringSide side("turn:127.0.0.1:9", ICE_TRANSPORT_POLICY_RELAY);
+    WebrtcbinViewer viewer("video audio");
+    ASSERT_EQ(side.answer(viewer.makeOffer()), STATUS_SUCCESS);
+    ASSERT_TRUE(side.waitForGathering());
+    const auto gathered = std::chrono::steady_clock::now();
+    ASSERT_TRUE(side.waitForState(RTC_PEER_CONNECTION_STATE_FAILED));
+    EXPECT_LT(std::chrono::steady_clock::now() - gathered, std::chrono::seconds(5));
+    EXPECT_TRUE(side.candidates().empty());
+    EXPECT_EQ(side.states(), (std::vector<RTC_PEER_CONNECTION_STATE>{RTC_PEER_CONNECTION_STATE_CONNECTING,
+                                                                     RTC_PEER_CONNECTION_STATE_FAILED}));
+}
+
 TEST_F(CallEnd, isTheEndOfAllHandlers) {
     AnsweringSide side;
     WebrtcbinViewer viewer("video audio");

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <stdexcept>
 
+#include "own_address.h"
 #include "waiting.h"
 
 namespace calltest {
@@ -16,17 +17,17 @@ constexpr const char* user = "viewer";
 constexpr const char* credential = "open sesame";
 constexpr std::chrono::seconds listenLimit(10);
 
-sockaddr_in loopback(int port) {
+sockaddr_in ownPlace(int port) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(static_cast<uint16_t>(port));
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_addr.s_addr = inet_addr(ownAddress().c_str());
     return address;
 }
 
 int freePort() {
     const int probe = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address = loopback(0);
+    sockaddr_in address = ownPlace(0);
     socklen_t size = sizeof address;
     auto* generic = reinterpret_cast<sockaddr*>(&address);
     const bool bound = bind(probe, generic, size) == 0 && getsockname(probe, generic, &size) == 0;
@@ -39,7 +40,7 @@ int freePort() {
 
 bool accepts(int port) {
     const int probe = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const sockaddr_in address = loopback(port);
+    const sockaddr_in address = ownPlace(port);
     const bool connected = connect(probe, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
     close(probe);
     return connected;
@@ -47,8 +48,8 @@ bool accepts(int port) {
 
 std::vector<std::string> arguments(int port, const ScratchFolder& folder) {
     return {"-n",
-            "--listening-ip=127.0.0.1",
-            "--relay-ip=127.0.0.1",
+            "--listening-ip=" + ownAddress(),
+            "--relay-ip=" + ownAddress(),
             "--listening-port=" + std::to_string(port),
             "--lt-cred-mech",
             "--user=" + std::string(user) + ":" + credential,
@@ -74,7 +75,7 @@ TurnServer::TurnServer()
 }
 
 std::string TurnServer::url(const std::string& transport) const {
-    return "turn:127.0.0.1:" + std::to_string(port_) + "?transport=" + transport;
+    return "turn:" + ownAddress() + ":" + std::to_string(port_) + "?transport=" + transport;
 }
 
 std::string TurnServer::description(const std::string& transport) const {

@@ -8,12 +8,12 @@
 
 namespace calltest {
 
-/** coturn on a free port of 127.0.0.1, over UDP and TCP, with one user. */
+/** coturn on a free port of this host's own address, over UDP and TCP, with one user. */
 class TurnServer {
 public:
     TurnServer();
 
-    /** "turn:127.0.0.1:PORT?transport=udp,USER,CREDENTIAL"; `transport` is "udp" or "tcp". */
+    /** "turn:ADDRESS:PORT?transport=udp,USER,CREDENTIAL"; `transport` is "udp" or "tcp". */
     std::string description(const std::string& transport) const;
     /** The same with a credential that is not the user's. */
     std::string wrongDescription(const std::string& transport) const;

@@ -1,0 +1,14 @@
+/** Where on this host servers can stand. */
+#pragma once
+
+#include <string>
+
+namespace calltest {
+
+/**
+ * An IPv4 address of this host that is not the loopback one, if it has one: from its other addresses, where it gathers
+ * its candidates, nothing can be sent to the loopback address over UDP.
+ */
+std::string ownAddress();
+
+}  // namespace calltest

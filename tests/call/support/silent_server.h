@@ -1,0 +1,26 @@
+/** A server that answers nothing. */
+#pragma once
+
+#include <string>
+
+namespace calltest {
+
+/** Takes what comes over UDP on an address of this host's own, and never answers. */
+class SilentServer {
+public:
+    SilentServer();
+    ~SilentServer();
+    SilentServer(const SilentServer&) = delete;
+    SilentServer& operator=(const SilentServer&) = delete;
+
+    /** As a TURN server over UDP: "turn:ADDRESS:PORT?transport=udp,USER,CREDENTIAL". */
+    std::string description() const;
+    /** Datagrams that have come since the last look. */
+    int requests() const;
+
+private:
+    int socket_;
+    int port_ = 0;
+};
+
+}  // namespace calltest
