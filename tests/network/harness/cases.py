@@ -71,6 +71,14 @@ class Scene:
 
         wait_for(reached, seconds, f"the state {state}")
 
+    def wait_for_sound(self, frames=50, seconds=CONNECT_SECONDS):
+        """Until the camera has heard so many frames of the viewer: by then media flows."""
+        def heard():
+            levels = [event["data"]["frames"] for event in list(self.camera.events) if event["event"] == "level"]
+            return levels and levels[-1] >= frames
+
+        wait_for(heard, seconds, f"{frames} frames of the viewer's sound")
+
     def last_call_states(self):
         calls = self.camera.calls()
         return self.camera.states_of(calls[-1]) if calls else []
@@ -131,6 +139,11 @@ def check_picture(outcome, frames, audio):
     outcome.expect(received >= audio * AUDIO_PACKETS_A_SECOND * outcome.seconds, f"only {received} audio packets")
 
 
+def last(seconds):
+    """What is measured goes on for so long; this waits for nothing."""
+    time.sleep(seconds)
+
+
 def outage(seconds, before, after, same_call):
     """The link goes down in the middle of a call."""
     def case(programs, seed):
@@ -141,9 +154,9 @@ def outage(seconds, before, after, same_call):
             with scene.camera:
                 viewer = scene.viewer("--seconds", str(total))
                 scene.wait_for_state("connected")
-                time.sleep(before)
+                last(before)
                 network.link.set("down")
-                time.sleep(seconds)
+                last(seconds)
                 network.link.set("up")
                 outcome.report = viewer.report()
                 call_ms = outcome.call()["ms"]
@@ -172,7 +185,7 @@ def killed(programs, seed):
         with scene.camera:
             viewer = scene.viewer("--keep")
             scene.wait_for_state("connected")
-            time.sleep(2)
+            scene.wait_for_sound()
             killed_at = time.monotonic()
             viewer.kill()
             finish(outcome, scene)
@@ -194,9 +207,9 @@ def suspended(seconds):
             with scene.camera:
                 viewer = scene.viewer("--seconds", str(outcome.seconds))
                 scene.wait_for_state("connected")
-                time.sleep(2)
+                scene.wait_for_sound()
                 viewer.signal(signal.SIGSTOP)
-                time.sleep(seconds)
+                last(seconds)
                 viewer.signal(signal.SIGCONT)
                 outcome.report = viewer.report()
                 if outcome.call()["ended"]:

@@ -22,7 +22,7 @@ def follow(call):
             line = raw.decode().rstrip("\r\n")
             if line.startswith("event:"):
                 name = line[6:].strip()
-            elif line.startswith("data:") and name in ("state", "ended", "log"):
+            elif line.startswith("data:") and name in ("state", "ended", "log", "level"):
                 report(call, name, json.loads(line[5:]))
 
 
