@@ -10,15 +10,20 @@ thread_local unsigned long made = 0;
 thread_local unsigned long released = 0;
 thread_local unsigned long untilFailure = 0;
 
-void* allocate(std::size_t size) {
+// Null when there is no memory, or when there shall be none.
+void* allocateOrNull(std::size_t size) noexcept {
     if (uncountedDepth == 0) {
         if (untilFailure > 0 && --untilFailure == 0) {
-            throw std::bad_alloc();
+            return nullptr;
         }
         ++made;
     }
     // NOLINTNEXTLINE(cppcoreguidelines-no-malloc): this is what operator new is made of
-    void* memory = std::malloc(size > 0 ? size : 1);
+    return std::malloc(size > 0 ? size : 1);
+}
+
+void* allocate(std::size_t size) {
+    void* memory = allocateOrNull(size);
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
@@ -43,6 +48,14 @@ void* operator new[](std::size_t size) {
     return allocate(size);
 }
 
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return allocateOrNull(size);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return allocateOrNull(size);
+}
+
 void operator delete(void* memory) noexcept {
     release(memory);
 }
@@ -56,6 +69,14 @@ void operator delete(void* memory, std::size_t) noexcept {
 }
 
 void operator delete[](void* memory, std::size_t) noexcept {
+    release(memory);
+}
+
+void operator delete(void* memory, const std::nothrow_t&) noexcept {
+    release(memory);
+}
+
+void operator delete[](void* memory, const std::nothrow_t&) noexcept {
     release(memory);
 }
 

@@ -33,7 +33,7 @@ private:
     unsigned long releasedBefore_;
 };
 
-/** Inside this scope the n-th allocation (from 1) throws std::bad_alloc; the others go through. */
+/** Inside this scope the n-th allocation (from 1) throws std::bad_alloc, or is null if it must not throw. */
 class FailingAllocation {
 public:
     explicit FailingAllocation(unsigned long nth);
