@@ -82,8 +82,9 @@ class Stage:
         return Camera(command[0], command[1:], self.network.command_in, watched=False)
 
     def view(self, sender, *options):
-        # The network loses nothing; a longer wait would be part of the time to the first picture.
-        return Viewer(self._programs.viewer, sender.local_url(), ["--jitter-buffer", "50", *options],
+        # The network loses nothing. A wait would be part of the time to the first picture: GStreamer's buffer starts
+        # with the first packet only if it has passed on its events by then.
+        return Viewer(self._programs.viewer, sender.local_url(), ["--jitter-buffer", "0", *options],
                       self.network.command_in)
 
     def watch(self, sender, viewers, seconds):
