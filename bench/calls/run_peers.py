@@ -22,6 +22,9 @@ JANUS_PORT, VIDEO_PORT, AUDIO_PORT = 8088, 5004, 5006
 START_SECONDS = 20
 # The clip has a key frame a second, and none of its senders can make another one.
 KEY_FRAME_SECONDS = 1.2
+TRIAL_SECONDS = 3
+# With next to none, the viewer takes what Janus sends in bursts as too late.
+BUFFER_MS = 50
 LONGEST_RUN_SECONDS = 600
 JANUS_FILES = {
     "janus.jcfg": """
@@ -139,7 +142,7 @@ def leave_out_the_unable(stage, starts, left_out):
     for name in list(starts):
         try:
             with starts[name](stage) as sender:
-                if stage.place(sender, "--no-talk", seconds=KEY_FRAME_SECONDS)["firstDecoded"] is None:
+                if stage.place(sender, "--no-talk", seconds=TRIAL_SECONDS, buffer_ms=BUFFER_MS)["firstDecoded"] is None:
                     raise RuntimeError("its call brought no picture")
         except (OSError, RuntimeError, TimeoutError, subprocess.SubprocessError, urllib.error.URLError) as failure:
             starts.pop(name)
@@ -156,7 +159,8 @@ def call_times(stage, starts, count):
             wait_for_calls(sender, 1)
         for _ in range(count):
             for name, sender in senders.items():
-                times[name].append(stage.place(sender, "--no-talk", seconds=KEY_FRAME_SECONDS))
+                times[name].append(stage.place(sender, "--no-talk", seconds=KEY_FRAME_SECONDS,
+                                               buffer_ms=BUFFER_MS))
     return times
 
 

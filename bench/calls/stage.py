@@ -81,10 +81,8 @@ class Stage:
     def sender(self, command):
         return Camera(command[0], command[1:], self.network.command_in, watched=False)
 
-    def view(self, sender, *options):
-        # The network loses nothing. A wait would be part of the time to the first picture: GStreamer's buffer starts
-        # with the first packet only if it has passed on its events by then.
-        return Viewer(self._programs.viewer, sender.local_url(), ["--jitter-buffer", "0", *options],
+    def view(self, sender, *options, buffer_ms=50):
+        return Viewer(self._programs.viewer, sender.local_url(), ["--jitter-buffer", str(buffer_ms), *options],
                       self.network.command_in)
 
     def watch(self, sender, viewers, seconds):
@@ -92,9 +90,13 @@ class Stage:
         return self.view(sender, "--seconds", str(seconds), "--calls", str(viewers), "--no-decode", "--no-talk",
                          "--connect-timeout", "60")
 
-    def place(self, sender, *options, seconds=0.3):
-        """One call, which lasts so long once connected; its steps in milliseconds since the offer."""
-        return self.view(sender, "--seconds", str(seconds), *options).report()["calls"][0]["ms"]
+    def place(self, sender, *options, seconds=0.3, buffer_ms=5):
+        """One call, which lasts so long once connected; its steps in milliseconds since the offer.
+
+        With a longer buffer, the first picture would often wait: GStreamer's buffer starts with the first packet only
+        if it has passed on its own first events by then.
+        """
+        return self.view(sender, "--seconds", str(seconds), *options, buffer_ms=buffer_ms).report()["calls"][0]["ms"]
 
     def load(self, sender, viewers, seconds):
         """Processor time and memory of a sender with so many viewers of the clip."""

@@ -6,6 +6,7 @@ import statistics
 import sys
 
 import plots
+from run_comparison import cpu_ratios, own_share
 from stage import interval
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "tests", "network"))
@@ -95,7 +96,7 @@ def loads_plot(loads):
 
 
 def comparison(found):
-    ratios = [row["cpuSeconds"]["camera"] / row["cpuSeconds"]["engine"] for row in found["cpu"]]
+    ratios = cpu_ratios(found["cpu"])
     low, high = interval(ratios)
     rows = [
         [f"processor time with {found['viewers']} viewers, median of {len(ratios)} rounds",
@@ -104,15 +105,11 @@ def comparison(found):
     ]
     if found["instructions"]:
         costs = [row["camera"]["instructions"] / row["engine"]["instructions"] for row in found["instructions"]]
-        camera = found["instructions"][0]["camera"]
+        shares = [own_share(row) for row in found["instructions"]]
         rows.append(["instructions for each packet sent, each run", ", ".join(f"{cost:.3f}" for cost in costs)])
-        rows.append(["of a packet's instructions, the session's own", own_share(camera, "session")])
-        rows.append(["of a packet's instructions, the stand-in's own", own_share(camera, "stand-in")])
+        rows.append(["the same, only where the two senders differ, each run",
+                     ", ".join(f"{1 + share:.4f}" for share in shares)])
     return table(["camera (session, SDK stand-in, engine) against the engine alone", "value"], rows)
-
-
-def own_share(row, part):
-    return f"{row[part]:.0f} of {row['instructions']:.0f} ({100 * row[part] / row['instructions']:.3f} %)"
 
 
 def answer_difference(call_times):
