@@ -1,0 +1,54 @@
+// Sessions that are made and never initialised: an application may give up before the offer is used.
+#include <gtest/gtest.h>
+#include <zelwebrtc_session.h>
+
+#include <memory>
+#include <vector>
+
+#include "process_figures.h"
+
+namespace {
+
+constexpr int SESSIONS = 200;
+constexpr size_t SERVERS = 21;
+// A session's own copy of its servers is below 8 kB; see docs/footprint.md.
+constexpr uint64_t HELD_BY_A_SESSION = 10000;
+// Less than a byte may stay for each session.
+constexpr uint64_t HELD_AFTERWARDS = SESSIONS - 1;
+
+ZelRtcSessionConfig fullConfig() {
+    const ZelRtcIceServer server{"turn:turn-01.some-region.example.net:443?transport=tcp",
+                                 "1767225600:arn-of-a-channel-or-a-user-name-of-this-length/0123456789abcdef",
+                                 "bm90IGEgcmVhbCBzZWNyZXQsIGp1c3QgbG9uZyBlbm91Z2g="};
+    ZelRtcSessionConfig config;
+    config.iceServers.assign(SERVERS, server);
+    return config;
+}
+
+void makeAndDestroy(const ZelRtcSessionConfig& config) {
+    std::vector<std::unique_ptr<ZelRtcSession>> sessions(SESSIONS);
+    const int descriptors = camera::openDescriptors();
+    const int threads = camera::runningThreads();
+    const uint64_t heap = camera::heapBytes().value_or(0);
+    for (int i = 0; i < SESSIONS; i++) {
+        sessions[static_cast<size_t>(i)] = std::make_unique<ZelRtcSession>(i, config, nullptr);
+    }
+    EXPECT_EQ(camera::openDescriptors(), descriptors);
+    EXPECT_EQ(camera::runningThreads(), threads);
+    EXPECT_LT(camera::heapBytes().value_or(0) - heap, SESSIONS * HELD_BY_A_SESSION);
+}
+
+}  // namespace
+
+TEST(SessionsWithoutInit, HoldNoDescriptorAndNoThreadAndLeaveNothingBehind) {
+    loggerSetLogLevel(LOG_LEVEL_SILENT);
+    const ZelRtcSessionConfig config = fullConfig();
+    makeAndDestroy(config);  // what is allocated once
+    const int descriptors = camera::openDescriptors();
+    const int threads = camera::runningThreads();
+    const uint64_t heap = camera::heapBytes().value_or(0);
+    makeAndDestroy(config);
+    EXPECT_EQ(camera::openDescriptors(), descriptors);
+    EXPECT_EQ(camera::runningThreads(), threads);
+    EXPECT_LE(camera::heapBytes().value_or(0), heap + HELD_AFTERWARDS);
+}
