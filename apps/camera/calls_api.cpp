@@ -110,8 +110,8 @@ void tellHealth(Response& response, CallRegistry& calls, const MediaHub& hub) {
                 {"descriptors", openDescriptors()},
                 {"threads", runningThreads()},
                 {"encoders", hub.runningEncoders()}};
-    if (const auto bytes = heapBytes()) {
-        health["heapBytes"] = *bytes;
+    if (const auto inUse = heapBytes()) {
+        health["heapBytes"] = *inUse;
     }
     respond(response, 200, health);
 }
