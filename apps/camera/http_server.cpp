@@ -12,6 +12,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "connections.h"
 #include "problem.h"
 #include "worker_pool.h"
 
@@ -21,9 +22,10 @@ namespace {
 
 // An offer holds 25000 characters at the most; escaped as JSON it is somewhat longer.
 constexpr size_t LONGEST_BODY = size_t{64} * 1024;
-// Short enough that neither an idle connection nor half a request holds up the program's end.
-constexpr time_t KEEP_ALIVE_SECONDS = 1;
-constexpr time_t TRANSFER_SECONDS = 2;
+// Long enough for packets that a bad network loses a few times in a row, which also holds for a connection's first
+// request; short enough that idle connections do not take up the threads.
+constexpr time_t KEEP_ALIVE_SECONDS = 4;
+constexpr time_t TRANSFER_SECONDS = 8;
 constexpr size_t REQUESTS_PER_CONNECTION = 1000;
 constexpr unsigned VANISHED_CLIENT_MS = 10000;
 
@@ -194,6 +196,7 @@ int HttpServer::bind(const std::string& host, int port) {
     if (port < 0) {
         throw std::runtime_error("the address " + host + " cannot be listened on: it is in use or not of this machine");
     }
+    port_ = port;
     return port;
 }
 
@@ -210,6 +213,7 @@ void HttpServer::waitUntilServing() const {
 
 void HttpServer::stop() {
     server_.stop();
+    stopReadingOn(port_);
 }
 
 }  // namespace camera

@@ -49,7 +49,7 @@ public:
     /** Returns when listen, on another thread, can be stopped. */
     void waitUntilServing() const;
 
-    /** Makes listen return, after the requests that are being handled. Any thread. */
+    /** Makes listen return, after the responses to the requests that have been read. Any thread. */
     void stop();
 
 private:
@@ -63,6 +63,7 @@ private:
 
     httplib::Server server_;
     std::vector<Route> routes_;
+    int port_ = 0;
 };
 
 /** Fills a response with a problem document. */

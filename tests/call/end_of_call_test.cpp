@@ -1,7 +1,10 @@
 // However a call ends, the camera ends it in order and keeps nothing of it.
 
 #include <gtest/gtest.h>
+#include <netinet/in.h>
 #include <signal.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <iterator>
@@ -56,6 +59,37 @@ TEST(InterruptedCamera, EndsItsCallsInOrderAndExitsInTime) {
 
 TEST(InterruptedCamera, ExitsWithoutAnyCallToo) {
     CameraProcess camera;
+    camera.process().signal(SIGTERM);
+    EXPECT_EQ(camera.process().waitForExit(3s), 0);
+}
+
+/** A connection that sends just this text and then waits. */
+class IdleConnection {
+public:
+    IdleConnection(const std::string& url, const std::string& text) : socket_(socket(AF_INET, SOCK_STREAM, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address.sin_port = htons(static_cast<std::uint16_t>(std::stoi(url.substr(url.rfind(':') + 1))));
+        const bool connected = connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+        EXPECT_TRUE(connected && send(socket_, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()));
+    }
+    ~IdleConnection() {
+        close(socket_);
+    }
+    IdleConnection(const IdleConnection&) = delete;
+    IdleConnection& operator=(const IdleConnection&) = delete;
+
+private:
+    const int socket_;
+};
+
+TEST(InterruptedCamera, IsNotHeldUpByConnectionsThatSayNothing) {
+    CameraProcess camera;
+    const int before = camera.footprint().descriptors;
+    const IdleConnection silent(camera.url(), "");
+    const IdleConnection halfway(camera.url(), "POST /calls HTTP/1.1\r\nHost: camera\r\nContent-Length: 99\r\n\r\n{");
+    ASSERT_TRUE(eventually([&] { return camera.footprint().descriptors >= before + 2; }, 3s));
     camera.process().signal(SIGTERM);
     EXPECT_EQ(camera.process().waitForExit(3s), 0);
 }

@@ -1,0 +1,16 @@
+/** @file connections.h The TCP connections that this process has accepted. */
+#ifndef CAMERA_CONNECTIONS_H
+#define CAMERA_CONNECTIONS_H
+
+namespace camera {
+
+/**
+ * Reads nothing more from the connections accepted on this local port: who waits for a request there sees its end,
+ * while what is being sent still goes out. The HTTP library keeps its connections to itself, so they are found among
+ * the process's descriptors.
+ */
+void stopReadingOn(int port);
+
+}  // namespace camera
+
+#endif
