@@ -122,6 +122,7 @@ def steady(name, text, commands, seconds, frames, audio, viewer_options=()):
 
 def place_until_connected(outcome, scene, *options):
     """Calls again when the call was not connected, as people do: on a very bad link a request may get lost, too."""
+    reason = ""
     for attempt in range(1, MOST_ATTEMPTS + 1):
         outcome.report = scene.viewer(*options).report()
         call = outcome.call()
@@ -139,7 +140,7 @@ def check_picture(outcome, frames, audio):
     outcome.expect(received >= audio * AUDIO_PACKETS_A_SECOND * outcome.seconds, f"only {received} audio packets")
 
 
-def last(seconds):
+def let_pass(seconds):
     """What is measured goes on for so long; this waits for nothing."""
     time.sleep(seconds)
 
@@ -154,9 +155,9 @@ def outage(seconds, before, after, same_call):
             with scene.camera:
                 viewer = scene.viewer("--seconds", str(total))
                 scene.wait_for_state("connected")
-                last(before)
+                let_pass(before)
                 network.link.set("down")
-                last(seconds)
+                let_pass(seconds)
                 network.link.set("up")
                 outcome.report = viewer.report()
                 call_ms = outcome.call()["ms"]
@@ -209,7 +210,7 @@ def suspended(seconds):
                 scene.wait_for_state("connected")
                 scene.wait_for_sound()
                 viewer.signal(signal.SIGSTOP)
-                last(seconds)
+                let_pass(seconds)
                 viewer.signal(signal.SIGCONT)
                 outcome.report = viewer.report()
                 if outcome.call()["ended"]:
