@@ -22,7 +22,11 @@ def missing_ability():
         made = subprocess.run(["ip", "netns", "add", name], capture_output=True, text=True)
         if made.returncode != 0:
             return "network namespaces cannot be made: " + made.stderr.strip()
+        # In a plain chroot they can be made, but not entered.
+        entered = subprocess.run(["ip", "netns", "exec", name, "true"], capture_output=True, text=True)
         subprocess.run(["ip", "netns", "del", name], check=True)
+        if entered.returncode != 0:
+            return "network namespaces cannot be entered: " + entered.stderr.strip()
         subprocess.run(["nft", "--version"], capture_output=True, check=True)
     except FileNotFoundError as missing:
         return f"{missing.filename} is not installed"
