@@ -9,6 +9,7 @@ namespace zelviewer {
 namespace {
 
 constexpr std::chrono::seconds gatheringLimit(10);
+constexpr std::chrono::seconds lateCandidateLimit(1);
 
 std::unique_ptr<Signalling> makeSignalling(const Options& options) {
     if (options.whep) {
@@ -47,8 +48,7 @@ void ViewerCall::place() {
     signalling_ = makeSignalling(options_);
     std::string offer = peer_->makeOffer();
     if (!options_.trickle) {
-        tasks_.runUntil(TaskQueue::Clock::now() + gatheringLimit, [this] { return gathered_ || interrupted_; });
-        offer = peer_->currentOffer();
+        offer = completeOffer();
     }
     statistics_.offerSent();
     const Signalling::Answer answer = signalling_->place(offer, !options_.trickle);
@@ -65,6 +65,13 @@ void ViewerCall::place() {
     for (const Candidate& candidate : waitingCandidates_) {
         sendCandidate(candidate);
     }
+}
+
+std::string ViewerCall::completeOffer() {
+    tasks_.runUntil(TaskQueue::Clock::now() + gatheringLimit, [this] { return gathered_ || interrupted_; });
+    // The end can overtake the only candidate of a call over a relay: another thread tells it.
+    tasks_.runUntil(TaskQueue::Clock::now() + lateCandidateLimit, [this] { return hasCandidate_ || interrupted_; });
+    return peer_->currentOffer();
 }
 
 void ViewerCall::connect() {
@@ -135,6 +142,7 @@ bool ViewerCall::leaves(AbortPoint point) {
 
 void ViewerCall::onLocalCandidate(const Candidate& candidate) {
     tasks_.post([this, candidate] {
+        hasCandidate_ = true;
         if (!options_.trickle || left_) {
             return;
         }

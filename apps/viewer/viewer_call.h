@@ -38,6 +38,7 @@ private:
     void onEnded(const std::string& reason) override;
 
     void place();
+    std::string completeOffer();
     void connect();
     void watch();
     void switchStreams();
@@ -57,6 +58,7 @@ private:
     // Used on the call's thread only.
     bool placed_ = false;
     bool gathered_ = false;
+    bool hasCandidate_ = false;
     bool iceConnected_ = false;
     bool connected_ = false;
     bool broken_ = false;

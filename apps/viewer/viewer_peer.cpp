@@ -176,6 +176,7 @@ void ViewerPeer::configureIce(const Options& options) {
     // Asking a router to open a port and waiting long for a lost TURN packet would only delay the offer.
     // So would a long pause between two connectivity checks: 5 ms are the shortest that RFC 8445 allows.
     g_object_set(nice.get(), "upnp", FALSE, "stun-max-retransmissions", 2U, "stun-pacing-timer", 5U, nullptr);
+    g_signal_connect(nice.get(), "candidate-gathering-done", G_CALLBACK(&ViewerPeer::onGatheringDone), this);
     std::vector<std::string> addresses = options.localAddresses;
     if (addresses.empty() && hasOnlyLoopback()) {
         addresses.emplace_back("127.0.0.1");
@@ -197,7 +198,6 @@ void ViewerPeer::connectSignals() {
     g_signal_connect(webrtc_, "on-ice-candidate", G_CALLBACK(&ViewerPeer::onIceCandidate), this);
     g_signal_connect(webrtc_, "notify::connection-state", G_CALLBACK(&ViewerPeer::onConnectionState), this);
     g_signal_connect(webrtc_, "notify::ice-connection-state", G_CALLBACK(&ViewerPeer::onIceState), this);
-    g_signal_connect(webrtc_, "notify::ice-gathering-state", G_CALLBACK(&ViewerPeer::onGatheringState), this);
 }
 
 void ViewerPeer::addVideo() {
@@ -267,6 +267,8 @@ std::string ViewerPeer::makeOffer() {
 }
 
 std::string ViewerPeer::currentOffer() const {
+    // What webrtcbin replies to comes after every candidate that it has been told of.
+    waitFor("get-stats", nullptr);
     GstWebRTCSessionDescription* found = nullptr;
     g_object_get(webrtc_, "local-description", &found, nullptr);
     const DescriptionRef offer(found);
@@ -342,11 +344,9 @@ void ViewerPeer::onIceState(GstElement* webrtc, GParamSpec* /*spec*/, gpointer s
     }
 }
 
-void ViewerPeer::onGatheringState(GstElement* webrtc, GParamSpec* /*spec*/, gpointer self) {
-    const auto state = enumProperty<GstWebRTCICEGatheringState>(webrtc, "ice-gathering-state");
-    if (state == GST_WEBRTC_ICE_GATHERING_STATE_COMPLETE) {
-        static_cast<ViewerPeer*>(self)->listener_.onGathered();
-    }
+// Asked of the agent: webrtcbin 1.22 never calls gathering complete when a candidate arrives while it decides.
+void ViewerPeer::onGatheringDone(GObject* /*agent*/, guint /*stream*/, gpointer self) {
+    static_cast<ViewerPeer*>(self)->listener_.onGathered();
 }
 
 GstPadProbeReturn ViewerPeer::onTalkPacket(GstPad* /*pad*/, GstPadProbeInfo* /*info*/, gpointer self) {

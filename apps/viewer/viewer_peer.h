@@ -18,7 +18,7 @@ class PeerListener {
 public:
     virtual ~PeerListener() = default;
     virtual void onLocalCandidate(const Candidate& candidate) = 0;
-    virtual void onGathered() = 0;
+    virtual void onGathered() = 0;      // the last candidate can follow, if it came through a server
     virtual void onIceConnected() = 0;  // the DTLS handshake begins
     virtual void onState(const std::string& name) = 0;
 };
@@ -51,7 +51,7 @@ private:
     static void onIceCandidate(GstElement* webrtc, guint line, gchar* text, gpointer self);
     static void onConnectionState(GstElement* webrtc, GParamSpec* spec, gpointer self);
     static void onIceState(GstElement* webrtc, GParamSpec* spec, gpointer self);
-    static void onGatheringState(GstElement* webrtc, GParamSpec* spec, gpointer self);
+    static void onGatheringDone(GObject* agent, guint stream, gpointer self);
     static GstPadProbeReturn onTalkPacket(GstPad* pad, GstPadProbeInfo* info, gpointer self);
 
     void configureIce(const Options& options);

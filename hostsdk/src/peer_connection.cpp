@@ -79,7 +79,10 @@ PipelineEvents PeerConnection::makeEvents() {
     events.onCandidate = [this](unsigned int mLineIndex, const std::string& line) {
         reportCandidate(mLineIndex, line);
     };
-    events.onGatheringDone = [this] { endGathering(); };
+    events.onGatheringDone = [this](std::size_t found) {
+        gathering_.onDone(found, Gathering::Clock::now());
+        reportGatheringEnd();
+    };
     events.onTransport = [this](TransportEvent event) { monitor_.onTransport(event, ConnectionMonitor::Clock::now()); };
     events.onBandwidth = [this](double bitsPerSecond) { reportBandwidth(bitsPerSecond); };
     events.onFrame = [this](RTC_CODEC codec, Frame* pFrame) { reportFrame(codec, pFrame); };
@@ -99,17 +102,21 @@ void PeerConnection::setStateHandler(UINT64 customData, RtcOnConnectionStateChan
 }
 
 void PeerConnection::reportCandidate(unsigned int mLineIndex, const std::string& line) {
-    hasCandidate_ = true;
+    gathering_.onCandidate();
     const std::string mid = mLineIndex < offer_.size() ? offer_[mLineIndex].mid : "";
     std::string json = writeCandidateJson(sdkCandidate(line), mid, mLineIndex);
     callCandidateHandler(json.data());
+    reportGatheringEnd();
 }
 
 // Without a candidate on this side there can be no pair, whatever the far end still sends; the ICE agent, which has
 // nothing to check then, would never say so.
-void PeerConnection::endGathering() {
+void PeerConnection::reportGatheringEnd() {
+    if (!gathering_.takeEnd(Gathering::Clock::now())) {
+        return;
+    }
     callCandidateHandler(nullptr);
-    if (!hasCandidate_) {
+    if (!gathering_.hasCandidate()) {
         logWarning("gathering ended without a candidate");
         monitor_.onTransport(TransportEvent::FAILED, ConnectionMonitor::Clock::now());
     }
@@ -162,6 +169,7 @@ void PeerConnection::reportBandwidth(double bitsPerSecond) {
 }
 
 void PeerConnection::checkConnection() {
+    reportGatheringEnd();
     const std::shared_ptr<WebRtcPipeline> pipeline = currentPipeline();
     if (pipeline != nullptr) {
         monitor_.check(pipeline->lastPacket(), ConnectionMonitor::Clock::now());
@@ -248,7 +256,7 @@ STATUS PeerConnection::setLocalDescription(const RtcSessionDescriptionInit& desc
     if (pipeline_ == nullptr || offer_.empty()) {
         return STATUS_INVALID_OPERATION;
     }
-    gathering_ = true;
+    hasAskedServers_ = true;
     executor_->post([this] { monitor_.start(ConnectionMonitor::Clock::now()); });
     return pipeline_->setLocalDescription(getField(description.sdp)) ? STATUS_SUCCESS : STATUS_SDP_UNREADABLE;
 }
@@ -311,7 +319,7 @@ STATUS PeerConnection::iceServer(PRtcIceServerStats pRecord) {
         return STATUS_ICE_SERVER_INDEX;
     }
     // The ICE agent counts nothing per server: of one that it has asked, the figures are unknown.
-    if (gathering_ && servers_[index].inUse) {
+    if (hasAskedServers_ && servers_[index].inUse) {
         return STATUS_NOT_IMPLEMENTED;
     }
     *pRecord = untouchedServerStatistics(servers_[index], index);

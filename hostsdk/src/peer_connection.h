@@ -12,6 +12,7 @@
 
 #include "answer.h"
 #include "connection_monitor.h"
+#include "gathering.h"
 #include "handler_executor.h"
 #include "statistics.h"
 #include "transceiver.h"
@@ -52,7 +53,7 @@ private:
 
     PipelineEvents makeEvents();
     void reportCandidate(unsigned int mLineIndex, const std::string& line);
-    void endGathering();
+    void reportGatheringEnd();
     void callCandidateHandler(PCHAR json);
     void reportState(RTC_PEER_CONNECTION_STATE state);
     void reportFrame(RTC_CODEC codec, Frame* pFrame);
@@ -75,8 +76,8 @@ private:
     std::vector<std::unique_ptr<Transceiver>> transceivers_;
     std::vector<OfferedMedia> offer_;
     std::vector<AnsweredFormat> answered_;
-    std::atomic<bool> gathering_{false};
-    bool hasCandidate_ = false;  // of the handlers' thread alone
+    std::atomic<bool> hasAskedServers_{false};
+    Gathering gathering_;  // of the handlers' thread alone
     RtcOnIceCandidate onCandidate_ = nullptr;
     UINT64 onCandidateData_ = 0;
     RtcOnConnectionStateChange onState_ = nullptr;

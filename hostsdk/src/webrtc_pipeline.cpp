@@ -6,6 +6,7 @@
 
 #include <utility>
 
+#include "agent_candidates.h"
 #include "dtls_close.h"
 #include "log.h"
 #include "network_interfaces.h"
@@ -60,6 +61,12 @@ GstPtr<GstCaps> mediaCaps(const NegotiatedMedia& media, guint ssrc) {
     return caps;
 }
 
+GstPtr<GObject> objectProperty(gpointer pObject, const char* name) {
+    GObject* pValue = nullptr;
+    g_object_get(pObject, name, &pValue, nullptr);
+    return GstPtr<GObject>(pValue);
+}
+
 bool isElement(GstElement* pElement, const char* factoryName) {
     GstElementFactory* const pFactory = gst_element_get_factory(pElement);
     return pFactory != nullptr && g_strcmp0(GST_OBJECT_NAME(pFactory), factoryName) == 0;
@@ -101,7 +108,7 @@ struct WebRtcPipeline::Link {
     }
 
     static void onCandidate(GstElement*, guint mLineIndex, gchar* pText, std::shared_ptr<Link>* pLink);
-    static void onGatheringState(GstElement* pWebrtcbin, GParamSpec*, std::shared_ptr<Link>* pLink);
+    static void onGatheringDone(GObject* pAgent, guint stream, std::shared_ptr<Link>* pLink);
     static void onConnectionState(GstElement* pWebrtcbin, GParamSpec*, std::shared_ptr<Link>* pLink);
     static void onElementAdded(GstBin*, GstBin*, GstElement* pElement, std::shared_ptr<Link>* pLink);
     static void onDtlsState(GstElement* pDtlsdec, GParamSpec*, std::shared_ptr<Link>* pLink);
@@ -116,12 +123,10 @@ void WebRtcPipeline::Link::onCandidate(GstElement*, guint mLineIndex, gchar* pTe
         [link = *pLink, mLineIndex, text = std::string(pText)] { link->events.onCandidate(mLineIndex, text); });
 }
 
-void WebRtcPipeline::Link::onGatheringState(GstElement* pWebrtcbin, GParamSpec*, std::shared_ptr<Link>* pLink) {
-    GstWebRTCICEGatheringState state = GST_WEBRTC_ICE_GATHERING_STATE_NEW;
-    g_object_get(pWebrtcbin, "ice-gathering-state", &state, nullptr);
-    if (state == GST_WEBRTC_ICE_GATHERING_STATE_COMPLETE) {
-        (*pLink)->executor->post([link = *pLink] { link->events.onGatheringDone(); });
-    }
+// Asked of the agent: webrtcbin (1.22) never calls gathering complete when a candidate arrives while it decides.
+void WebRtcPipeline::Link::onGatheringDone(GObject* pAgent, guint stream, std::shared_ptr<Link>* pLink) {
+    const std::size_t found = countAgentCandidates(pAgent, stream);
+    (*pLink)->executor->post([link = *pLink, found] { link->events.onGatheringDone(found); });
 }
 
 void WebRtcPipeline::Link::onConnectionState(GstElement* pWebrtcbin, GParamSpec*, std::shared_ptr<Link>* pLink) {
@@ -247,21 +252,18 @@ void WebRtcPipeline::configure(bool relayOnly, const std::vector<IceServer>& ser
 }
 
 void WebRtcPipeline::configureAgent() {
-    GObject* pIce = nullptr;
-    g_object_get(pWebrtcbin_, "ice-agent", &pIce, nullptr);
-    const GstPtr<GObject> ice(pIce);
-    g_object_set(pIce, "ice-tcp", FALSE, nullptr);
+    const GstPtr<GObject> ice = objectProperty(pWebrtcbin_, "ice-agent");
+    g_object_set(ice.get(), "ice-tcp", FALSE, nullptr);
     if (hasOnlyLoopback()) {
         gboolean added = FALSE;
-        g_signal_emit_by_name(pIce, "add-local-ip-address", "127.0.0.1", &added);
+        g_signal_emit_by_name(ice.get(), "add-local-ip-address", "127.0.0.1", &added);
     }
 
-    GObject* pAgent = nullptr;
-    g_object_get(pIce, "agent", &pAgent, nullptr);
-    const GstPtr<GObject> agent(pAgent);
+    const GstPtr<GObject> agent = objectProperty(ice.get(), "agent");
     // The router's port mapping costs 200 ms of gathering, answered or not.
-    g_object_set(pAgent, "upnp", FALSE, "stun-max-retransmissions", STUN_RETRANSMISSIONS, "stun-pacing-timer",
+    g_object_set(agent.get(), "upnp", FALSE, "stun-max-retransmissions", STUN_RETRANSMISSIONS, "stun-pacing-timer",
                  CHECK_PACING_MS, nullptr);
+    connectSignal(agent.get(), "candidate-gathering-done", G_CALLBACK(Link::onGatheringDone), link_);
 }
 
 void WebRtcPipeline::addServers(const std::vector<IceServer>& servers) {
@@ -282,7 +284,6 @@ void WebRtcPipeline::addServers(const std::vector<IceServer>& servers) {
 
 void WebRtcPipeline::connectSignals() {
     connectSignal(pWebrtcbin_, "on-ice-candidate", G_CALLBACK(Link::onCandidate), link_);
-    connectSignal(pWebrtcbin_, "notify::ice-gathering-state", G_CALLBACK(Link::onGatheringState), link_);
     connectSignal(pWebrtcbin_, "notify::connection-state", G_CALLBACK(Link::onConnectionState), link_);
     connectSignal(pWebrtcbin_, "deep-element-added", G_CALLBACK(Link::onElementAdded), link_);
     connectSignal(pWebrtcbin_, "pad-added", G_CALLBACK(Link::onPadAdded), link_);

@@ -5,6 +5,7 @@
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
 #include <atomic>
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>
@@ -23,7 +24,8 @@ namespace hostsdk {
 // What the pipeline tells; each runs on the executor's thread.
 struct PipelineEvents {
     std::function<void(unsigned int mLineIndex, const std::string& candidate)> onCandidate;
-    std::function<void()> onGatheringDone;
+    // With the number of candidates found, of which the last may still be on their way to onCandidate.
+    std::function<void(std::size_t found)> onGatheringDone;
     std::function<void(TransportEvent)> onTransport;
     // The far end's limit in bits per second.
     std::function<void(double)> onBandwidth;

@@ -122,13 +122,13 @@ bool AnsweringSide::waitForState(RTC_PEER_CONNECTION_STATE state) {
     return waitFor([&] { return std::find(states_.begin(), states_.end(), state) != states_.end(); });
 }
 
-bool AnsweringSide::waitForGathering() {
-    return waitFor([&] { return ends_ > 0; });
+bool AnsweringSide::waitForGathering(std::chrono::milliseconds limit) {
+    return waitFor([&] { return ends_ > 0; }, limit);
 }
 
-bool AnsweringSide::waitFor(const std::function<bool()>& condition) {
+bool AnsweringSide::waitFor(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
     std::unique_lock<std::mutex> lock(mutex_);
-    return changed_.wait_for(lock, DEADLINE, condition);
+    return changed_.wait_for(lock, limit, condition);
 }
 
 std::vector<RTC_PEER_CONNECTION_STATE> AnsweringSide::states() {

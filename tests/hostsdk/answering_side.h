@@ -41,8 +41,8 @@ public:
 
     // Each false at the deadline.
     bool waitForState(RTC_PEER_CONNECTION_STATE state);
-    bool waitForGathering();
-    bool waitFor(const std::function<bool()>& condition);
+    bool waitForGathering(std::chrono::milliseconds limit = DEADLINE);
+    bool waitFor(const std::function<bool()>& condition, std::chrono::milliseconds limit = DEADLINE);
 
     // What the handlers were given so far.
     std::vector<RTC_PEER_CONNECTION_STATE> states();

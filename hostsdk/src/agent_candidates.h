@@ -1,0 +1,16 @@
+// What the ICE agent under webrtcbin has found.
+#ifndef HOSTSDK_AGENT_CANDIDATES_H
+#define HOSTSDK_AGENT_CANDIDATES_H
+
+#include <glib-object.h>
+
+#include <cstddef>
+
+namespace hostsdk {
+
+// How many of this side's candidates the agent knows of in a stream, told to webrtcbin or not yet. Any thread.
+std::size_t countAgentCandidates(GObject* pAgent, guint stream);
+
+}  // namespace hostsdk
+
+#endif

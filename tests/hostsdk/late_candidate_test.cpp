@@ -1,0 +1,61 @@
+#include <gtest/gtest.h>
+
+#include <glib-object.h>
+
+#include <algorithm>
+
+#include "answering_side.h"
+#include "stun_server.h"
+#include "webrtcbin_viewer.h"
+
+using namespace std::chrono_literals;
+
+namespace {
+
+// A server-reflexive candidate is told by another thread than the end of gathering. This holds that thread back, as a
+// loaded machine does, until the end was reported, if it is.
+class HeldBackCandidate {
+public:
+    explicit HeldBackCandidate(AnsweringSide* pSide)
+        : signal_(g_signal_lookup("new-candidate-full", g_type_from_name("NiceAgent"))),
+          hook_(g_signal_add_emission_hook(signal_, 0, hold, pSide, nullptr)) {
+    }
+    HeldBackCandidate(const HeldBackCandidate&) = delete;
+    HeldBackCandidate& operator=(const HeldBackCandidate&) = delete;
+    HeldBackCandidate(HeldBackCandidate&&) = delete;
+    HeldBackCandidate& operator=(HeldBackCandidate&&) = delete;
+    ~HeldBackCandidate() {
+        g_signal_remove_emission_hook(signal_, hook_);
+    }
+
+private:
+    static constexpr int SERVER_REFLEXIVE = 1;  // libnice's number, the candidate's first field
+
+    static gboolean hold(GSignalInvocationHint*, guint, const GValue* pArguments, gpointer pSide) {
+        if (*static_cast<const int*>(g_value_get_boxed(pArguments + 1)) == SERVER_REFLEXIVE) {
+            static_cast<AnsweringSide*>(pSide)->waitForGathering(300ms);
+        }
+        return TRUE;
+    }
+
+    guint signal_;
+    gulong hook_;
+};
+
+bool isMapped(const std::string& candidate) {
+    return candidate.find(StunServer::MAPPED_ADDRESS) != std::string::npos;
+}
+
+}  // namespace
+
+TEST(Gathering, endsAfterACandidateThatTheEndHasOvertaken) {
+    const StunServer server;
+    AnsweringSide side(server.url());
+    WebrtcbinViewer viewer("video audio");
+    const HeldBackCandidate held(&side);
+    ASSERT_EQ(side.answer(viewer.makeOffer()), STATUS_SUCCESS);
+    ASSERT_TRUE(side.waitForGathering());
+    const std::vector<std::string> candidates = side.candidates();
+    EXPECT_TRUE(std::any_of(candidates.begin(), candidates.end(), isMapped));
+    EXPECT_NE(side.localSdp().find(StunServer::MAPPED_ADDRESS), std::string::npos);
+}

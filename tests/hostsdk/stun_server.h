@@ -1,0 +1,32 @@
+// A STUN server that sees every client behind the same distant address.
+#ifndef STUN_SERVER_H
+#define STUN_SERVER_H
+
+#include <netinet/in.h>
+
+#include <string>
+#include <thread>
+
+class StunServer {
+public:
+    // Of a network for documentation (RFC 5737), so that it is none of this machine's.
+    static constexpr const char* MAPPED_ADDRESS = "203.0.113.7";
+
+    StunServer();
+    StunServer(const StunServer&) = delete;
+    StunServer& operator=(const StunServer&) = delete;
+    StunServer(StunServer&&) = delete;
+    StunServer& operator=(StunServer&&) = delete;
+    ~StunServer();
+
+    std::string url() const;
+
+private:
+    void serve() const;
+
+    int socket_;
+    sockaddr_in place_{};
+    std::thread thread_;
+};
+
+#endif
