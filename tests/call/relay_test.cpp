@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <regex>
 
 #include "camera_process.h"
@@ -21,6 +22,10 @@ struct Case {
     const char* name;
     const char* transport;
     const char* style;
+
+    friend std::ostream& operator<<(std::ostream& out, const Case& one) {
+        return out << one.name;
+    }
 };
 
 class RelayOnly : public ::testing::TestWithParam<Case> {
