@@ -32,7 +32,7 @@ set(CPACK_DEBIAN_HOSTSDK_PACKAGE_NAME libzelwebrtcclient-hostsdk-dev)
 set(CPACK_DEBIAN_HOSTSDK_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_HOSTSDK_PACKAGE_DEPENDS
     "libgstreamer-plugins-bad1.0-dev, gstreamer1.0-plugins-base, gstreamer1.0-plugins-good, gstreamer1.0-plugins-bad, \
-gstreamer1.0-nice")
+gstreamer1.0-nice, libnice10")
 if(CMAKE_CROSSCOMPILING AND CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
   set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf)
 endif()
