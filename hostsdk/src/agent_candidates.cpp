@@ -1,7 +1,7 @@
 #include "agent_candidates.h"
 
-// Of libnice's public interface. Its development package would bring sixty others along for these two functions, and
-// GStreamer's own list of candidates (1.22) crashes on a relayed one.
+// Of libnice's public interface. Its development package would bring a desktop's libraries along for these two
+// functions, and GStreamer's own list of candidates (1.22) crashes on a relayed one.
 extern "C" {
 GSList* nice_agent_get_local_candidates(GObject* pAgent, guint stream, guint component);
 void nice_candidate_free(gpointer pCandidate);

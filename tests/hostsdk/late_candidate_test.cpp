@@ -3,6 +3,7 @@
 #include <glib-object.h>
 
 #include <algorithm>
+#include <atomic>
 
 #include "answering_side.h"
 #include "stun_server.h"
@@ -17,8 +18,9 @@ namespace {
 class HeldBackCandidate {
 public:
     explicit HeldBackCandidate(AnsweringSide* pSide)
-        : signal_(g_signal_lookup("new-candidate-full", g_type_from_name("NiceAgent"))),
-          hook_(g_signal_add_emission_hook(signal_, 0, hold, pSide, nullptr)) {
+        : pSide_(pSide),
+          signal_(g_signal_lookup("new-candidate-full", g_type_from_name("NiceAgent"))),
+          hook_(g_signal_add_emission_hook(signal_, 0, hold, this, nullptr)) {
     }
     HeldBackCandidate(const HeldBackCandidate&) = delete;
     HeldBackCandidate& operator=(const HeldBackCandidate&) = delete;
@@ -28,16 +30,24 @@ public:
         g_signal_remove_emission_hook(signal_, hook_);
     }
 
+    bool wasHeld() const {
+        return held_;
+    }
+
 private:
     static constexpr int SERVER_REFLEXIVE = 1;  // libnice's number, the candidate's first field
 
-    static gboolean hold(GSignalInvocationHint*, guint, const GValue* pArguments, gpointer pSide) {
+    static gboolean hold(GSignalInvocationHint*, guint, const GValue* pArguments, gpointer pData) {
         if (*static_cast<const int*>(g_value_get_boxed(pArguments + 1)) == SERVER_REFLEXIVE) {
-            static_cast<AnsweringSide*>(pSide)->waitForGathering(300ms);
+            auto* const pSelf = static_cast<HeldBackCandidate*>(pData);
+            pSelf->held_ = true;
+            pSelf->pSide_->waitForGathering(300ms);
         }
         return TRUE;
     }
 
+    AnsweringSide* pSide_;
+    std::atomic<bool> held_{false};
     guint signal_;
     gulong hook_;
 };
@@ -55,6 +65,7 @@ TEST(Gathering, endsAfterACandidateThatTheEndHasOvertaken) {
     const HeldBackCandidate held(&side);
     ASSERT_EQ(side.answer(viewer.makeOffer()), STATUS_SUCCESS);
     ASSERT_TRUE(side.waitForGathering());
+    EXPECT_TRUE(held.wasHeld());
     const std::vector<std::string> candidates = side.candidates();
     EXPECT_TRUE(std::any_of(candidates.begin(), candidates.end(), isMapped));
     EXPECT_NE(side.localSdp().find(StunServer::MAPPED_ADDRESS), std::string::npos);
