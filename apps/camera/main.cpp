@@ -10,15 +10,15 @@
 #include <string>
 #include <thread>
 
-#include "call_keeper.h"
-#include "call_registry.h"
-#include "calls_api.h"
-#include "http_server.h"
-#include "log_sink.h"
-#include "media_hub.h"
-#include "memory.h"
+#include "call/call_keeper.h"
+#include "call/call_registry.h"
+#include "events/log_sink.h"
+#include "http/http_server.h"
+#include "media/media_hub.h"
 #include "options.h"
-#include "whep_api.h"
+#include "process/heap.h"
+#include "signalling/calls_api.h"
+#include "signalling/whep_api.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <optional>
 #include <string>
 
-#include "call_registry.h"
-#include "media_hub.h"
+#include "call/call_registry.h"
+#include "media/media_hub.h"
 
 namespace camera {
 

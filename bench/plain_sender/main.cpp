@@ -11,12 +11,12 @@
 #include <string>
 #include <thread>
 
-#include "audio_source.h"
-#include "event_stream.h"
-#include "http_server.h"
+#include "http/http_error.h"
+#include "http/http_server.h"
+#include "media/audio_source.h"
 #include "plain_peer.h"
-#include "problem.h"
-#include "process_figures.h"
+#include "process/process_usage.h"
+#include "signalling/event_stream.h"
 
 namespace {
 

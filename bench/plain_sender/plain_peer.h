@@ -14,8 +14,8 @@
 #include <optional>
 #include <string>
 
-#include "event_log.h"
-#include "media_hub.h"
+#include "events/call_history.h"
+#include "media/media_hub.h"
 
 namespace bench {
 

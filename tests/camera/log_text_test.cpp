@@ -1,4 +1,4 @@
-#include "log_text.h"
+#include "events/log_text.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "mulaw.h"
+#include "media/mulaw.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
-#include "offer_check.h"
+#include "signalling/offer_check.h"
 
 #include <gmock/gmock.h>
 
-#include "problem.h"
+#include "http/http_error.h"
 
 namespace camera {
 namespace {

@@ -1,4 +1,4 @@
-#include "trickle_fragment.h"
+#include "signalling/trickle_fragment.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "wav_writer.h"
+#include "media/wav_writer.h"
 
 #include <gmock/gmock.h>
 #include <unistd.h>

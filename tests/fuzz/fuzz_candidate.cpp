@@ -7,8 +7,8 @@
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
-#include "candidate_line.h"
 #include "promise.h"
+#include "text/candidate_line.h"
 
 using zelrtc_fuzz::require;
 

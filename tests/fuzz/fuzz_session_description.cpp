@@ -7,9 +7,9 @@
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
-#include "answer.h"
-#include "offer.h"
 #include "promise.h"
+#include "text/answer.h"
+#include "text/offer.h"
 
 using zelrtc_fuzz::require;
 

@@ -8,8 +8,8 @@
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
-#include "candidate_json.h"
 #include "promise.h"
+#include "text/candidate_json.h"
 
 using zelrtc_fuzz::require;
 

@@ -4,9 +4,9 @@
 #include <cstring>
 #include <string>
 
-#include "candidate_json.h"
-#include "candidate_line.h"
 #include "statuses.h"
+#include "text/candidate_json.h"
+#include "text/candidate_line.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "connection_monitor.h"
+#include "connection/connection_monitor.h"
 
 #include <gtest/gtest.h>
 

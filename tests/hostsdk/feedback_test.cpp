@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "remb.h"
+#include "text/remb.h"
 
 TEST(BitrateLimit, isMantissaTimesPowerOfTwo) {
     // One source; exponent 3, mantissa 0x20000 + 5.

@@ -1,4 +1,4 @@
-#include "gathering.h"
+#include "connection/gathering.h"
 
 #include <gtest/gtest.h>
 

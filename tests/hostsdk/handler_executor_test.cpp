@@ -1,4 +1,4 @@
-#include "handler_executor.h"
+#include "connection/handler_executor.h"
 
 #include <gtest/gtest.h>
 

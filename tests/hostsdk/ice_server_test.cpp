@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "ice_server_url.h"
+#include "text/ice_server_url.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "answering_side.h"
-#include "offer.h"
+#include "text/offer.h"
 #include "webrtcbin_viewer.h"
 
 namespace {

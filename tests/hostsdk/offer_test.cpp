@@ -1,8 +1,8 @@
-#include "offer.h"
+#include "text/offer.h"
 
 #include <gtest/gtest.h>
 
-#include "answer.h"
+#include "text/answer.h"
 
 namespace {
 

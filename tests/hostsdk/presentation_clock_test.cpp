@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "media_sender.h"
+#include "engine/media_sender.h"
 
 using hostsdk::PresentationClock;
 

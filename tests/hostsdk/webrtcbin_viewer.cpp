@@ -10,8 +10,8 @@
 #include <mutex>
 #include <stdexcept>
 
-#include "dtls_close.h"
-#include "network_interfaces.h"
+#include "engine/dtls_close.h"
+#include "engine/network_interfaces.h"
 
 struct WebrtcbinViewer::Observer {
     std::mutex mutex;

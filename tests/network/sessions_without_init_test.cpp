@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "process_figures.h"
+#include "process/process_usage.h"
 
 namespace {
 

@@ -1,0 +1,220 @@
+#include "call/call.h"
+
+#include <nlohmann/json.hpp>
+
+#include "http/http_error.h"
+#include "signalling/sdk_status.h"
+
+namespace camera {
+
+namespace {
+
+using nlohmann::json;
+using namespace std::chrono_literals;
+
+constexpr auto TIME_TO_CONNECT = 30s;
+// A connection that is silent may come back; the SDK has waited some seconds before it says so.
+constexpr auto TIME_TO_COME_BACK = 2s;
+constexpr auto KEY_FRAME_RETRY = 100ms;
+constexpr size_t KEPT_LEVELS = 5;
+
+std::chrono::milliseconds since(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
+}
+
+bool isSdkStatus(int result) {
+    return result != ZELRTC_WRITE_OK && result != ZELRTC_WRITE_NOT_CONNECTED &&
+           result != ZELRTC_WRITE_WAITING_KEY_FRAME;
+}
+
+}  // namespace
+
+Call::Call(ZELRTC_SESSION_ID id, const ZelRtcSessionConfig& config, const std::string& recordPath, MediaHub& hub)
+    : id_(id),
+      isTrickle_(config.trickleIce || config.isAlexaCall),
+      hub_(hub),
+      logLines_(id, events_),
+      talkBack_(recordPath) {
+    const LogScope scope(id_);
+    session_ = std::make_unique<ZelRtcSession>(id_, config, this);
+}
+
+void Call::start(const std::string& offer) {
+    const LogScope scope(id_);
+    const std::lock_guard<std::mutex> lock(controlMutex_);
+    requireSession();
+    const int status = session_->init(offer);
+    if (status != 0) {
+        throw problemOf("the offer was refused", status);
+    }
+    {
+        const std::lock_guard<std::mutex> mediaLock(mediaMutex_);
+        isFed_ = true;
+    }
+    hub_.attach(shared_from_this(), video_);
+}
+
+std::optional<std::string> Call::waitForAnswer(std::chrono::milliseconds limit) {
+    std::unique_lock<std::mutex> lock(answerMutex_);
+    answerReady_.wait_for(lock, limit, [this] { return answer_ || hasNoAnswer_; });
+    return answer_;
+}
+
+void Call::addCandidate(const std::string& candidate) {
+    const LogScope scope(id_);
+    const std::lock_guard<std::mutex> lock(controlMutex_);
+    requireSession();
+    const int status = session_->addRemoteCandidate(candidate);
+    if (status != 0) {
+        throw problemOf("the candidate was refused", status);
+    }
+}
+
+Choice Call::choose(std::optional<int> video, std::optional<bool> audio) {
+    const LogScope scope(id_);
+    const std::lock_guard<std::mutex> lock(controlMutex_);
+    requireSession();
+    const Choice choice{video.value_or(video_), audio.value_or(audio_)};
+    const bool isOtherVideo = choice.video != video_;
+    if (isOtherVideo) {
+        hub_.attach(shared_from_this(), choice.video);
+    }
+    {
+        const std::lock_guard<std::mutex> mediaLock(mediaMutex_);
+        session_->setAudioVideoType(choice.audio ? 1 : 0, choice.video);
+    }
+    video_ = choice.video;
+    audio_ = choice.audio;
+    if (isOtherVideo) {
+        hub_.requestKeyFrame(choice.video);
+    }
+    return choice;
+}
+
+void Call::tick() {
+    const std::unique_lock<std::mutex> lock(controlMutex_, std::try_to_lock);
+    if (!lock) {
+        return;
+    }
+    if (const auto level = talkBack_.process()) {
+        events_->appendPassing("level", json{{"rms", level->rms}, {"frames", level->frames}}.dump(), KEPT_LEVELS);
+    }
+}
+
+std::optional<std::string> Call::reasonToEnd() const {
+    switch (state_) {
+        case RTC_PEER_CONNECTION_STATE_CLOSED:
+            return "the viewer closed the connection";
+        case RTC_PEER_CONNECTION_STATE_FAILED:
+            return "the connection failed";
+        case RTC_PEER_CONNECTION_STATE_DISCONNECTED:
+            return timeInState() > TIME_TO_COME_BACK ? std::optional("the viewer is gone") : std::nullopt;
+        default:
+            return !wasConnected_ && age() > TIME_TO_CONNECT ? std::optional("the call never connected") : std::nullopt;
+    }
+}
+
+void Call::end(const std::string& reason) {
+    const LogScope scope(id_);
+    const std::lock_guard<std::mutex> lock(controlMutex_);
+    if (!session_) {
+        return;
+    }
+    stopFeeding();
+    session_->teminate();
+    session_.reset();
+    {
+        const std::lock_guard<std::mutex> answerLock(answerMutex_);
+        hasNoAnswer_ = true;
+    }
+    answerReady_.notify_all();
+    talkBack_.process();
+    events_->append("ended", json{{"reason", reason}}.dump());
+    events_->close();
+}
+
+// The flag stops a media thread that still holds this sink; the lock waits for a write that is under way.
+void Call::stopFeeding() {
+    {
+        const std::lock_guard<std::mutex> lock(mediaMutex_);
+        isFed_ = false;
+    }
+    hub_.detach(shared_from_this());
+}
+
+CallSummary Call::summary() const {
+    return {id_, stateName(state_), {video_, audio_}, isTrickle_, static_cast<double>(age().count()) / 1000.0};
+}
+
+void Call::onVideo(const AccessUnit& unit) {
+    const std::lock_guard<std::mutex> lock(mediaMutex_);
+    if (!isFed_) {
+        return;
+    }
+    const int flags = unit.isKeyFrame ? ZELRTC_FRAME_FLAG_KEY_FRAME : 0;
+    const int result = session_->writeVideoData(unit.data, unit.size, unit.timeUs, flags, unit.stream);
+    askForKeyFrameAgain(unit.isKeyFrame, result);
+}
+
+// A key frame that the SDK refused (its transport is not ready yet) has opened the session's gate all the same: without
+// another one the viewer would see nothing until the next regular key frame.
+void Call::askForKeyFrameAgain(bool isKeyFrame, int result) {
+    if (isKeyFrame) {
+        wantsKeyFrame_ = isSdkStatus(result);
+    }
+    if (wantsKeyFrame_ && since(askedForKeyFrame_) >= KEY_FRAME_RETRY) {
+        askedForKeyFrame_ = Clock::now();
+        hub_.requestKeyFrame(video_);
+    }
+}
+
+void Call::onAudio(const AudioFrame& frame) {
+    const std::lock_guard<std::mutex> lock(mediaMutex_);
+    if (isFed_) {
+        session_->writeAudioData(frame.data, frame.size, frame.timeUs, 0);
+    }
+}
+
+void Call::onAnswer(ZELRTC_SESSION_ID, const std::string& answer) {
+    events_->append("answer", answer);
+    {
+        const std::lock_guard<std::mutex> lock(answerMutex_);
+        answer_ = answer;
+    }
+    answerReady_.notify_all();
+}
+
+void Call::onIceCandidate(ZELRTC_SESSION_ID, const std::string& candidate) {
+    events_->append("candidate", candidate);
+}
+
+void Call::onStateChange(ZELRTC_SESSION_ID, RTC_PEER_CONNECTION_STATE state) {
+    const int64_t now = age().count();
+    stateSinceMs_ = now;
+    state_ = state;
+    if (state == RTC_PEER_CONNECTION_STATE_CONNECTED) {
+        wasConnected_ = true;
+        hub_.requestKeyFrame(video_);
+    }
+    events_->append("state", json{{"state", stateName(state)}, {"value", static_cast<int>(state)}, {"ms", now}}.dump());
+}
+
+void Call::onAudioFrame(ZELRTC_SESSION_ID, void* data, unsigned int size) {
+    talkBack_.push(data, size);
+}
+
+void Call::requireSession() const {
+    if (!session_) {
+        throw Problem(404, "call " + std::to_string(id_) + " has ended");
+    }
+}
+
+std::chrono::milliseconds Call::age() const {
+    return since(arrived_);
+}
+
+std::chrono::milliseconds Call::timeInState() const {
+    return age() - std::chrono::milliseconds(stateSinceMs_);
+}
+
+}  // namespace camera

@@ -1,0 +1,68 @@
+/** @file media_hub.h Brings the streams to the calls: one encoder per stream, however many watch it. */
+#ifndef CAMERA_MEDIA_HUB_H
+#define CAMERA_MEDIA_HUB_H
+
+#include <array>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "media/audio_source.h"
+#include "media/video_source.h"
+
+namespace camera {
+
+constexpr int VIDEO_STREAMS = 3;
+
+/** Where frames go. Called on the sources' threads, video and audio at the same time. */
+class FrameSink {
+public:
+    virtual ~FrameSink() = default;
+    virtual void onVideo(const AccessUnit& unit) = 0;
+    virtual void onAudio(const AudioFrame& frame) = 0;
+};
+
+/**
+ * The camera's sources. A source runs exactly while somebody takes its frames. Any thread; attach and detach wait for
+ * encoders to start and stop, so they must not be called by a sink or with a lock that a sink takes.
+ */
+class MediaHub {
+public:
+    /** @throw std::runtime_error with a sentence for the user when a stream cannot be built */
+    MediaHub(const std::array<VideoInput, VIDEO_STREAMS>& inputs, std::vector<uint8_t> audioLoop);
+
+    /** Sends a sink the frames of a stream, and of no other, from now on; and the sound. */
+    void attach(const std::shared_ptr<FrameSink>& sink, int stream);
+
+    /** Sends a sink nothing more, save for a frame that is on its way. Without effect if it is not attached. */
+    void detach(const std::shared_ptr<FrameSink>& sink);
+
+    /** Makes a stream's next frame a key frame. */
+    void requestKeyFrame(int stream);
+
+    int runningEncoders() const;
+
+private:
+    struct Viewer {
+        std::shared_ptr<FrameSink> sink;
+        int stream;
+    };
+
+    using Sinks = std::vector<std::shared_ptr<FrameSink>>;
+
+    template <typename Condition>
+    Sinks sinksWhere(Condition condition);
+    Sinks sinksOf(int stream);
+    Sinks allSinks();
+    void runWhatIsWanted();
+
+    std::mutex sourcesMutex_;  // held while sources start and stop
+    std::mutex viewersMutex_;  // held for a moment only, also by the sources' threads
+    std::vector<Viewer> viewers_;
+    std::array<std::unique_ptr<VideoSource>, VIDEO_STREAMS> video_;
+    AudioSource audio_;
+};
+
+}  // namespace camera
+
+#endif

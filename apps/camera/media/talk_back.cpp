@@ -1,0 +1,79 @@
+#include "media/talk_back.h"
+
+#include <spdlog/spdlog.h>
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <numeric>
+#include <system_error>
+#include <utility>
+
+#include "media/mulaw.h"
+
+namespace camera {
+
+namespace {
+
+constexpr size_t MOST_BYTES = static_cast<size_t>(MULAW_RATE) * 10;
+constexpr double FULL_SCALE = 32768.0;
+
+double rmsOf(const std::vector<int16_t>& samples) {
+    const double energy = std::accumulate(samples.begin(), samples.end(), 0.0, [](double sum, int16_t sample) {
+        return sum + static_cast<double>(sample) * static_cast<double>(sample);
+    });
+    return std::sqrt(energy / static_cast<double>(samples.size())) / FULL_SCALE;
+}
+
+}  // namespace
+
+TalkBack::TalkBack(std::string wavPath) : wavPath_(std::move(wavPath)) {
+}
+
+void TalkBack::push(const void* data, size_t size) {
+    const auto* bytes = static_cast<const uint8_t*>(data);
+    const std::lock_guard<std::mutex> lock(mutex_);
+    ++frames_;
+    if (arrived_.size() + size <= MOST_BYTES) {
+        arrived_.insert(arrived_.end(), bytes, bytes + size);
+    }
+}
+
+std::optional<TalkBack::Level> TalkBack::process() {
+    std::vector<uint8_t> codes;
+    uint64_t frames = 0;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        codes.swap(arrived_);
+        frames = frames_;
+    }
+    if (codes.empty()) {
+        return std::nullopt;
+    }
+    std::vector<int16_t> samples;
+    std::transform(codes.begin(), codes.end(), std::back_inserter(samples), mulawDecode);
+    record(samples);
+    return Level{rmsOf(samples), frames};
+}
+
+void TalkBack::record(const std::vector<int16_t>& samples) {
+    if (wavPath_.empty()) {
+        return;
+    }
+    try {
+        if (!wav_) {
+            wav_.emplace(wavPath_);
+        }
+    } catch (const std::system_error& error) {
+        spdlog::error("no recording: {}", error.what());
+        wavPath_.clear();
+        return;
+    }
+    if (!wav_->append(samples)) {
+        spdlog::error("the recording {} ends here: it cannot be written any further", wavPath_);
+        wav_.reset();
+        wavPath_.clear();
+    }
+}
+
+}  // namespace camera

@@ -1,0 +1,39 @@
+/** @file test_picture.h The built-in picture: colour bars, a moving block and the time of capture for machines. */
+#ifndef CAMERA_TEST_PICTURE_H
+#define CAMERA_TEST_PICTURE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "media/drawing.h"
+
+namespace camera {
+
+/**
+ * Draws the frames of one stream. Eight bars over the full height, a grey block that crosses the picture once in four
+ * seconds, a clock, and in the bottom twelfth 32 equal cells, white for 1 and black for 0, most significant first, that
+ * hold the time of capture in milliseconds: whoever films the screen, or decodes it, can tell how old the picture is.
+ * One thread at a time.
+ */
+class TestPicture {
+public:
+    /** Even numbers of pixels, at least 160 by 90. */
+    TestPicture(size_t width, size_t height);
+
+    /** Fills the whole picture. @param clock time of day as HH:MM:SS */
+    void draw(const Picture& picture, uint32_t captureMs, const std::string& clock) const;
+
+private:
+    void drawBars(const Picture& picture) const;
+    void drawClock(const Picture& picture, const std::string& clock) const;
+    void drawBlock(const Picture& picture, uint32_t captureMs) const;
+    void drawStrip(const Picture& picture, uint32_t captureMs) const;
+
+    size_t width_;
+    size_t height_;
+};
+
+}  // namespace camera
+
+#endif

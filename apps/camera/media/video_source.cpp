@@ -1,0 +1,286 @@
+#include "media/video_source.h"
+
+#include <gst/app/gstappsink.h>
+#include <gst/gst.h>
+#include <gst/video/video.h>
+#include <spdlog/spdlog.h>
+
+#include <array>
+#include <ctime>
+#include <stdexcept>
+
+#include "media/test_pattern.h"
+
+namespace camera {
+
+namespace {
+
+constexpr int FRAMES_PER_SECOND = 30;
+
+// Baseline without B-frames or look-ahead: what every browser decodes and what adds no delay. One slice per frame.
+std::string testPictureText(const VideoFormat& format) {
+    return "videotestsrc name=picture is-live=true pattern=black ! video/x-raw,format=I420,width=" +
+           std::to_string(format.width) + ",height=" + std::to_string(format.height) +
+           ",framerate=" + std::to_string(FRAMES_PER_SECOND) +
+           "/1,colorimetry=bt601 ! x264enc tune=zerolatency speed-preset=ultrafast threads=1 sliced-threads=false "
+           "bframes=0 "
+           "key-int-max=" +
+           std::to_string(FRAMES_PER_SECOND) + " bitrate=" + std::to_string(format.kilobitsPerSecond) +
+           " ! video/x-h264,profile=constrained-baseline";
+}
+
+// All of it, whatever the stream shows: each key frame gets its parameter sets, each buffer is one access unit.
+std::string pipelineText(const VideoInput& input, const VideoFormat& format) {
+    std::string source = testPictureText(format);
+    if (input.kind == VideoInput::Kind::FILE) {
+        source = "multifilesrc name=file loop=true caps=\"video/x-h264,stream-format=byte-stream\"";
+    } else if (input.kind == VideoInput::Kind::PIPELINE) {
+        source = input.text;
+    }
+    return source +
+           " ! h264parse config-interval=-1 ! video/x-h264,stream-format=byte-stream,alignment=au"
+           " ! appsink name=frames max-buffers=8";
+}
+
+template <typename Object>
+struct Unref {
+    void operator()(Object* object) const {
+        gst_object_unref(object);
+    }
+};
+
+template <typename Object>
+using Owned = std::unique_ptr<Object, Unref<Object>>;
+
+Owned<GstElement> find(GstElement* pipeline, const char* name) {
+    return Owned<GstElement>(gst_bin_get_by_name(GST_BIN(pipeline), name));
+}
+
+Plane planeOf(GstVideoFrame& frame, guint number) {
+    return {static_cast<uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, number)),
+            static_cast<size_t>(GST_VIDEO_FRAME_PLANE_STRIDE(&frame, number))};
+}
+
+std::string timeOfDay() {
+    const std::time_t now = std::time(nullptr);
+    std::tm parts = {};
+    localtime_r(&now, &parts);
+    std::array<char, sizeof "HH:MM:SS"> text{};
+    std::strftime(text.data(), text.size(), "%H:%M:%S", &parts);
+    return text.data();
+}
+
+void drawInto(GstBuffer* buffer, const GstVideoInfo& info, const TestPicture& picture) {
+    GstVideoFrame frame;
+    if (gst_video_frame_map(&frame, &info, buffer, GST_MAP_WRITE) == FALSE) {
+        return;
+    }
+    const auto captureMs = static_cast<uint32_t>(g_get_monotonic_time() / 1000);
+    picture.draw({planeOf(frame, 0), planeOf(frame, 1), planeOf(frame, 2)}, captureMs, timeOfDay());
+    gst_video_frame_unmap(&frame);
+}
+
+GstBusSyncReply logFailures(GstBus*, GstMessage* message, gpointer streamNumber) {
+    if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR) {
+        GError* error = nullptr;
+        gst_message_parse_error(message, &error, nullptr);
+        spdlog::error("video stream {} has stopped: {}", GPOINTER_TO_INT(streamNumber), error->message);
+        g_error_free(error);
+    }
+    gst_message_unref(message);
+    return GST_BUS_DROP;
+}
+
+}  // namespace
+
+void initVideo() {
+    gst_init(nullptr, nullptr);
+}
+
+// A built pipeline and what its callbacks need; its address is their user data, so it stays where it is.
+class VideoSource::Pipeline {
+public:
+    explicit Pipeline(VideoSource& source) : source_(source), picture_(source.format_.width, source.format_.height) {
+        GError* error = nullptr;
+        pipeline_.reset(gst_parse_launch(pipelineText(source.input_, source.format_).c_str(), &error));
+        const std::string reason = error != nullptr ? error->message : "";
+        g_clear_error(&error);
+        if (!pipeline_ || !reason.empty()) {
+            throw std::runtime_error(reason);
+        }
+        const Owned<GstClock> clock(gst_system_clock_obtain());
+        gst_pipeline_use_clock(GST_PIPELINE(pipeline_.get()), clock.get());
+        appsink_ = find(pipeline_.get(), "frames");
+        connectFrames();
+        connectPicture();
+        connectFile();
+        connectBus();
+    }
+
+    ~Pipeline() {
+        gst_element_set_state(pipeline_.get(), GST_STATE_NULL);
+    }
+
+    Pipeline(const Pipeline&) = delete;
+    Pipeline& operator=(const Pipeline&) = delete;
+
+    bool play() {
+        return gst_element_set_state(pipeline_.get(), GST_STATE_PLAYING) != GST_STATE_CHANGE_FAILURE;
+    }
+
+private:
+    void connectFrames() {
+        GstAppSinkCallbacks callbacks = {};
+        callbacks.new_sample = [](GstAppSink*, gpointer self) { return static_cast<Pipeline*>(self)->handOver(); };
+        gst_app_sink_set_callbacks(GST_APP_SINK(appsink_.get()), &callbacks, this, nullptr);
+        // A live source paces itself; anything else is paced by the time stamps.
+        const bool isLive = source_.input_.kind == VideoInput::Kind::TEST_PICTURE;
+        g_object_set(appsink_.get(), "sync", isLive ? FALSE : TRUE, nullptr);
+    }
+
+    void connectPicture() {
+        if (source_.input_.kind != VideoInput::Kind::TEST_PICTURE) {
+            return;
+        }
+        gst_video_info_set_format(&info_, GST_VIDEO_FORMAT_I420, static_cast<guint>(source_.format_.width),
+                                  static_cast<guint>(source_.format_.height));
+        addProbe(find(pipeline_.get(), "picture").get(), "src", [](GstPad*, GstPadProbeInfo* probe, gpointer self) {
+            GstBuffer* buffer = gst_buffer_make_writable(GST_PAD_PROBE_INFO_BUFFER(probe));
+            GST_PAD_PROBE_INFO_DATA(probe) = buffer;
+            // Before the picture is encoded: it becomes the key frame itself, not the one after it.
+            static_cast<Pipeline*>(self)->forwardKeyFrameRequest();
+            drawInto(buffer, static_cast<Pipeline*>(self)->info_, static_cast<Pipeline*>(self)->picture_);
+            return GST_PAD_PROBE_OK;
+        });
+    }
+
+    void connectFile() {
+        if (source_.input_.kind != VideoInput::Kind::FILE) {
+            return;
+        }
+        g_object_set(find(pipeline_.get(), "file").get(), "location", escaped(source_.input_.text).c_str(), nullptr);
+        addProbe(appsink_.get(), "sink", [](GstPad* pad, GstPadProbeInfo* probe, gpointer self) {
+            GstBuffer* buffer = gst_buffer_make_writable(GST_PAD_PROBE_INFO_BUFFER(probe));
+            GST_PAD_PROBE_INFO_DATA(probe) = buffer;
+            static_cast<Pipeline*>(self)->stamp(pad, buffer);
+            return GST_PAD_PROBE_OK;
+        });
+    }
+
+    void connectBus() {
+        const Owned<GstBus> bus(gst_element_get_bus(pipeline_.get()));
+        gst_bus_set_sync_handler(bus.get(), logFailures, GINT_TO_POINTER(source_.stream_), nullptr);
+    }
+
+    void addProbe(GstElement* element, const char* padName, GstPadProbeCallback probe) {
+        const Owned<GstPad> pad(gst_element_get_static_pad(element, padName));
+        gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, probe, this, nullptr);
+    }
+
+    // The element reads a file name as a pattern for numbered files.
+    static std::string escaped(const std::string& path) {
+        std::string text;
+        for (const char c : path) {
+            text.append(c == '%' ? 2 : 1, c);
+        }
+        return text;
+    }
+
+    // An Annex B file has no times of its own, and starts over at its end: time is what the frame rate says.
+    void stamp(GstPad* pad, GstBuffer* buffer) {
+        gint rate = 0;
+        gint per = 1;
+        GstCaps* caps = gst_pad_get_current_caps(pad);
+        if (caps != nullptr) {
+            gst_structure_get_fraction(gst_caps_get_structure(caps, 0), "framerate", &rate, &per);
+            gst_caps_unref(caps);
+        }
+        const GstClockTime duration =
+            gst_util_uint64_scale_int(GST_SECOND, rate > 0 ? per : 1, rate > 0 ? rate : FRAMES_PER_SECOND);
+        GST_BUFFER_PTS(buffer) = nextTime_;
+        GST_BUFFER_DTS(buffer) = nextTime_;
+        GST_BUFFER_DURATION(buffer) = duration;
+        nextTime_ += duration;
+    }
+
+    GstFlowReturn handOver() {
+        GstSample* sample = gst_app_sink_pull_sample(GST_APP_SINK(appsink_.get()));
+        if (sample == nullptr) {
+            return GST_FLOW_EOS;
+        }
+        GstBuffer* buffer = gst_sample_get_buffer(sample);
+        GstMapInfo map;
+        if (gst_buffer_map(buffer, &map, GST_MAP_READ) != FALSE) {
+            const bool isKeyFrame = !GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DELTA_UNIT);
+            source_.sink_({source_.stream_, map.data, map.size, captureTimeUs(sample), isKeyFrame});
+            gst_buffer_unmap(buffer, &map);
+        }
+        gst_sample_unref(sample);
+        forwardKeyFrameRequest();
+        return GST_FLOW_OK;
+    }
+
+    // The pipeline runs on the monotonic clock: running time counts from the moment it was set playing.
+    int64_t captureTimeUs(GstSample* sample) {
+        const GstClockTime time = GST_BUFFER_PTS(gst_sample_get_buffer(sample));
+        const GstClockTime running = gst_segment_to_running_time(gst_sample_get_segment(sample), GST_FORMAT_TIME, time);
+        if (!GST_CLOCK_TIME_IS_VALID(running)) {
+            return g_get_monotonic_time();
+        }
+        return static_cast<int64_t>((running + gst_element_get_base_time(pipeline_.get())) / GST_USECOND);
+    }
+
+    // On the stream's own thread, so that a request never meets a pipeline that is being taken down.
+    void forwardKeyFrameRequest() {
+        if (!source_.keyFrameWanted_.exchange(false)) {
+            return;
+        }
+        GstEvent* request = gst_video_event_new_upstream_force_key_unit(GST_CLOCK_TIME_NONE, TRUE, 0);
+        gst_element_send_event(appsink_.get(), request);
+    }
+
+    VideoSource& source_;
+    TestPicture picture_;
+    GstVideoInfo info_ = {};
+    GstClockTime nextTime_ = 0;
+    Owned<GstElement> pipeline_;
+    Owned<GstElement> appsink_;
+};
+
+VideoSource::VideoSource(int stream, const VideoInput& input, const VideoFormat& format, Sink sink)
+    : stream_(stream), input_(input), format_(format), sink_(std::move(sink)) {
+    try {
+        const Pipeline trial(*this);
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error("video stream " + std::to_string(stream) + ": " + error.what());
+    }
+}
+
+VideoSource::~VideoSource() {
+    stop();
+}
+
+bool VideoSource::start() {
+    if (running_) {
+        return true;
+    }
+    pipeline_ = std::make_unique<Pipeline>(*this);
+    if (!pipeline_->play()) {
+        pipeline_.reset();
+        spdlog::error("video stream {} cannot be started", stream_);
+        return false;
+    }
+    running_ = true;
+    return true;
+}
+
+void VideoSource::stop() {
+    pipeline_.reset();
+    running_ = false;
+}
+
+void VideoSource::requestKeyFrame() {
+    keyFrameWanted_ = true;
+}
+
+}  // namespace camera

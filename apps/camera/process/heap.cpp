@@ -1,0 +1,23 @@
+#include "process/heap.h"
+
+#include <cstdlib>  // says which C library this is
+
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
+namespace camera {
+
+void keepToOneArena() {
+#ifdef __GLIBC__
+    mallopt(M_ARENA_MAX, 1);  // NOLINT(concurrency-mt-unsafe): there is no other thread yet
+#endif
+}
+
+void returnFreeMemory() {
+#ifdef __GLIBC__
+    malloc_trim(0);
+#endif
+}
+
+}  // namespace camera

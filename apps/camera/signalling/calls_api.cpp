@@ -1,0 +1,161 @@
+#include "signalling/calls_api.h"
+
+#include <charconv>
+#include <nlohmann/json.hpp>
+
+#include "http/http_error.h"
+#include "process/process_usage.h"
+#include "signalling/event_stream.h"
+#include "signalling/offer_check.h"
+#include "signalling/viewer_page.h"
+
+namespace camera {
+
+namespace {
+
+using httplib::Request;
+using httplib::Response;
+using nlohmann::json;
+using namespace std::chrono_literals;
+
+constexpr auto ANSWER_LIMIT = 10s;
+
+void respond(Response& response, int status, const json& body) {
+    response.status = status;
+    response.set_header("Cache-Control", "no-store");
+    response.set_content(body.dump(-1, ' ', false, json::error_handler_t::replace), "application/json");
+}
+
+std::optional<bool> trickleWish(const Request& request) {
+    if (!request.has_param("trickle")) {
+        return std::nullopt;
+    }
+    const std::string value = request.get_param_value("trickle");
+    if (value != "0" && value != "1") {
+        throw Problem(400, "trickle is neither 0 nor 1");
+    }
+    return value == "1";
+}
+
+void placeCall(const Request& request, Response& response, CallRegistry& calls) {
+    checkOffer(request.body);
+    const auto call = calls.place(request.body, trickleWish(request));
+    const std::string answer = answerOf(*call, calls);
+    response.set_header("Location", "/calls/" + std::to_string(call->id()));
+    respond(response, 201,
+            {{"id", call->id()}, {"trickle", call->isTrickle()}, {"answer", json::parse(answer, nullptr, false)}});
+}
+
+void listCalls(Response& response, CallRegistry& calls) {
+    json list = json::array();
+    for (const auto& call : calls.all()) {
+        const CallSummary summary = call->summary();
+        list.push_back({{"id", summary.id},
+                        {"state", summary.state},
+                        {"video", summary.choice.video},
+                        {"audio", summary.choice.audio},
+                        {"trickle", summary.trickle},
+                        {"seconds", summary.seconds}});
+    }
+    respond(response, 200, list);
+}
+
+std::optional<int> videoIn(const json& wish) {
+    const auto member = wish.find("video");
+    if (member == wish.end()) {
+        return std::nullopt;
+    }
+    if (!member->is_number_integer() || *member < 0 || *member >= VIDEO_STREAMS) {
+        throw Problem(400, "video is not the number of a stream: 0, 1 or 2");
+    }
+    return member->get<int>();
+}
+
+std::optional<bool> audioIn(const json& wish) {
+    const auto member = wish.find("audio");
+    if (member == wish.end()) {
+        return std::nullopt;
+    }
+    if (!member->is_boolean()) {
+        throw Problem(400, "audio is neither true nor false");
+    }
+    return member->get<bool>();
+}
+
+void chooseStreams(const Request& request, Response& response, CallRegistry& calls) {
+    const auto call = calls.find(callIdIn(request));
+    const json wish = json::parse(request.body, nullptr, false);
+    if (!wish.is_object()) {
+        throw Problem(400, "the body is not a JSON object such as {\"video\":2,\"audio\":false}");
+    }
+    const Choice choice = call->choose(videoIn(wish), audioIn(wish));
+    respond(response, 200, {{"video", choice.video}, {"audio", choice.audio}});
+}
+
+void addCandidate(const Request& request, Response& response, CallRegistry& calls) {
+    const auto call = calls.find(callIdIn(request));
+    checkCandidate(request.body);
+    call->addCandidate(request.body);
+    response.status = 204;
+}
+
+void endCall(const Request& request, Response& response, CallRegistry& calls) {
+    calls.end(callIdIn(request), "the viewer hung up");
+    response.status = 204;
+}
+
+void tellHealth(Response& response, CallRegistry& calls, const MediaHub& hub) {
+    json health{{"status", "ok"},
+                {"calls", calls.held()},
+                {"descriptors", openDescriptors()},
+                {"threads", runningThreads()},
+                {"encoders", hub.runningEncoders()}};
+    if (const auto inUse = heapBytes()) {
+        health["heapBytes"] = *inUse;
+    }
+    respond(response, 200, health);
+}
+
+}  // namespace
+
+int callIdIn(const Request& request) {
+    const std::string text = request.matches[1];
+    int id = 0;
+    if (std::from_chars(text.data(), text.data() + text.size(), id).ec != std::errc()) {
+        throw Problem(404, "there is no call " + text);
+    }
+    return id;
+}
+
+std::string answerOf(Call& call, CallRegistry& calls) {
+    const auto answer = call.waitForAnswer(ANSWER_LIMIT);
+    if (answer) {
+        return *answer;
+    }
+    if (!calls.endIfUp(call.id(), "there was no answer in time")) {
+        throw Problem(503, "the call was ended before it had an answer");
+    }
+    throw Problem(504, "the camera had no complete answer within 10 seconds");
+}
+
+void addCallRoutes(HttpServer& server, CallRegistry& calls, const MediaHub& hub) {
+    server.route("GET", "/", [](const Request&, Response& response) {
+        response.set_header("Cache-Control", "no-cache");
+        response.set_content(page.data(), page.size(), "text/html; charset=utf-8");
+    });
+    server.route("GET", "/health", [&](const Request&, Response& response) { tellHealth(response, calls, hub); });
+    server.route("GET", "/calls", [&](const Request&, Response& response) { listCalls(response, calls); });
+    server.route("POST", "/calls",
+                 [&](const Request& request, Response& response) { placeCall(request, response, calls); });
+    server.route("DELETE", "/calls/" CAMERA_PATH_NUMBER,
+                 [&](const Request& request, Response& response) { endCall(request, response, calls); });
+    server.route("GET", "/calls/" CAMERA_PATH_NUMBER "/events", [&](const Request& request, Response& response) {
+        streamEvents(calls.eventsOf(callIdIn(request)), request, response);
+    });
+    server.route("POST", "/calls/" CAMERA_PATH_NUMBER "/candidates",
+                 [&](const Request& request, Response& response) { addCandidate(request, response, calls); });
+    server.route("POST", "/calls/" CAMERA_PATH_NUMBER "/streams",
+                 [&](const Request& request, Response& response) { chooseStreams(request, response, calls); });
+}
+
+}  // namespace camera

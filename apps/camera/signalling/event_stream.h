@@ -1,0 +1,21 @@
+/** @file event_stream.h Sends a call's events to an HTTP client as they happen (server-sent events). */
+#ifndef CAMERA_EVENT_STREAM_H
+#define CAMERA_EVENT_STREAM_H
+
+#include <memory>
+
+#include "events/call_history.h"
+#include "http/http_library.h"
+
+namespace camera {
+
+/**
+ * Makes the response a stream of all events from the beginning, or of those after the client's Last-Event-ID. It ends
+ * with the call, or as soon as the client is gone.
+ */
+void streamEvents(const std::shared_ptr<EventLog>& events, const httplib::Request& request,
+                  httplib::Response& response);
+
+}  // namespace camera
+
+#endif

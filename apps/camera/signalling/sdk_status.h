@@ -1,0 +1,21 @@
+/** @file sdk_status.h The SDK's statuses and states, in words. */
+#ifndef CAMERA_SDK_STATUS_H
+#define CAMERA_SDK_STATUS_H
+
+#include <string>
+
+#include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
+
+#include "http/http_error.h"
+
+namespace camera {
+
+/** The problem to report for a status of a session's operation. @param what what did not work, as a sentence */
+Problem problemOf(const std::string& what, int status);
+
+/** "connected" and so on. */
+std::string stateName(RTC_PEER_CONNECTION_STATE state);
+
+}  // namespace camera
+
+#endif

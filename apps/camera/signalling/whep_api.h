@@ -1,0 +1,15 @@
+/** @file whep_api.h /whep: signalling as standard players speak it (WebRTC-HTTP egress protocol). */
+#ifndef CAMERA_WHEP_API_H
+#define CAMERA_WHEP_API_H
+
+#include "call/call_registry.h"
+#include "http/http_server.h"
+
+namespace camera {
+
+/** Adds the routes. What is given must outlive the server. */
+void addWhepRoutes(HttpServer& server, CallRegistry& calls);
+
+}  // namespace camera
+
+#endif

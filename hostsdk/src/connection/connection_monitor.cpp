@@ -1,0 +1,76 @@
+#include "connection/connection_monitor.h"
+
+#include <utility>
+
+namespace hostsdk {
+
+ConnectionMonitor::ConnectionMonitor(Report report) : report_(std::move(report)) {
+}
+
+void ConnectionMonitor::start(Clock::time_point now) {
+    if (state_ == RTC_PEER_CONNECTION_STATE_NONE) {
+        enter(RTC_PEER_CONNECTION_STATE_CONNECTING, now);
+    }
+}
+
+void ConnectionMonitor::onTransport(TransportEvent event, Clock::time_point now) {
+    if (isOver()) {
+        return;
+    }
+    switch (event) {
+        case TransportEvent::CONNECTED:
+            if (state_ == RTC_PEER_CONNECTION_STATE_CONNECTING) {
+                enter(RTC_PEER_CONNECTION_STATE_CONNECTED, now);
+            }
+            break;
+        case TransportEvent::FAILED:
+            // Once connected, silence decides: the ICE agent's own verdict can be a passing one.
+            if (state_ == RTC_PEER_CONNECTION_STATE_CONNECTING) {
+                enter(RTC_PEER_CONNECTION_STATE_FAILED, now);
+            }
+            break;
+        case TransportEvent::CLOSED_BY_FAR_END:
+            enter(RTC_PEER_CONNECTION_STATE_CLOSED, now);
+            break;
+    }
+}
+
+void ConnectionMonitor::check(std::optional<Clock::time_point> lastPacket, Clock::time_point now) {
+    // A far end that vanished before its first packet has been silent since the connection.
+    const bool isSilent = lastPacket
+                              ? now - *lastPacket >= SILENCE_LIMIT
+                              : state_ == RTC_PEER_CONNECTION_STATE_DISCONNECTED || now - since_ >= SILENCE_LIMIT;
+    switch (state_) {
+        case RTC_PEER_CONNECTION_STATE_CONNECTING:
+            if (now - since_ >= CONNECTING_LIMIT) {
+                enter(RTC_PEER_CONNECTION_STATE_FAILED, now);
+            }
+            break;
+        case RTC_PEER_CONNECTION_STATE_CONNECTED:
+            if (isSilent) {
+                enter(RTC_PEER_CONNECTION_STATE_DISCONNECTED, now);
+            }
+            break;
+        case RTC_PEER_CONNECTION_STATE_DISCONNECTED:
+            if (!isSilent) {
+                enter(RTC_PEER_CONNECTION_STATE_CONNECTED, now);
+            } else if (now - since_ >= DISCONNECTED_LIMIT) {
+                enter(RTC_PEER_CONNECTION_STATE_FAILED, now);
+            }
+            break;
+        default:
+            break;
+    }
+}
+
+bool ConnectionMonitor::isOver() const {
+    return state_ == RTC_PEER_CONNECTION_STATE_FAILED || state_ == RTC_PEER_CONNECTION_STATE_CLOSED;
+}
+
+void ConnectionMonitor::enter(RTC_PEER_CONNECTION_STATE state, Clock::time_point now) {
+    state_ = state;
+    since_ = now;
+    report_(state);
+}
+
+}  // namespace hostsdk

@@ -1,0 +1,89 @@
+// One call.
+#ifndef HOSTSDK_PEER_CONNECTION_H
+#define HOSTSDK_PEER_CONNECTION_H
+
+#include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "connection/connection_monitor.h"
+#include "connection/gathering.h"
+#include "connection/handler_executor.h"
+#include "connection/statistics.h"
+#include "connection/transceiver.h"
+#include "engine/webrtc_pipeline.h"
+#include "text/answer.h"
+
+namespace hostsdk {
+
+// The record that callers hold is its base. Negotiation and closing come from one thread at a time; candidates and
+// statistics may come from any.
+class PeerConnection : public RtcPeerConnection {
+public:
+    // Null when GStreamer lacks an element.
+    static std::unique_ptr<PeerConnection> create(const RtcConfiguration& configuration);
+
+    PeerConnection(const PeerConnection&) = delete;
+    PeerConnection& operator=(const PeerConnection&) = delete;
+    PeerConnection(PeerConnection&&) = delete;
+    PeerConnection& operator=(PeerConnection&&) = delete;
+    ~PeerConnection();
+
+    // After it has returned no handler runs; called from inside a handler, that one still ends.
+    void close();
+
+    void setCandidateHandler(UINT64 customData, RtcOnIceCandidate handler);
+    void setStateHandler(UINT64 customData, RtcOnConnectionStateChange handler);
+
+    STATUS addTransceiver(const RtcMediaStreamTrack& track, RTC_RTP_TRANSCEIVER_DIRECTION direction,
+                          PRtcRtpTransceiver* ppTransceiver);
+    STATUS setRemoteDescription(const RtcSessionDescriptionInit& description);
+    STATUS createAnswer(PRtcSessionDescriptionInit pDescription);
+    STATUS setLocalDescription(const RtcSessionDescriptionInit& description);
+    STATUS currentLocalDescription(PRtcSessionDescriptionInit pDescription);
+    STATUS addIceCandidate(const std::string& line);
+    STATUS metrics(PRtcStats pStats);
+
+private:
+    explicit PeerConnection(const RtcConfiguration& configuration);
+
+    PipelineEvents makeEvents();
+    void reportCandidate(unsigned int mLineIndex, const std::string& line);
+    void reportGatheringEnd();
+    void callCandidateHandler(PCHAR json);
+    void reportState(RTC_PEER_CONNECTION_STATE state);
+    void reportFrame(RTC_CODEC codec, Frame* pFrame);
+    void reportBandwidth(double bitsPerSecond);
+    void checkConnection();
+    void setReady(bool ready);
+    // The first transceiver of the codec that answers none of the m-lines yet.
+    Transceiver* claimTransceiver(const std::string& kind, std::vector<Transceiver*>* pClaimed);
+    void addMedia();
+    std::shared_ptr<WebRtcPipeline> currentPipeline();
+    STATUS selectedCandidate(Side side, PRtcIceCandidateStats pRecord);
+    STATUS iceServer(PRtcIceServerStats pRecord);
+
+    std::vector<IceServer> servers_;
+    ConnectionMonitor monitor_;
+    std::shared_ptr<HandlerExecutor> executor_;
+    // Guards the pipeline's pointer; it is shared so that a call into it does not hold the lock.
+    std::mutex mutex_;
+    std::shared_ptr<WebRtcPipeline> pipeline_;
+    std::vector<std::unique_ptr<Transceiver>> transceivers_;
+    std::vector<OfferedMedia> offer_;
+    std::vector<AnsweredFormat> answered_;
+    std::atomic<bool> hasAskedServers_{false};
+    Gathering gathering_;  // of the handlers' thread alone
+    RtcOnIceCandidate onCandidate_ = nullptr;
+    UINT64 onCandidateData_ = 0;
+    RtcOnConnectionStateChange onState_ = nullptr;
+    UINT64 onStateData_ = 0;
+};
+
+}  // namespace hostsdk
+
+#endif

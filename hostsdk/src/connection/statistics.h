@@ -1,0 +1,25 @@
+// The SDK's statistics records, filled from what webrtcbin and the configuration know.
+#ifndef HOSTSDK_STATISTICS_H
+#define HOSTSDK_STATISTICS_H
+
+#include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
+
+#include <string>
+#include <vector>
+
+#include "engine/webrtc_pipeline.h"
+
+namespace hostsdk {
+
+enum class Side { LOCAL, REMOTE };
+
+// The selected pair's candidate of that side; empty fields while no pair is selected. `servers` tell the address and
+// the transport of the server that a local candidate was learnt from, of which webrtcbin knows only the host.
+RtcIceCandidateStats candidateStatistics(const Reply& statistics, Side side, const std::vector<IceServer>& servers);
+
+// A server that nothing was sent to.
+RtcIceServerStats untouchedServerStatistics(const IceServer& server, UINT32 index);
+
+}  // namespace hostsdk
+
+#endif

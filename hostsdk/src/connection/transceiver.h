@@ -1,0 +1,44 @@
+// One track of a connection, out and in.
+#ifndef HOSTSDK_TRANSCEIVER_H
+#define HOSTSDK_TRANSCEIVER_H
+
+#include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
+
+#include <memory>
+#include <mutex>
+
+#include "engine/media_sender.h"
+
+namespace hostsdk {
+
+// The record that callers hold is its base. Thread-safe.
+class Transceiver : public RtcRtpTransceiver {
+public:
+    Transceiver(const RtcMediaStreamTrack& track, RTC_RTP_TRANSCEIVER_DIRECTION wantedDirection);
+
+    void setFrameHandler(UINT64 customData, RtcOnFrame handler);
+    void setBandwidthHandler(UINT64 customData, RtcOnBandwidthEstimation handler);
+
+    // Attaches what negotiation made; null detaches it.
+    void setSender(std::unique_ptr<MediaSender> sender);
+    // Opens or closes the way for frames.
+    void setReady(bool ready);
+    STATUS write(const Frame& frame);
+
+    // Both run the handler, when there is one, on the calling thread.
+    void handleFrame(Frame* pFrame);
+    void handleBandwidth(double bitsPerSecond);
+
+private:
+    std::mutex mutex_;
+    std::unique_ptr<MediaSender> sender_;
+    bool ready_ = false;
+    RtcOnFrame onFrame_ = nullptr;
+    UINT64 onFrameData_ = 0;
+    RtcOnBandwidthEstimation onBandwidth_ = nullptr;
+    UINT64 onBandwidthData_ = 0;
+};
+
+}  // namespace hostsdk
+
+#endif

@@ -1,0 +1,65 @@
+#include "engine/dtls_close.h"
+
+#include <future>
+
+#include "engine/gst_support.h"
+
+namespace hostsdk {
+
+namespace {
+
+constexpr std::chrono::milliseconds SENDING_LIMIT{200};
+
+constexpr int DTLS_CONNECTED = 4;
+
+using Signal = std::promise<void>;
+
+bool isConnected(GstElement* pEncoder) {
+    gint state = 0;
+    g_object_get(pEncoder, "connection-state", &state, nullptr);
+    return state == DTLS_CONNECTED;
+}
+
+// Fulfils the promise at the pad's next occasion of that kind. The probe owns its share of the promise, since the
+// occasion may come after the limit.
+void signalOnce(GstPad* pPad, GstPadProbeType occasion, const std::shared_ptr<Signal>& signal) {
+    const GstPadProbeCallback onOccasion = [](GstPad*, GstPadProbeInfo*, gpointer pData) {
+        (*static_cast<std::shared_ptr<Signal>*>(pData))->set_value();
+        return GST_PAD_PROBE_REMOVE;
+    };
+    gst_pad_add_probe(pPad, occasion, onOccasion, new std::shared_ptr<Signal>(signal),
+                      [](gpointer pData) { delete static_cast<std::shared_ptr<Signal>*>(pData); });
+}
+
+void closeEncoder(GstElement* pEncoder) {
+    const GstPtr<GstPad> input(gst_element_get_static_pad(pEncoder, "sink"));
+    const GstPtr<GstPad> output(gst_element_get_static_pad(pEncoder, "src"));
+    if (input == nullptr || output == nullptr || !isConnected(pEncoder)) {
+        return;
+    }
+    const auto started = std::make_shared<Signal>();
+    signalOnce(output.get(), GST_PAD_PROBE_TYPE_BUFFER, started);
+    // The end of the stream of application data is what makes the encoder close its side.
+    gst_pad_send_event(input.get(), gst_event_new_eos());
+    if (started->get_future().wait_for(SENDING_LIMIT) != std::future_status::ready) {
+        return;
+    }
+    const auto sent = std::make_shared<Signal>();
+    signalOnce(output.get(), GST_PAD_PROBE_TYPE_IDLE, sent);
+    sent->get_future().wait_for(SENDING_LIMIT);
+}
+
+}  // namespace
+
+void sendDtlsClose(GstBin* pWebrtcbin) {
+    GstIterator* const pEncoders = gst_bin_iterate_all_by_element_factory_name(pWebrtcbin, "dtlsenc");
+    GValue item = G_VALUE_INIT;
+    while (gst_iterator_next(pEncoders, &item) == GST_ITERATOR_OK) {
+        closeEncoder(GST_ELEMENT(g_value_get_object(&item)));
+        g_value_reset(&item);
+    }
+    g_value_unset(&item);
+    gst_iterator_free(pEncoders);
+}
+
+}  // namespace hostsdk

@@ -1,0 +1,85 @@
+#include "engine/media_sender.h"
+
+#include <gst/app/gstappsrc.h>
+
+#include <cstdlib>
+#include <utility>
+
+#include "text/log.h"
+
+namespace hostsdk {
+
+namespace {
+
+constexpr gint64 NANOSECONDS_PER_TICK = 100;
+constexpr gint64 SAME_TIMELINE = 2 * static_cast<gint64>(GST_SECOND);
+// Some seconds of a rich stream: only a stuck transport gathers as much.
+constexpr guint64 MAX_QUEUED_BYTES = guint64{8} * 1024 * 1024;
+
+// h264parse repeats the parameter sets with each key frame, so that late joiners see a picture. The audio packetiser
+// must not count samples for its timestamps: a pause in the frames is a pause in the call.
+std::string senderDescription(RTC_CODEC codec, int payloadType, guint ssrc) {
+    const std::string numbers = " pt=" + std::to_string(payloadType) + " ssrc=" + std::to_string(ssrc);
+    if (codec == RTC_CODEC_MULAW) {
+        return "appsrc name=source is-live=true format=time caps=audio/x-mulaw,rate=8000,channels=1 ! "
+               "rtppcmupay min-ptime=20000000 max-ptime=20000000 perfect-rtptime=false" +
+               numbers;
+    }
+    return "appsrc name=source is-live=true format=time caps=video/x-h264,stream-format=byte-stream,alignment=au ! "
+           "h264parse config-interval=-1 ! "
+           "rtph264pay aggregate-mode=zero-latency config-interval=-1 mtu=1200" +
+           numbers;
+}
+
+}  // namespace
+
+GstClockTime PresentationClock::toRunningTime(UINT64 presentationTs, GstClockTime runningTime,
+                                              std::optional<gint64>* pTrackOffset) {
+    const auto presentation = static_cast<gint64>(presentationTs) * NANOSECONDS_PER_TICK;
+    const gint64 offset = static_cast<gint64>(runningTime) - presentation;
+    if (!*pTrackOffset) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        offset_ = offset_.value_or(offset);
+        *pTrackOffset = std::llabs(*offset_ - offset) < SAME_TIMELINE ? *offset_ : offset;
+    }
+    if (presentation + **pTrackOffset < 0) {
+        *pTrackOffset = offset;
+    }
+    return static_cast<GstClockTime>(presentation + **pTrackOffset);
+}
+
+std::unique_ptr<MediaSender> MediaSender::create(GstElement* pPipeline, GstPad* pWebrtcPad, RTC_CODEC codec,
+                                                 int payloadType, guint ssrc,
+                                                 const std::shared_ptr<PresentationClock>& clock) {
+    GError* pError = nullptr;
+    GstElement* const pChain =
+        gst_parse_bin_from_description(senderDescription(codec, payloadType, ssrc).c_str(), TRUE, &pError);
+    if (pChain == nullptr) {
+        logError(std::string("no sender: ") + pError->message);
+        g_error_free(pError);
+        return nullptr;
+    }
+    gst_bin_add(GST_BIN(pPipeline), pChain);
+    const GstPtr<GstPad> output(gst_element_get_static_pad(pChain, "src"));
+    gst_pad_link(output.get(), pWebrtcPad);
+    GstPtr<GstElement> source(gst_bin_get_by_name(GST_BIN(pChain), "source"));
+    gst_element_sync_state_with_parent(pChain);
+    return std::unique_ptr<MediaSender>(new MediaSender(pPipeline, std::move(source), clock));
+}
+
+MediaSender::MediaSender(GstElement* pPipeline, GstPtr<GstElement> source, std::shared_ptr<PresentationClock> clock)
+    : pPipeline_(pPipeline), source_(std::move(source)), clock_(std::move(clock)) {
+}
+
+STATUS MediaSender::write(const Frame& frame) {
+    GstAppSrc* const pSource = GST_APP_SRC(source_.get());
+    if (gst_app_src_get_current_level_bytes(pSource) > MAX_QUEUED_BYTES) {
+        return STATUS_NOT_ENOUGH_MEMORY;
+    }
+    GstBuffer* const pBuffer = gst_buffer_new_memdup(frame.frameData, frame.size);
+    const GstClockTime now = gst_element_get_current_running_time(pPipeline_);
+    GST_BUFFER_PTS(pBuffer) = clock_->toRunningTime(frame.presentationTs, now, &offset_);
+    return gst_app_src_push_buffer(pSource, pBuffer) == GST_FLOW_OK ? STATUS_SUCCESS : STATUS_INVALID_OPERATION;
+}
+
+}  // namespace hostsdk

@@ -1,0 +1,49 @@
+// One track on its way out: frames into RTP packets.
+#ifndef HOSTSDK_MEDIA_SENDER_H
+#define HOSTSDK_MEDIA_SENDER_H
+
+#include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
+
+#include <mutex>
+#include <optional>
+
+#include "engine/gst_support.h"
+
+namespace hostsdk {
+
+// Maps the presentation times of frames to the running time of the pipeline. The tracks of a connection share one, so
+// that a player keeps picture and sound together.
+class PresentationClock {
+public:
+    // Any thread. The difference of two results is that of the two presentation times (100 ns), as long as these
+    // stay near the pace of `runningTime`; a track with a timeline of its own gets one of its own.
+    GstClockTime toRunningTime(UINT64 presentationTs, GstClockTime runningTime, std::optional<gint64>* pTrackOffset);
+
+private:
+    std::mutex mutex_;
+    std::optional<gint64> offset_;
+};
+
+class MediaSender {
+public:
+    // Builds the elements for the codec in the pipeline and links them to the webrtcbin pad.
+    // Null when an element is missing.
+    static std::unique_ptr<MediaSender> create(GstElement* pPipeline, GstPad* pWebrtcPad, RTC_CODEC codec,
+                                               int payloadType, guint ssrc,
+                                               const std::shared_ptr<PresentationClock>& clock);
+
+    // Copies the frame and returns at once. One thread at a time.
+    STATUS write(const Frame& frame);
+
+private:
+    MediaSender(GstElement* pPipeline, GstPtr<GstElement> source, std::shared_ptr<PresentationClock> clock);
+
+    GstElement* pPipeline_;
+    GstPtr<GstElement> source_;
+    std::shared_ptr<PresentationClock> clock_;
+    std::optional<gint64> offset_;
+};
+
+}  // namespace hostsdk
+
+#endif

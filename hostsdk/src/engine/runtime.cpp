@@ -1,0 +1,50 @@
+#include "engine/runtime.h"
+
+#include <gst/gst.h>
+
+#include <string>
+
+#include "text/log.h"
+
+namespace hostsdk {
+
+namespace {
+
+// dtlsdec makes the certificate when the first one of the process is created.
+constexpr const char* ELEMENTS[] = {"webrtcbin", "nicesrc",    "nicesink",     "dtlsdec",    "dtlsenc",
+                                    "srtpenc",   "srtpdec",    "rtpbin",       "appsrc",     "appsink",
+                                    "h264parse", "rtph264pay", "rtph264depay", "rtppcmupay", "rtppcmudepay"};
+
+bool createOnce(const char* name) {
+    GstElement* const pElement = gst_element_factory_make(name, nullptr);
+    if (pElement == nullptr) {
+        logError(std::string("GStreamer has no element ") + name +
+                 ": its plugin sets base, good, bad and nice are needed");
+        return false;
+    }
+    gst_object_unref(gst_object_ref_sink(pElement));
+    return true;
+}
+
+bool start() {
+    GError* pError = nullptr;
+    if (!gst_init_check(nullptr, nullptr, &pError)) {
+        logError(std::string("GStreamer does not start: ") + (pError == nullptr ? "" : pError->message));
+        g_clear_error(&pError);
+        return false;
+    }
+    bool complete = true;
+    for (const char* const name : ELEMENTS) {
+        complete = createOnce(name) && complete;
+    }
+    return complete;
+}
+
+}  // namespace
+
+bool startRuntime() {
+    static const bool started = start();
+    return started;
+}
+
+}  // namespace hostsdk

@@ -1,0 +1,396 @@
+#include "engine/webrtc_pipeline.h"
+
+#include <gst/app/gstappsrc.h>
+#include <gst/rtp/gstrtcpbuffer.h>
+#include <gst/sdp/gstsdpmessage.h>
+
+#include <utility>
+
+#include "engine/agent_candidates.h"
+#include "engine/dtls_close.h"
+#include "engine/network_interfaces.h"
+#include "text/log.h"
+#include "text/remb.h"
+
+namespace hostsdk {
+
+namespace {
+
+constexpr guint JITTER_BUFFER_MS = 100;
+// Two instead of seven: gathering through a TURN server ends in 0.8 s instead of 2.0 s.
+constexpr guint STUN_RETRANSMISSIONS = 2;
+// Between two connectivity checks: the shortest pause that RFC 8445 allows. With the agent's own 20 ms, waiting for the
+// next check is most of the time that a call on a near network takes to connect.
+constexpr guint CHECK_PACING_MS = 5;
+constexpr int DTLS_CLOSED = 1;
+constexpr int DTLS_CONNECTED = 4;
+
+// RTP and RTCP packets, among everything that shares the transport (RFC 7983).
+bool isMediaPacket(guint8 firstByte) {
+    return firstByte >= 128 && firstByte <= 191;
+}
+
+GstWebRTCRTPTransceiverDirection toGst(RTC_RTP_TRANSCEIVER_DIRECTION direction) {
+    switch (direction) {
+        case RTC_RTP_TRANSCEIVER_DIRECTION_SENDRECV:
+            return GST_WEBRTC_RTP_TRANSCEIVER_DIRECTION_SENDRECV;
+        case RTC_RTP_TRANSCEIVER_DIRECTION_SENDONLY:
+            return GST_WEBRTC_RTP_TRANSCEIVER_DIRECTION_SENDONLY;
+        case RTC_RTP_TRANSCEIVER_DIRECTION_RECVONLY:
+            return GST_WEBRTC_RTP_TRANSCEIVER_DIRECTION_RECVONLY;
+        case RTC_RTP_TRANSCEIVER_DIRECTION_INACTIVE:
+            break;
+    }
+    return GST_WEBRTC_RTP_TRANSCEIVER_DIRECTION_INACTIVE;
+}
+
+bool sends(RTC_RTP_TRANSCEIVER_DIRECTION direction) {
+    return direction == RTC_RTP_TRANSCEIVER_DIRECTION_SENDRECV || direction == RTC_RTP_TRANSCEIVER_DIRECTION_SENDONLY;
+}
+
+// Without the ssrc, retransmission would announce a source 0 and browsers would show no picture.
+GstPtr<GstCaps> mediaCaps(const NegotiatedMedia& media, guint ssrc) {
+    const bool isAudio = media.codec == RTC_CODEC_MULAW;
+    GstPtr<GstCaps> caps(gst_caps_new_simple("application/x-rtp", "media", G_TYPE_STRING, isAudio ? "audio" : "video",
+                                             "encoding-name", G_TYPE_STRING, isAudio ? "PCMU" : "H264", "clock-rate",
+                                             G_TYPE_INT, isAudio ? 8000 : 90000, "payload", G_TYPE_INT,
+                                             media.format.payloadType, "ssrc", G_TYPE_UINT, ssrc, nullptr));
+    if (!isAudio) {
+        gst_caps_set_simple(caps.get(), "packetization-mode", G_TYPE_STRING, "1", nullptr);
+    }
+    return caps;
+}
+
+GstPtr<GObject> objectProperty(gpointer pObject, const char* name) {
+    GObject* pValue = nullptr;
+    g_object_get(pObject, name, &pValue, nullptr);
+    return GstPtr<GObject>(pValue);
+}
+
+bool isElement(GstElement* pElement, const char* factoryName) {
+    GstElementFactory* const pFactory = gst_element_get_factory(pElement);
+    return pFactory != nullptr && g_strcmp0(GST_OBJECT_NAME(pFactory), factoryName) == 0;
+}
+
+std::optional<RTC_CODEC> codecOf(GstPad* pPad) {
+    const GstPtr<GstCaps> caps(gst_pad_get_current_caps(pPad));
+    if (caps == nullptr) {
+        return std::nullopt;
+    }
+    const char* const name = gst_structure_get_string(gst_caps_get_structure(caps.get(), 0), "encoding-name");
+    if (g_strcmp0(name, "PCMU") == 0) {
+        return RTC_CODEC_MULAW;
+    }
+    if (g_strcmp0(name, "H264") == 0) {
+        return RTC_CODEC_H264_PROFILE_42E01F_LEVEL_ASYMMETRY_ALLOWED_PACKETIZATION_MODE;
+    }
+    return std::nullopt;
+}
+
+std::string descriptionText(const GstWebRTCSessionDescription* pDescription) {
+    char* const pText = gst_sdp_message_as_text(pDescription->sdp);
+    std::string text = pText;
+    g_free(pText);
+    return text;
+}
+
+}  // namespace
+
+// What webrtcbin's callbacks need; it outlives each of them.
+struct WebRtcPipeline::Link {
+    std::shared_ptr<HandlerExecutor> executor;
+    PipelineEvents events;
+    std::atomic<ConnectionMonitor::Clock::rep> lastPacket{0};
+    std::atomic<bool> dtlsConnected{false};
+
+    static void postTransport(const std::shared_ptr<Link>& link, TransportEvent event) {
+        link->executor->post([link, event] { link->events.onTransport(event); });
+    }
+
+    static void onCandidate(GstElement*, guint mLineIndex, gchar* pText, std::shared_ptr<Link>* pLink);
+    static void onGatheringDone(GObject* pAgent, guint stream, std::shared_ptr<Link>* pLink);
+    static void onConnectionState(GstElement* pWebrtcbin, GParamSpec*, std::shared_ptr<Link>* pLink);
+    static void onElementAdded(GstBin*, GstBin*, GstElement* pElement, std::shared_ptr<Link>* pLink);
+    static void onDtlsState(GstElement* pDtlsdec, GParamSpec*, std::shared_ptr<Link>* pLink);
+    static void onPadAdded(GstElement* pWebrtcbin, GstPad* pPad, std::shared_ptr<Link>* pLink);
+    static void onFeedback(GObject*, guint type, guint format, guint senderSsrc, guint mediaSsrc, GstBuffer* pControl,
+                           std::shared_ptr<Link>* pLink);
+    static GstPadProbeReturn onPacket(GstPad*, GstPadProbeInfo* pInfo, gpointer pLink);
+};
+
+void WebRtcPipeline::Link::onCandidate(GstElement*, guint mLineIndex, gchar* pText, std::shared_ptr<Link>* pLink) {
+    (*pLink)->executor->post(
+        [link = *pLink, mLineIndex, text = std::string(pText)] { link->events.onCandidate(mLineIndex, text); });
+}
+
+// Asked of the agent: webrtcbin (1.22) never calls gathering complete when a candidate arrives while it decides.
+void WebRtcPipeline::Link::onGatheringDone(GObject* pAgent, guint stream, std::shared_ptr<Link>* pLink) {
+    const std::size_t found = countAgentCandidates(pAgent, stream);
+    (*pLink)->executor->post([link = *pLink, found] { link->events.onGatheringDone(found); });
+}
+
+void WebRtcPipeline::Link::onConnectionState(GstElement* pWebrtcbin, GParamSpec*, std::shared_ptr<Link>* pLink) {
+    GstWebRTCPeerConnectionState state = GST_WEBRTC_PEER_CONNECTION_STATE_NEW;
+    g_object_get(pWebrtcbin, "connection-state", &state, nullptr);
+    if (state == GST_WEBRTC_PEER_CONNECTION_STATE_CONNECTED) {
+        postTransport(*pLink, TransportEvent::CONNECTED);
+    } else if (state == GST_WEBRTC_PEER_CONNECTION_STATE_FAILED) {
+        postTransport(*pLink, TransportEvent::FAILED);
+    }
+}
+
+void WebRtcPipeline::Link::onElementAdded(GstBin*, GstBin*, GstElement* pElement, std::shared_ptr<Link>* pLink) {
+    if (isElement(pElement, "dtlsdec")) {
+        connectSignal(pElement, "notify::connection-state", G_CALLBACK(onDtlsState), *pLink);
+    } else if (isElement(pElement, "nicesrc")) {
+        const GstPtr<GstPad> output(gst_element_get_static_pad(pElement, "src"));
+        gst_pad_add_probe(output.get(), GST_PAD_PROBE_TYPE_BUFFER, onPacket, new std::shared_ptr<Link>(*pLink),
+                          [](gpointer pData) { delete static_cast<std::shared_ptr<Link>*>(pData); });
+    }
+}
+
+// A far end that closes its connection says so through DTLS; webrtcbin's own states do not show it.
+void WebRtcPipeline::Link::onDtlsState(GstElement* pDtlsdec, GParamSpec*, std::shared_ptr<Link>* pLink) {
+    gint state = 0;
+    g_object_get(pDtlsdec, "connection-state", &state, nullptr);
+    if (state == DTLS_CONNECTED) {
+        (*pLink)->dtlsConnected = true;
+    } else if (state == DTLS_CLOSED && (*pLink)->dtlsConnected.exchange(false)) {
+        postTransport(*pLink, TransportEvent::CLOSED_BY_FAR_END);
+    }
+}
+
+void WebRtcPipeline::Link::onPadAdded(GstElement* pWebrtcbin, GstPad* pPad, std::shared_ptr<Link>* pLink) {
+    const std::optional<RTC_CODEC> codec = codecOf(pPad);
+    if (GST_PAD_DIRECTION(pPad) != GST_PAD_SRC || !codec) {
+        return;
+    }
+    const std::shared_ptr<Link> link = *pLink;
+    const GstPtr<GstElement> pipeline(GST_ELEMENT(gst_element_get_parent(pWebrtcbin)));
+    if (pipeline != nullptr) {
+        receiveMedia(pipeline.get(), pPad, *codec, link->executor,
+                     [link, codec = *codec](Frame* pFrame) { link->events.onFrame(codec, pFrame); });
+    }
+}
+
+void WebRtcPipeline::Link::onFeedback(GObject*, guint type, guint format, guint, guint, GstBuffer* pControl,
+                                      std::shared_ptr<Link>* pLink) {
+    GstMapInfo map;
+    if (type != GST_RTCP_TYPE_PSFB || format != GST_RTCP_PSFB_TYPE_AFB || pControl == nullptr ||
+        !gst_buffer_map(pControl, &map, GST_MAP_READ)) {
+        return;
+    }
+    const std::optional<double> limit = readRemb(map.data, map.size);
+    gst_buffer_unmap(pControl, &map);
+    if (limit) {
+        (*pLink)->executor->post([link = *pLink, limit = *limit] { link->events.onBandwidth(limit); });
+    }
+}
+
+GstPadProbeReturn WebRtcPipeline::Link::onPacket(GstPad*, GstPadProbeInfo* pInfo, gpointer pLink) {
+    guint8 firstByte = 0;
+    if (gst_buffer_extract(GST_PAD_PROBE_INFO_BUFFER(pInfo), 0, &firstByte, 1) == 1 && isMediaPacket(firstByte)) {
+        (*static_cast<std::shared_ptr<Link>*>(pLink))->lastPacket =
+            ConnectionMonitor::Clock::now().time_since_epoch().count();
+    }
+    return GST_PAD_PROBE_OK;
+}
+
+std::unique_ptr<WebRtcPipeline> WebRtcPipeline::create(bool relayOnly, const std::vector<IceServer>& servers,
+                                                       std::shared_ptr<HandlerExecutor> executor,
+                                                       PipelineEvents events) {
+    GstElement* const pWebrtcbin = gst_element_factory_make("webrtcbin", nullptr);
+    if (pWebrtcbin == nullptr) {
+        logError("GStreamer has no webrtcbin: its plugins bad and nice are needed");
+        return nullptr;
+    }
+    GstPtr<GstElement> pipeline(gst_pipeline_new(nullptr));
+    gst_bin_add(GST_BIN(pipeline.get()), pWebrtcbin);
+    auto link = std::make_shared<Link>();
+    link->executor = std::move(executor);
+    link->events = std::move(events);
+
+    std::unique_ptr<WebRtcPipeline> result(new WebRtcPipeline(std::move(pipeline), pWebrtcbin, std::move(link)));
+    result->configure(relayOnly, servers);
+    result->connectSignals();
+    if (gst_element_set_state(result->pipeline_.get(), GST_STATE_PLAYING) == GST_STATE_CHANGE_FAILURE) {
+        logError("webrtcbin does not start: GStreamer's plugins good, bad and nice are needed");
+        return nullptr;
+    }
+    return result;
+}
+
+WebRtcPipeline::WebRtcPipeline(GstPtr<GstElement> pipeline, GstElement* pWebrtcbin, std::shared_ptr<Link> link)
+    : pipeline_(std::move(pipeline)), pWebrtcbin_(pWebrtcbin), link_(std::move(link)) {
+}
+
+WebRtcPipeline::~WebRtcPipeline() {
+    sendDtlsClose(GST_BIN(pWebrtcbin_));
+    // The answer shows that webrtcbin's thread has done all that was asked of it; closing while it still gathers
+    // candidates would leak their sockets.
+    statistics();
+    gst_element_set_state(pipeline_.get(), GST_STATE_NULL);
+}
+
+void WebRtcPipeline::configure(bool relayOnly, const std::vector<IceServer>& servers) {
+    g_object_set(pWebrtcbin_, "bundle-policy", GST_WEBRTC_BUNDLE_POLICY_MAX_BUNDLE, "latency", JITTER_BUFFER_MS,
+                 "ice-transport-policy",
+                 relayOnly ? GST_WEBRTC_ICE_TRANSPORT_POLICY_RELAY : GST_WEBRTC_ICE_TRANSPORT_POLICY_ALL, nullptr);
+    configureAgent();
+    addServers(servers);
+
+    // Nobody reads the bus.
+    GstBus* const pBus = gst_pipeline_get_bus(GST_PIPELINE(pipeline_.get()));
+    gst_bus_set_sync_handler(
+        pBus,
+        [](GstBus*, GstMessage* pMessage, gpointer) {
+            gst_message_unref(pMessage);
+            return GST_BUS_DROP;
+        },
+        nullptr, nullptr);
+    gst_object_unref(pBus);
+}
+
+void WebRtcPipeline::configureAgent() {
+    const GstPtr<GObject> ice = objectProperty(pWebrtcbin_, "ice-agent");
+    g_object_set(ice.get(), "ice-tcp", FALSE, nullptr);
+    if (hasOnlyLoopback()) {
+        gboolean added = FALSE;
+        g_signal_emit_by_name(ice.get(), "add-local-ip-address", "127.0.0.1", &added);
+    }
+
+    const GstPtr<GObject> agent = objectProperty(ice.get(), "agent");
+    // The router's port mapping costs 200 ms of gathering, answered or not.
+    g_object_set(agent.get(), "upnp", FALSE, "stun-max-retransmissions", STUN_RETRANSMISSIONS, "stun-pacing-timer",
+                 CHECK_PACING_MS, nullptr);
+    connectSignal(agent.get(), "candidate-gathering-done", G_CALLBACK(Link::onGatheringDone), link_);
+}
+
+void WebRtcPipeline::addServers(const std::vector<IceServer>& servers) {
+    for (const IceServer& server : servers) {
+        if (!server.inUse) {
+            logDetail("ICE server left out: " + server.text);
+            continue;
+        }
+        const std::string uri = webrtcbinUri(*server.url, server.username, server.credential);
+        if (server.url->isRelay()) {
+            gboolean added = FALSE;
+            g_signal_emit_by_name(pWebrtcbin_, "add-turn-server", uri.c_str(), &added);
+        } else {
+            g_object_set(pWebrtcbin_, "stun-server", uri.c_str(), nullptr);
+        }
+    }
+}
+
+void WebRtcPipeline::connectSignals() {
+    connectSignal(pWebrtcbin_, "on-ice-candidate", G_CALLBACK(Link::onCandidate), link_);
+    connectSignal(pWebrtcbin_, "notify::connection-state", G_CALLBACK(Link::onConnectionState), link_);
+    connectSignal(pWebrtcbin_, "deep-element-added", G_CALLBACK(Link::onElementAdded), link_);
+    connectSignal(pWebrtcbin_, "pad-added", G_CALLBACK(Link::onPadAdded), link_);
+}
+
+bool WebRtcPipeline::setRemoteDescription(const std::string& sdp) {
+    return applyDescription("set-remote-description", GST_WEBRTC_SDP_TYPE_OFFER, sdp);
+}
+
+bool WebRtcPipeline::setLocalDescription(const std::string& sdp) {
+    if (!applyDescription("set-local-description", GST_WEBRTC_SDP_TYPE_ANSWER, sdp)) {
+        return false;
+    }
+    watchFeedback();
+    return true;
+}
+
+// The bundled media share one RTP session, which exists now.
+void WebRtcPipeline::watchFeedback() {
+    const GstPtr<GstElement> rtpbin(gst_bin_get_by_name(GST_BIN(pWebrtcbin_), "rtpbin"));
+    GObject* pSession = nullptr;
+    g_signal_emit_by_name(rtpbin.get(), "get-internal-session", 0U, &pSession);
+    const GstPtr<GObject> session(pSession);
+    if (session != nullptr) {
+        connectSignal(pSession, "on-feedback-rtcp", G_CALLBACK(Link::onFeedback), link_);
+    }
+}
+
+bool WebRtcPipeline::applyDescription(const char* action, GstWebRTCSDPType type, const std::string& sdp) {
+    GstSDPMessage* pMessage = nullptr;
+    if (gst_sdp_message_new_from_text(sdp.c_str(), &pMessage) != GST_SDP_OK) {
+        logError(std::string(action) + ": the text is no session description");
+        return false;
+    }
+    const GstPtr<GstWebRTCSessionDescription> description(gst_webrtc_session_description_new(type, pMessage));
+    const Reply reply(
+        [&](GstPromise* pPromise) { g_signal_emit_by_name(pWebrtcbin_, action, description.get(), pPromise); });
+    if (!reply.accepted()) {
+        logError(std::string(action) + ": " + reply.error());
+    }
+    return reply.accepted();
+}
+
+std::unique_ptr<MediaSender> WebRtcPipeline::addMedia(const NegotiatedMedia& media) {
+    const auto ssrc = static_cast<guint>(g_random_int_range(1, G_MAXINT32));
+    const GstPtr<GstCaps> caps = mediaCaps(media, ssrc);
+    if (!sends(media.direction)) {
+        GstWebRTCRTPTransceiver* pTransceiver = nullptr;
+        g_signal_emit_by_name(pWebrtcbin_, "add-transceiver", toGst(media.direction), caps.get(), &pTransceiver);
+        const GstPtr<GstWebRTCRTPTransceiver> owner(pTransceiver);
+        return nullptr;
+    }
+
+    GstPadTemplate* const pTemplate = gst_element_get_pad_template(pWebrtcbin_, "sink_%u");
+    const std::string name = "sink_" + std::to_string(media.mLineIndex);
+    const GstPtr<GstPad> pad(gst_element_request_pad(pWebrtcbin_, pTemplate, name.c_str(), caps.get()));
+    if (pad == nullptr) {
+        logError("webrtcbin gives no pad for m-line " + std::to_string(media.mLineIndex));
+        return nullptr;
+    }
+    GstWebRTCRTPTransceiver* pTransceiver = nullptr;
+    g_object_set(pad.get(), "msid", media.streamId.c_str(), nullptr);
+    g_object_get(pad.get(), "transceiver", &pTransceiver, nullptr);
+    const GstPtr<GstWebRTCRTPTransceiver> transceiver(pTransceiver);
+    g_object_set(pTransceiver, "codec-preferences", caps.get(), "direction", toGst(media.direction), nullptr);
+    if (media.codec != RTC_CODEC_MULAW) {
+        g_object_set(pTransceiver, "do-nack", TRUE, nullptr);
+    }
+    return MediaSender::create(pipeline_.get(), pad.get(), media.codec, media.format.payloadType, ssrc, clock_);
+}
+
+std::optional<std::string> WebRtcPipeline::createAnswer() {
+    const Reply reply(
+        [this](GstPromise* pPromise) { g_signal_emit_by_name(pWebrtcbin_, "create-answer", nullptr, pPromise); });
+    GstWebRTCSessionDescription* pAnswer = nullptr;
+    if (!reply.accepted() || reply.structure() == nullptr ||
+        !gst_structure_get(reply.structure(), "answer", GST_TYPE_WEBRTC_SESSION_DESCRIPTION, &pAnswer, nullptr)) {
+        logError("create-answer: " + reply.error());
+        return std::nullopt;
+    }
+    const GstPtr<GstWebRTCSessionDescription> answer(pAnswer);
+    return descriptionText(pAnswer);
+}
+
+std::string WebRtcPipeline::localDescription() const {
+    GstWebRTCSessionDescription* pDescription = nullptr;
+    g_object_get(pWebrtcbin_, "local-description", &pDescription, nullptr);
+    const GstPtr<GstWebRTCSessionDescription> description(pDescription);
+    return pDescription == nullptr ? "" : descriptionText(pDescription);
+}
+
+void WebRtcPipeline::addCandidate(const std::string& candidateLine) {
+    // Everything is bundled, so each candidate belongs to the transport of the first m-line.
+    g_signal_emit_by_name(pWebrtcbin_, "add-ice-candidate", 0U, candidateLine.c_str());
+}
+
+std::unique_ptr<Reply> WebRtcPipeline::statistics() const {
+    return std::make_unique<Reply>(
+        [this](GstPromise* pPromise) { g_signal_emit_by_name(pWebrtcbin_, "get-stats", nullptr, pPromise); });
+}
+
+std::optional<ConnectionMonitor::Clock::time_point> WebRtcPipeline::lastPacket() const {
+    const ConnectionMonitor::Clock::rep count = link_->lastPacket;
+    if (count == 0) {
+        return std::nullopt;
+    }
+    return ConnectionMonitor::Clock::time_point(ConnectionMonitor::Clock::duration(count));
+}
+
+}  // namespace hostsdk

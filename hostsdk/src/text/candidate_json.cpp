@@ -1,0 +1,63 @@
+#include "text/candidate_json.h"
+
+#include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
+
+#include <cstring>
+#include <new>
+
+#include "text/json_text.h"
+#include "text/status.h"
+
+namespace hostsdk {
+
+namespace {
+
+bool isBareLine(std::string_view text) {
+    return text.find("candidate:") == 0 || text.find("a=candidate:") == 0;
+}
+
+// A line that fills the record stays without a terminator, as in the SDK, so that callers meet the same danger; but
+// where the SDK writes a longer one past the end, this stops.
+void fillRecord(const std::string& line, PRtcIceCandidateInit pCandidate) {
+    const size_t length = std::min(line.size() + 1, sizeof(pCandidate->candidate));
+    std::memcpy(pCandidate->candidate, line.c_str(), length);
+}
+
+STATUS readCandidate(std::string_view text, PRtcIceCandidateInit pCandidate) {
+    if (isBareLine(text)) {
+        return STATUS_CANDIDATE_NOT_AN_OBJECT;
+    }
+    const nlohmann::json object = readJson(text);
+    if (object.is_discarded() || object.empty()) {
+        return STATUS_JSON_UNREADABLE;
+    }
+    if (!object.is_object()) {
+        return STATUS_CANDIDATE_NOT_AN_OBJECT;
+    }
+    const std::string line = stringMember(object, "candidate").value_or("");
+    if (line.empty()) {
+        return STATUS_CANDIDATE_MISSING;
+    }
+    fillRecord(line, pCandidate);
+    return STATUS_SUCCESS;
+}
+
+}  // namespace
+
+std::string writeCandidateJson(const std::string& candidateLine, const std::string& mid, unsigned int mLineIndex) {
+    return R"({"candidate":")" + escapeJson(candidateLine) + R"(","sdpMid":")" + escapeJson(mid) +
+           R"(","sdpMLineIndex":)" + std::to_string(mLineIndex) + "}";
+}
+
+}  // namespace hostsdk
+
+STATUS deserializeRtcIceCandidateInit(PCHAR json, UINT32 length, PRtcIceCandidateInit pCandidate) {
+    if (json == nullptr || pCandidate == nullptr) {
+        return STATUS_NULL_ARG;
+    }
+    try {
+        return hostsdk::readCandidate(std::string_view(json, length), pCandidate);
+    } catch (const std::bad_alloc&) {
+        return STATUS_NOT_ENOUGH_MEMORY;
+    }
+}

@@ -1,0 +1,80 @@
+#include "text/candidate_line.h"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <cctype>
+#include <sstream>
+#include <vector>
+
+namespace hostsdk {
+
+namespace {
+
+enum Field { FOUNDATION, COMPONENT, TRANSPORT, PRIORITY, ADDRESS, PORT, TYP, TYPE, FIELD_COUNT };
+
+std::vector<std::string> splitWords(const std::string& text) {
+    std::istringstream stream(text);
+    std::vector<std::string> words;
+    for (std::string word; stream >> word;) {
+        words.push_back(word);
+    }
+    return words;
+}
+
+std::string lowerCase(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char character) { return static_cast<char>(std::tolower(character)); });
+    return text;
+}
+
+bool isNumber(const std::string& text, unsigned long long maximum) {
+    constexpr size_t LONGEST = 10;
+    if (text.empty() || text.size() > LONGEST || text.find_first_not_of("0123456789") != std::string::npos) {
+        return false;
+    }
+    return std::stoull(text) <= maximum;
+}
+
+bool isNumericAddress(const std::string& address) {
+    in6_addr parsed{};
+    return inet_pton(AF_INET, address.c_str(), &parsed) == 1 || inet_pton(AF_INET6, address.c_str(), &parsed) == 1;
+}
+
+bool isUsable(const std::vector<std::string>& words) {
+    return words.size() >= FIELD_COUNT && isNumber(words[COMPONENT], 256) && lowerCase(words[TRANSPORT]) == "udp" &&
+           isNumber(words[PRIORITY], 0xffffffffULL) && isNumericAddress(words[ADDRESS]) &&
+           isNumber(words[PORT], 0xffffULL) && words[TYP] == "typ";
+}
+
+bool contains(const std::vector<std::string>& words, const char* word) {
+    return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+}  // namespace
+
+std::optional<std::string> usableCandidate(const std::string& line) {
+    const std::string candidate = line.compare(0, 2, "a=") == 0 ? line.substr(2) : line;
+    if (candidate.compare(0, sizeof("candidate:") - 1, "candidate:") != 0 || !isUsable(splitWords(candidate))) {
+        return std::nullopt;
+    }
+    return candidate;
+}
+
+std::string sdkCandidate(const std::string& line) {
+    std::vector<std::string> words = splitWords(line);
+    if (words.size() < FIELD_COUNT) {
+        return line;
+    }
+    words[TRANSPORT] = lowerCase(words[TRANSPORT]);
+    if (!contains(words, "raddr")) {
+        words.insert(words.begin() + FIELD_COUNT, {"raddr", "0.0.0.0", "rport", "0"});
+    }
+    std::string result;
+    for (const std::string& word : words) {
+        result += word + " ";
+    }
+    return result + "generation 0 network-cost 999";
+}
+
+}  // namespace hostsdk

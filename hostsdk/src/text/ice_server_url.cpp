@@ -1,0 +1,102 @@
+#include "text/ice_server_url.h"
+
+#include <cctype>
+#include <cstdio>
+
+namespace hostsdk {
+
+namespace {
+
+constexpr int DEFAULT_PORT = 3478;
+constexpr int DEFAULT_TLS_PORT = 5349;
+constexpr int MAX_PORT = 65535;
+
+bool isSecure(const IceServerUrl& url) {
+    return url.scheme == "stuns" || url.scheme == "turns";
+}
+
+std::optional<int> parsePort(const std::string& text) {
+    constexpr size_t LONGEST = 5;
+    if (text.empty() || text.size() > LONGEST || text.find_first_not_of("0123456789") != std::string::npos) {
+        return std::nullopt;
+    }
+    const int port = std::stoi(text);
+    if (port == 0 || port > MAX_PORT) {
+        return std::nullopt;
+    }
+    return port;
+}
+
+// Takes "host", "host:port" or "[address]:port" apart.
+bool parseHostAndPort(const std::string& text, IceServerUrl* pUrl) {
+    const size_t hostEnd = text.find('[') == 0 ? text.find(']') : 0;
+    if (hostEnd == std::string::npos) {
+        return false;
+    }
+    const size_t colon = text.find(':', hostEnd);
+    pUrl->host = text.substr(0, colon);
+    pUrl->port = isSecure(*pUrl) ? DEFAULT_TLS_PORT : DEFAULT_PORT;
+    if (colon != std::string::npos) {
+        const std::optional<int> port = parsePort(text.substr(colon + 1));
+        if (!port) {
+            return false;
+        }
+        pUrl->port = *port;
+    }
+    return !pUrl->host.empty() && pUrl->host.find_first_of(" \t\r\n/@?#%\"'<>") == std::string::npos;
+}
+
+std::string percentEncode(const std::string& text) {
+    std::string encoded;
+    for (const char character : text) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (std::isalnum(byte) != 0 || character == '-' || character == '_' || character == '.') {
+            encoded += character;
+            continue;
+        }
+        char escaped[sizeof("%00")];
+        snprintf(escaped, sizeof(escaped), "%%%02X", static_cast<unsigned int>(byte));
+        encoded += escaped;
+    }
+    return encoded;
+}
+
+}  // namespace
+
+bool IceServerUrl::isRelay() const {
+    return scheme == "turn" || scheme == "turns";
+}
+
+std::optional<IceServerUrl> parseIceServerUrl(const std::string& text) {
+    const size_t colon = text.find(':');
+    if (colon == std::string::npos) {
+        return std::nullopt;
+    }
+    IceServerUrl url;
+    url.scheme = text.substr(0, colon);
+    if (url.scheme != "stun" && url.scheme != "stuns" && !url.isRelay()) {
+        return std::nullopt;
+    }
+    const size_t query = text.find('?', colon);
+    url.transport = isSecure(url) ? "tcp" : "udp";
+    if (query != std::string::npos) {
+        if (text.substr(query) != "?transport=udp" && text.substr(query) != "?transport=tcp") {
+            return std::nullopt;
+        }
+        url.transport = text.substr(query + sizeof("?transport=") - 1);
+    }
+    const size_t length = query == std::string::npos ? query : query - colon - 1;
+    if (!parseHostAndPort(text.substr(colon + 1, length), &url)) {
+        return std::nullopt;
+    }
+    return url;
+}
+
+std::string webrtcbinUri(const IceServerUrl& url, const std::string& username, const std::string& credential) {
+    const std::string user = url.isRelay() ? percentEncode(username) + ":" + percentEncode(credential) + "@" : "";
+    // webrtcbin tries UDP and TCP at a TURN server whose transport is not stated.
+    const std::string query = url.isRelay() ? "?transport=" + url.transport : "";
+    return url.scheme + "://" + user + url.host + ":" + std::to_string(url.port) + query;
+}
+
+}  // namespace hostsdk

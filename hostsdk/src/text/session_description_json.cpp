@@ -1,0 +1,92 @@
+#include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
+
+#include <cstring>
+#include <new>
+
+#include "text/json_text.h"
+#include "text/record_text.h"
+#include "text/status.h"
+
+namespace hostsdk {
+
+namespace {
+
+STATUS readType(const nlohmann::json& object, SDP_TYPE* pType) {
+    if (!object.contains("type")) {
+        return STATUS_DESCRIPTION_TYPE_MISSING;
+    }
+    const std::string type = stringMember(object, "type").value_or("");
+    if (type != "offer" && type != "answer") {
+        return STATUS_DESCRIPTION_TYPE_UNKNOWN;
+    }
+    *pType = type == "offer" ? SDP_TYPE_OFFER : SDP_TYPE_ANSWER;
+    return STATUS_SUCCESS;
+}
+
+STATUS readDescription(std::string_view text, PRtcSessionDescriptionInit pDescription) {
+    nlohmann::json object = readJson(text);
+    const bool hasRawLineEnds = object.is_discarded();
+    if (hasRawLineEnds) {
+        object = readJson(withoutRawLineEnds(text));
+    }
+    if (!object.is_object() || object.empty()) {
+        return STATUS_JSON_UNREADABLE;
+    }
+
+    SDP_TYPE type = SDP_TYPE_OFFER;
+    const STATUS status = readType(object, &type);
+    if (status != STATUS_SUCCESS) {
+        return status;
+    }
+    const std::string sdp = stringMember(object, "sdp").value_or("");
+    if (sdp.empty() || hasRawLineEnds) {
+        return STATUS_DESCRIPTION_SDP_MISSING;
+    }
+    if (std::max(sdp.size(), escapedMember(text, "sdp").size()) > MAX_SESSION_DESCRIPTION_INIT_SDP_LEN) {
+        return STATUS_DESCRIPTION_SDP_TOO_LONG;
+    }
+    pDescription->type = type;
+    setField(pDescription->sdp, sdp);
+    return STATUS_SUCCESS;
+}
+
+std::string writeDescription(const RtcSessionDescriptionInit& description) {
+    const char* const type = description.type == SDP_TYPE_OFFER ? "offer" : "answer";
+    return std::string(R"({"type": ")") + type + R"(", "sdp": ")" + escapeJson(getField(description.sdp)) + R"("})";
+}
+
+STATUS copyOut(const std::string& json, PCHAR buffer, PUINT32 pLength) {
+    const size_t size = json.size() + 1;
+    if (size > *pLength) {
+        return STATUS_BUFFER_TOO_SMALL;
+    }
+    std::memcpy(buffer, json.c_str(), size);
+    *pLength = static_cast<UINT32>(size);
+    return STATUS_SUCCESS;
+}
+
+}  // namespace
+
+}  // namespace hostsdk
+
+STATUS deserializeSessionDescriptionInit(PCHAR json, UINT32 length, PRtcSessionDescriptionInit pDescription) {
+    if (json == nullptr || pDescription == nullptr) {
+        return STATUS_NULL_ARG;
+    }
+    try {
+        return hostsdk::readDescription(std::string_view(json, length), pDescription);
+    } catch (const std::bad_alloc&) {
+        return STATUS_NOT_ENOUGH_MEMORY;
+    }
+}
+
+STATUS serializeSessionDescriptionInit(PRtcSessionDescriptionInit pDescription, PCHAR json, PUINT32 pLength) {
+    if (pDescription == nullptr || json == nullptr || pLength == nullptr) {
+        return STATUS_NULL_ARG;
+    }
+    try {
+        return hostsdk::copyOut(hostsdk::writeDescription(*pDescription), json, pLength);
+    } catch (const std::bad_alloc&) {
+        return STATUS_NOT_ENOUGH_MEMORY;
+    }
+}
