@@ -22,7 +22,7 @@
 
 namespace {
 
-using namespace camera;
+using namespace zelrtc::camera;
 
 // A viewer has an event stream and a request or two.
 constexpr size_t THREADS_PER_CALL = 3;

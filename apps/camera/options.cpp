@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -171,4 +171,4 @@ std::optional<Options> readOptions(int argc, char** argv, int& exitStatus) {
     return options;
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

@@ -9,7 +9,7 @@
 #include "call/call_registry.h"
 #include "media/media_hub.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 struct Options {
     std::string host = "127.0.0.1";
@@ -28,6 +28,6 @@ struct Options {
  */
 std::optional<Options> readOptions(int argc, char** argv, int& exitStatus);
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

@@ -3,7 +3,7 @@
 #include <fstream>
 #include <stdexcept>
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 namespace {
 
 constexpr const char* chain =
@@ -87,4 +87,4 @@ void AudioReceiver::writeWav(const std::string& path) const {
     }
 }
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

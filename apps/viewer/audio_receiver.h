@@ -11,7 +11,7 @@
 #include "call_statistics.h"
 #include "gst_handles.h"
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 
 class AudioReceiver {
 public:
@@ -39,4 +39,4 @@ private:
     std::vector<std::int16_t> kept_;
 };
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 namespace {
 
 // An older picture is a misread strip: nothing on the way keeps pictures this long.
@@ -122,4 +122,4 @@ CallRecord CallStatistics::record() const {
     return copy;
 }
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

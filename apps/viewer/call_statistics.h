@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 
 struct PictureSize {
     int width = 0;
@@ -105,4 +105,4 @@ private:
     std::uint64_t audioSamples_ = 0;
 };
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

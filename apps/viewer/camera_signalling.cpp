@@ -5,7 +5,7 @@
 
 #include "http_exchange.h"
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 namespace {
 
 constexpr const char* jsonType = "application/json";
@@ -103,4 +103,4 @@ void CameraSignalling::hangUp() {
     expectSuccess(requests_.Delete(path_), "hanging up");
 }
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

@@ -10,7 +10,7 @@
 #include "event_stream.h"
 #include "signalling.h"
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 
 class CameraSignalling : public Signalling {
 public:
@@ -35,4 +35,4 @@ private:
     std::thread reader_;
 };
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

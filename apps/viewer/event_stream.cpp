@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 
 EventStreamParser::EventStreamParser(std::function<void(const ServerEvent&)> onEvent) : onEvent_(std::move(onEvent)) {
 }
@@ -59,4 +59,4 @@ void EventStreamParser::finishEvent() {
     }
 }
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

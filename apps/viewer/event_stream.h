@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 
 struct ServerEvent {
     std::string name;  // "message" when the server gave none
@@ -32,4 +32,4 @@ private:
     bool hasData_ = false;
 };
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

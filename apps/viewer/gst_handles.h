@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 
 template <auto release>
 struct ReleaseWith {
@@ -51,4 +51,4 @@ inline PadRef padOf(GstElement* bin, const char* element, const char* pad) {
     return PadRef(gst_element_get_static_pad(owner.get(), pad));
 }
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

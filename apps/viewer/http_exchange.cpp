@@ -4,7 +4,7 @@
 
 #include "signalling.h"
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 namespace {
 
 constexpr int mostAttempts = 3;
@@ -50,4 +50,4 @@ std::string locationPath(const httplib::Response& response) {
     return path == std::string::npos ? "/" : location.substr(path);
 }
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

@@ -6,7 +6,7 @@
 #include <functional>
 #include <string>
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 
 /**
  * The response, when its status is a good one.
@@ -24,4 +24,4 @@ void sendUntilAnswered(const std::function<httplib::Result()>& send, const std::
 /** The response's Location as a path. @throws SignallingError when there is none */
 std::string locationPath(const httplib::Response& response);
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

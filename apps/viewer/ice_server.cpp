@@ -6,7 +6,7 @@
 
 #include "gst_handles.h"
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 namespace {
 
 bool startsWith(const std::string& text, const std::string& start) {
@@ -52,4 +52,4 @@ IceServer parseIceServer(const std::string& text) {
     return server;
 }
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

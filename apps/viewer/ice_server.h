@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 
 struct IceServer {
     std::string url;  // RFC 7064 and 7065: stun:host:port, turn:host:port?transport=tcp
@@ -22,4 +22,4 @@ struct IceServer {
  */
 IceServer parseIceServer(const std::string& text);
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

@@ -22,10 +22,10 @@ void onSignal(int /*number*/) {
     interrupted = true;
 }
 
-void runAll(std::deque<zelviewer::ViewerCall>& calls) {
+void runAll(std::deque<zelrtc::viewer::ViewerCall>& calls) {
     std::vector<std::thread> threads;
     threads.reserve(calls.size());
-    for (zelviewer::ViewerCall& call : calls) {
+    for (zelrtc::viewer::ViewerCall& call : calls) {
         threads.emplace_back([&call] { call.run(); });
     }
     for (std::thread& thread : threads) {
@@ -36,28 +36,28 @@ void runAll(std::deque<zelviewer::ViewerCall>& calls) {
 }  // namespace
 
 int main(int argc, char** argv) try {
-    const zelviewer::Options options = zelviewer::parseOptions(argc, argv);
+    const zelrtc::viewer::Options options = zelrtc::viewer::parseOptions(argc, argv);
     gst_init(nullptr, nullptr);
     std::signal(SIGINT, onSignal);
     std::signal(SIGTERM, onSignal);
 
-    std::deque<zelviewer::ViewerCall> calls;
+    std::deque<zelrtc::viewer::ViewerCall> calls;
     for (int i = 0; i < options.calls; ++i) {
         calls.emplace_back(options, interrupted);
     }
     runAll(calls);
 
-    std::vector<zelviewer::CallRecord> records;
+    std::vector<zelrtc::viewer::CallRecord> records;
     records.reserve(calls.size());
-    for (const zelviewer::ViewerCall& call : calls) {
+    for (const zelrtc::viewer::ViewerCall& call : calls) {
         records.push_back(call.record());
     }
     std::cout << (options.json ? reportAsJson(records, options) : reportAsText(records, options)) << std::flush;
     const int status = exitStatus(records, options);
-    if (options.abortPoint != zelviewer::AbortPoint::never) {
+    if (options.abortPoint != zelrtc::viewer::AbortPoint::never) {
         std::_Exit(status);  // ending in order would tell the camera goodbye
     }
     return status;
-} catch (const zelviewer::StartRefused& refused) {
+} catch (const zelrtc::viewer::StartRefused& refused) {
     return refused.status;
 }

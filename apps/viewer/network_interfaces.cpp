@@ -5,7 +5,7 @@
 
 #include <memory>
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 namespace {
 
 bool carriesCalls(const ifaddrs& interface) {
@@ -32,4 +32,4 @@ bool hasOnlyLoopback() {
     return true;
 }
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

@@ -1,9 +1,9 @@
 /** What this host can gather candidates on. */
 #pragma once
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 
 /** Whether loopback is all there is; the ICE agent leaves loopback out unless it is told to use it. */
 bool hasOnlyLoopback();
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

@@ -4,7 +4,7 @@
 #include <regex>
 #include <stdexcept>
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 namespace {
 
 constexpr int usageError = 2;
@@ -139,4 +139,4 @@ Options parseOptions(int argc, const char* const* argv) {
     return options;
 }
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

@@ -8,7 +8,7 @@
 
 #include "ice_server.h"
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 
 using Milliseconds = std::chrono::milliseconds;
 
@@ -53,4 +53,4 @@ struct StartRefused {
  */
 Options parseOptions(int argc, const char* const* argv);
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

@@ -1,6 +1,6 @@
 #include "picture_clock.h"
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 namespace {
 
 constexpr std::size_t cells = 32;
@@ -39,4 +39,4 @@ std::optional<std::uint32_t> readPictureClock(const LumaPlane& picture) {
     return value;
 }
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <optional>
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 
 /** The brightness of a decoded picture; `data` belongs to the caller. */
 struct LumaPlane {
@@ -21,4 +21,4 @@ struct LumaPlane {
  */
 std::optional<std::uint32_t> readPictureClock(const LumaPlane& picture);
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

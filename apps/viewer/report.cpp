@@ -6,7 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 namespace {
 
 using nlohmann::ordered_json;
@@ -178,4 +178,4 @@ int exitStatus(const std::vector<CallRecord>& records, const Options& options) {
     return status;
 }
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

@@ -7,7 +7,7 @@
 #include "call_statistics.h"
 #include "options.h"
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 
 /** One line of JSON: {"ok":...,"calls":[...]}. */
 std::string reportAsJson(const std::vector<CallRecord>& records, const Options& options);
@@ -18,4 +18,4 @@ std::string reportAsText(const std::vector<CallRecord>& records, const Options& 
 /** 0: every call brought picture and sound, or left where it was told to; 1: one did not; 2: HTTP failed. */
 int exitStatus(const std::vector<CallRecord>& records, const Options& options);
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 
 struct Candidate {
     unsigned line;     // of the session description, from 0
@@ -48,4 +48,4 @@ public:
     virtual void hangUp() = 0;
 };
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 
 void TaskQueue::post(std::function<void()> task) {
     {
@@ -37,4 +37,4 @@ std::function<void()> TaskQueue::next(Clock::time_point deadline) {
     return task;
 }
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

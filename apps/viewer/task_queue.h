@@ -7,7 +7,7 @@
 #include <mutex>
 #include <queue>
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 
 /** GStreamer and HTTP callbacks must not wait for each other, so they post here and return. */
 class TaskQueue {
@@ -31,4 +31,4 @@ private:
     std::queue<std::function<void()>> tasks_;
 };
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

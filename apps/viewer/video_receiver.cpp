@@ -4,7 +4,7 @@
 
 #include "picture_clock.h"
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 namespace {
 
 constexpr const char* countChain =
@@ -78,4 +78,4 @@ void VideoReceiver::takePicture(GstSample* sample) {
     gst_video_frame_unmap(&frame);
 }
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

@@ -6,7 +6,7 @@
 #include "call_statistics.h"
 #include "gst_handles.h"
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 
 class VideoReceiver {
 public:
@@ -30,4 +30,4 @@ private:
     PictureSize size_;
 };
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

@@ -5,7 +5,7 @@
 #include "camera_signalling.h"
 #include "whep_signalling.h"
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 namespace {
 
 constexpr std::chrono::seconds gatheringLimit(10);
@@ -189,4 +189,4 @@ void ViewerCall::onEnded(const std::string& reason) {
     });
 }
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

@@ -10,7 +10,7 @@
 #include "task_queue.h"
 #include "viewer_peer.h"
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 
 class ViewerCall : private PeerListener, private SignallingListener {
 public:
@@ -69,4 +69,4 @@ private:
     TaskQueue::Clock::time_point connectedAt_;
 };
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

@@ -6,7 +6,7 @@
 
 #include "network_interfaces.h"
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 namespace {
 
 constexpr const char* videoCaps =
@@ -354,4 +354,4 @@ GstPadProbeReturn ViewerPeer::onTalkPacket(GstPad* /*pad*/, GstPadProbeInfo* /*i
     return GST_PAD_PROBE_OK;
 }
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

@@ -11,7 +11,7 @@
 #include "signalling.h"
 #include "video_receiver.h"
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 
 /** What happens to a peer; called on GStreamer's threads, which must not be held up. */
 class PeerListener {
@@ -73,4 +73,4 @@ private:
     std::vector<std::string> mids_;
 };
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

@@ -4,7 +4,7 @@
 
 #include "http_exchange.h"
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 namespace {
 
 constexpr std::chrono::seconds answerLimit(15);
@@ -57,4 +57,4 @@ void WhepSignalling::hangUp() {
     expectSuccess(requests_.Delete(path_), "hanging up");
 }
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

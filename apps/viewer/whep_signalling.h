@@ -7,7 +7,7 @@
 
 #include "signalling.h"
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 
 /** The answer always holds every candidate of the camera; our own may follow by PATCH. */
 class WhepSignalling : public Signalling {
@@ -27,4 +27,4 @@ private:
     std::string iceCredentials_;  // the offer's a=ice-ufrag and a=ice-pwd lines
 };
 
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

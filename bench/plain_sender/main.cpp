@@ -27,11 +27,11 @@ const char kCallPath[] = R"(/calls/(\d+))";
 
 class Sender {
 public:
-    explicit Sender(camera::MediaHub* hub, int stream) : hub_(hub), stream_(stream) {
+    explicit Sender(zelrtc::camera::MediaHub* hub, int stream) : hub_(hub), stream_(stream) {
     }
 
     json place(const std::string& body) {
-        auto peer = std::make_shared<bench::PlainPeer>([this] { hub_->requestKeyFrame(stream_); });
+        auto peer = std::make_shared<zelrtc::bench::PlainPeer>([this] { hub_->requestKeyFrame(stream_); });
         const std::string sdp = peer->answer(json::parse(body).at("sdp"));
         const json answer = {{"type", "answer"}, {"sdp", sdp}};
         peer->events()->append("answer", answer.dump());
@@ -41,17 +41,17 @@ public:
         return {{"id", newestId_}, {"trickle", true}, {"answer", answer}};
     }
 
-    std::shared_ptr<bench::PlainPeer> find(const httplib::Request& request) {
+    std::shared_ptr<zelrtc::bench::PlainPeer> find(const httplib::Request& request) {
         const std::lock_guard<std::mutex> lock(mutex_);
         const auto found = peers_.find(std::stoi(request.matches[1]));
         if (found == peers_.end()) {
-            throw camera::Problem(404, "there is no such call");
+            throw zelrtc::camera::Problem(404, "there is no such call");
         }
         return found->second;
     }
 
     void end(const httplib::Request& request) {
-        const std::shared_ptr<bench::PlainPeer> peer = find(request);
+        const std::shared_ptr<zelrtc::bench::PlainPeer> peer = find(request);
         hub_->detach(peer);
         peer->events()->append("ended", R"({"reason":"the viewer hung up"})");
         const std::lock_guard<std::mutex> lock(mutex_);
@@ -64,14 +64,14 @@ public:
     }
 
 private:
-    camera::MediaHub* hub_;
+    zelrtc::camera::MediaHub* hub_;
     const int stream_;
     std::mutex mutex_;
-    std::map<int, std::shared_ptr<bench::PlainPeer>> peers_;
+    std::map<int, std::shared_ptr<zelrtc::bench::PlainPeer>> peers_;
     int newestId_ = 0;
 };
 
-void addRoutes(camera::HttpServer* server, Sender* sender) {
+void addRoutes(zelrtc::camera::HttpServer* server, Sender* sender) {
     const std::string call = kCallPath;
     server->route("POST", "/calls", [sender](const httplib::Request& request, httplib::Response& response) {
         const json placed = sender->place(request.body);
@@ -80,7 +80,7 @@ void addRoutes(camera::HttpServer* server, Sender* sender) {
         response.set_content(placed.dump(), "application/json");
     });
     server->route("GET", call + "/events", [sender](const httplib::Request& request, httplib::Response& response) {
-        camera::streamEvents(sender->find(request)->events(), request, response);
+        zelrtc::camera::streamEvents(sender->find(request)->events(), request, response);
     });
     server->route("POST", call + "/candidates", [sender](const httplib::Request& request, httplib::Response& response) {
         const json candidate = json::parse(request.body);
@@ -93,7 +93,7 @@ void addRoutes(camera::HttpServer* server, Sender* sender) {
     });
     server->route("GET", "/health", [sender](const httplib::Request&, httplib::Response& response) {
         json health{{"status", "ok"}, {"calls", sender->calls()}};
-        if (const auto bytes = camera::heapBytes()) {
+        if (const auto bytes = zelrtc::camera::heapBytes()) {
             health["heapBytes"] = *bytes;
         }
         response.set_content(health.dump(), "application/json");
@@ -102,14 +102,14 @@ void addRoutes(camera::HttpServer* server, Sender* sender) {
 
 void serve(const std::string& videoFile) {
     constexpr int kStream = 1;
-    camera::initVideo();
-    std::array<camera::VideoInput, camera::VIDEO_STREAMS> inputs;
+    zelrtc::camera::initVideo();
+    std::array<zelrtc::camera::VideoInput, zelrtc::camera::VIDEO_STREAMS> inputs;
     if (!videoFile.empty()) {
-        inputs.at(kStream) = {camera::VideoInput::Kind::FILE, videoFile};
+        inputs.at(kStream) = {zelrtc::camera::VideoInput::Kind::FILE, videoFile};
     }
-    camera::MediaHub hub(inputs, camera::tonePattern());
+    zelrtc::camera::MediaHub hub(inputs, zelrtc::camera::tonePattern());
     Sender sender(&hub, kStream);
-    camera::HttpServer server(kHttpThreads);
+    zelrtc::camera::HttpServer server(kHttpThreads);
     addRoutes(&server, &sender);
     const int port = server.bind("127.0.0.1", 0);
 
@@ -118,7 +118,7 @@ void serve(const std::string& videoFile) {
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    std::thread serving(&camera::HttpServer::listen, &server);
+    std::thread serving(&zelrtc::camera::HttpServer::listen, &server);
     std::printf("listening on http://127.0.0.1:%d/\n", port);
     std::fflush(stdout);
     int received = 0;

@@ -8,7 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
-namespace bench {
+namespace zelrtc::bench {
 
 namespace {
 
@@ -190,7 +190,7 @@ void PlainPeer::push(GstElement* source, const uint8_t* data, size_t size) {
     gst_app_src_push_buffer(GST_APP_SRC(source), buffer);
 }
 
-void PlainPeer::onVideo(const camera::AccessUnit& unit) {
+void PlainPeer::onVideo(const zelrtc::camera::AccessUnit& unit) {
     const std::lock_guard<std::mutex> lock(feedMutex_);
     hadKeyFrame_ = isConnected_ && (hadKeyFrame_ || unit.isKeyFrame);
     if (hadKeyFrame_) {
@@ -198,7 +198,7 @@ void PlainPeer::onVideo(const camera::AccessUnit& unit) {
     }
 }
 
-void PlainPeer::onAudio(const camera::AudioFrame& frame) {
+void PlainPeer::onAudio(const zelrtc::camera::AudioFrame& frame) {
     const std::lock_guard<std::mutex> lock(feedMutex_);
     if (isConnected_) {
         push(audio_, frame.data, frame.size);
@@ -250,4 +250,4 @@ void PlainPeer::receiveAudio(GstPad* pad) {
     gst_element_sync_state_with_parent(bin);
 }
 
-}  // namespace bench
+}  // namespace zelrtc::bench

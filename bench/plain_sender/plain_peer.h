@@ -17,10 +17,10 @@
 #include "events/call_history.h"
 #include "media/media_hub.h"
 
-namespace bench {
+namespace zelrtc::bench {
 
 /** Any thread, but for the destructor, which must not run on one of GStreamer's. */
-class PlainPeer : public camera::FrameSink {
+class PlainPeer : public zelrtc::camera::FrameSink {
 public:
     /** @param onConnected told when media can flow, on a thread of GStreamer's */
     explicit PlainPeer(std::function<void()> onConnected);
@@ -33,12 +33,12 @@ public:
     void addCandidate(unsigned line, const std::string& candidate);
 
     /** Candidates and states, as a camera reports them. */
-    const std::shared_ptr<camera::EventLog>& events() const {
+    const std::shared_ptr<zelrtc::camera::EventLog>& events() const {
         return events_;
     }
 
-    void onVideo(const camera::AccessUnit& unit) override;
-    void onAudio(const camera::AudioFrame& frame) override;
+    void onVideo(const zelrtc::camera::AccessUnit& unit) override;
+    void onAudio(const zelrtc::camera::AudioFrame& frame) override;
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -54,7 +54,7 @@ private:
 
     const std::function<void()> onConnected_;
     const Clock::time_point start_ = Clock::now();
-    std::shared_ptr<camera::EventLog> events_ = std::make_shared<camera::EventLog>();
+    std::shared_ptr<zelrtc::camera::EventLog> events_ = std::make_shared<zelrtc::camera::EventLog>();
     GstElement* pipeline_;
     GstElement* webrtc_;
     std::mutex feedMutex_;
@@ -64,6 +64,6 @@ private:
     GstElement* audio_ = nullptr;
 };
 
-}  // namespace bench
+}  // namespace zelrtc::bench
 
 #endif

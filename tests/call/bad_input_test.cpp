@@ -7,7 +7,7 @@
 #include "camera_process.h"
 #include "viewer_process.h"
 
-namespace calltest {
+namespace zelrtc::test {
 namespace {
 
 using nlohmann::json;
@@ -127,4 +127,4 @@ TEST_F(UnderBadInput, EndsACallOnlyOnce) {
 }
 
 }  // namespace
-}  // namespace calltest
+}  // namespace zelrtc::test

@@ -10,7 +10,7 @@
 #include "turn_server.h"
 #include "viewer_process.h"
 
-namespace calltest {
+namespace zelrtc::test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -132,4 +132,4 @@ TEST(CallLog, SaysThatACallIsRelayOnly) {
 }
 
 }  // namespace
-}  // namespace calltest
+}  // namespace zelrtc::test

@@ -15,7 +15,7 @@
 #include "viewer_process.h"
 #include "waiting.h"
 
-namespace calltest {
+namespace zelrtc::test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -194,4 +194,4 @@ TEST_P(LeavesNothing, NoCallThreadDescriptorOrEncoder) {
 }
 
 }  // namespace
-}  // namespace calltest
+}  // namespace zelrtc::test

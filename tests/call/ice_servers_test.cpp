@@ -11,7 +11,7 @@
 #include "turn_server.h"
 #include "viewer_process.h"
 
-namespace calltest {
+namespace zelrtc::test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -73,4 +73,4 @@ TEST_F(ManyIceServers, TheTwentySecondIsNotUsed) {
 }
 
 }  // namespace
-}  // namespace calltest
+}  // namespace zelrtc::test

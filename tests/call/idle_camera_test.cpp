@@ -6,7 +6,7 @@
 #include "viewer_process.h"
 #include "waiting.h"
 
-namespace calltest {
+namespace zelrtc::test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -42,4 +42,4 @@ TEST(IdleCamera, StopsEncodingAfterTheLastCall) {
 }
 
 }  // namespace
-}  // namespace calltest
+}  // namespace zelrtc::test

@@ -7,7 +7,7 @@
 #include "viewer_process.h"
 #include "wav_file.h"
 
-namespace calltest {
+namespace zelrtc::test {
 namespace {
 
 using nlohmann::json;
@@ -130,4 +130,4 @@ TEST(WhepPlayer, GetsPictureAndSound) {
 }
 
 }  // namespace
-}  // namespace calltest
+}  // namespace zelrtc::test

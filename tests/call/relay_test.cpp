@@ -11,7 +11,7 @@
 #include "turn_server.h"
 #include "viewer_process.h"
 
-namespace calltest {
+namespace zelrtc::test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -114,4 +114,4 @@ TEST_P(RelayOnly, TheLogNamesThePairAndTheServer) {
 }
 
 }  // namespace
-}  // namespace calltest
+}  // namespace zelrtc::test

@@ -14,7 +14,7 @@
 #include "signalling.h"
 #include "task_queue.h"
 
-namespace zelviewer {
+namespace zelrtc::viewer {
 namespace {
 
 class ReadEvents : public ::testing::Test {
@@ -214,4 +214,4 @@ TEST(CallStatistics, CountsAPictureWithAnImpossibleAgeAsUnreadable) {
 }
 
 }  // namespace
-}  // namespace zelviewer
+}  // namespace zelrtc::viewer

@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-namespace camera {
+namespace zelrtc::camera {
 namespace {
 
 using ::testing::ElementsAre;
@@ -82,4 +82,4 @@ TEST(EventLogTest, AClosedLogTakesNothingMore) {
 }
 
 }  // namespace
-}  // namespace camera
+}  // namespace zelrtc::camera

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace camera {
+namespace zelrtc::camera {
 namespace {
 
 TEST(LogTextTest, FindsTheSessionInBothOfItsForms) {
@@ -30,4 +30,4 @@ TEST(LogTextTest, ControlCharactersDoNotReachTheLog) {
 }
 
 }  // namespace
-}  // namespace camera
+}  // namespace zelrtc::camera

@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-namespace camera {
+namespace zelrtc::camera {
 namespace {
 
 TEST(MulawTest, KnownCodesHaveTheirKnownSamples) {
@@ -31,4 +31,4 @@ TEST(MulawTest, TheErrorStaysBelowTheStepOfItsSegment) {
 }
 
 }  // namespace
-}  // namespace camera
+}  // namespace zelrtc::camera

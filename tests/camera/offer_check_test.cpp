@@ -4,7 +4,7 @@
 
 #include "http/http_error.h"
 
-namespace camera {
+namespace zelrtc::camera {
 namespace {
 
 using ::testing::HasSubstr;
@@ -89,4 +89,4 @@ TEST(OfferCheckTest, TakesTheSdpOutOfAnAnswer) {
 }
 
 }  // namespace
-}  // namespace camera
+}  // namespace zelrtc::camera

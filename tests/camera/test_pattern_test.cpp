@@ -4,7 +4,7 @@
 
 #include <vector>
 
-namespace camera {
+namespace zelrtc::camera {
 namespace {
 
 constexpr size_t WIDTH = 640;
@@ -110,4 +110,4 @@ TEST(TestPictureTest, TheClockShowsItsTime) {
 }
 
 }  // namespace
-}  // namespace camera
+}  // namespace zelrtc::camera

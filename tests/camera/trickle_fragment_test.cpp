@@ -4,7 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
-namespace camera {
+namespace zelrtc::camera {
 namespace {
 
 using nlohmann::json;
@@ -36,4 +36,4 @@ TEST(TrickleFragmentTest, WhatHoldsNoCandidateYieldsNone) {
 }
 
 }  // namespace
-}  // namespace camera
+}  // namespace zelrtc::camera

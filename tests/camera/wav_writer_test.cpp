@@ -9,7 +9,7 @@
 #include <iterator>
 #include <system_error>
 
-namespace camera {
+namespace zelrtc::camera {
 namespace {
 
 using ::testing::ElementsAre;
@@ -69,4 +69,4 @@ TEST_F(WavWriterTest, APathThatCannotBeWrittenIsReported) {
 }
 
 }  // namespace
-}  // namespace camera
+}  // namespace zelrtc::camera

@@ -8,7 +8,7 @@
 
 #include "zelwebrtc.h"
 
-namespace zelrtc_fuzz {
+namespace zelrtc::fuzz {
 
 struct Told {
     std::string operation;
@@ -53,6 +53,6 @@ private:
     }
 };
 
-}  // namespace zelrtc_fuzz
+}  // namespace zelrtc::fuzz
 
 #endif

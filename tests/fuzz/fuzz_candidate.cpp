@@ -10,7 +10,7 @@
 #include "promise.h"
 #include "text/candidate_line.h"
 
-using zelrtc_fuzz::require;
+using zelrtc::fuzz::require;
 
 namespace {
 
@@ -33,8 +33,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         return 0;
     }
     const std::string line(candidate.candidate, strnlen(candidate.candidate, sizeof(candidate.candidate)));
-    const auto usable = hostsdk::usableCandidate(line);
+    const auto usable = zelrtc::hostsdk::usableCandidate(line);
     require(!usable || !usable->empty(), "a usable candidate has a text");
-    hostsdk::sdkCandidate(line);
+    zelrtc::hostsdk::sdkCandidate(line);
     return 0;
 }

@@ -2,6 +2,6 @@
 #include "session_run.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    zelrtc_fuzz::SessionRun(data, size).run();
+    zelrtc::fuzz::SessionRun(data, size).run();
     return 0;
 }

@@ -11,21 +11,21 @@
 #include "text/answer.h"
 #include "text/offer.h"
 
-using zelrtc_fuzz::require;
+using zelrtc::fuzz::require;
 
 namespace {
 
 const CHAR UNTOUCHED = '#';
 
 void negotiate(const std::string& sdp) {
-    for (const hostsdk::OfferedMedia& media : hostsdk::parseOffer(sdp)) {
+    for (const zelrtc::hostsdk::OfferedMedia& media : zelrtc::hostsdk::parseOffer(sdp)) {
         for (const RTC_CODEC codec :
              {RTC_CODEC_H264_PROFILE_42E01F_LEVEL_ASYMMETRY_ALLOWED_PACKETIZATION_MODE, RTC_CODEC_MULAW}) {
-            const auto chosen = hostsdk::chooseFormat(media, codec);
+            const auto chosen = zelrtc::hostsdk::chooseFormat(media, codec);
             if (chosen) {
-                const std::string profile = hostsdk::profileLevelId(chosen->parameters);
+                const std::string profile = zelrtc::hostsdk::profileLevelId(chosen->parameters);
                 require(chosen->parameters.find(profile) != std::string::npos, "the profile is one of the offer's");
-                hostsdk::completeAnswer(sdp, {{chosen->payloadType, profile}});
+                zelrtc::hostsdk::completeAnswer(sdp, {{chosen->payloadType, profile}});
             }
         }
     }

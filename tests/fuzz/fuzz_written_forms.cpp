@@ -11,7 +11,7 @@
 #include "promise.h"
 #include "text/candidate_json.h"
 
-using zelrtc_fuzz::require;
+using zelrtc::fuzz::require;
 
 namespace {
 
@@ -56,7 +56,7 @@ void describe(FuzzedDataProvider* input) {
 void announce(FuzzedDataProvider* input) {
     const std::string line = plainText(input, MAX_ICE_CANDIDATE_INIT_CANDIDATE_LEN);
     const std::string mid = plainText(input, 32);
-    std::string json = hostsdk::writeCandidateJson(line, mid, input->ConsumeIntegral<unsigned int>());
+    std::string json = zelrtc::hostsdk::writeCandidateJson(line, mid, input->ConsumeIntegral<unsigned int>());
 
     RtcIceCandidateInit read;
     const STATUS status = deserializeRtcIceCandidateInit(json.data(), static_cast<UINT32>(json.size()), &read);

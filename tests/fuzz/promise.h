@@ -5,7 +5,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 
-namespace zelrtc_fuzz {
+namespace zelrtc::fuzz {
 
 inline void require(bool kept, const char* promise) {
     if (!kept) {
@@ -14,6 +14,6 @@ inline void require(bool kept, const char* promise) {
     }
 }
 
-}  // namespace zelrtc_fuzz
+}  // namespace zelrtc::fuzz
 
 #endif

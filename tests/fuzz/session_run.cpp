@@ -6,7 +6,7 @@
 #include "promise.h"
 #include "session_members.h"
 
-namespace zelrtc_fuzz {
+namespace zelrtc::fuzz {
 
 using zelrtc_test::member;
 using zelrtc_test::SdkCall;
@@ -272,4 +272,4 @@ UINT32 SessionRun::status() {
     return input_.ConsumeIntegralInRange<UINT32>(1, 0x5fffffff);
 }
 
-}  // namespace zelrtc_fuzz
+}  // namespace zelrtc::fuzz

@@ -15,7 +15,7 @@
 #include "recording_sdk.h"
 #include "zelwebrtc_session.h"
 
-namespace zelrtc_fuzz {
+namespace zelrtc::fuzz {
 
 /** What a C function sees of the text. */
 inline std::string untilTerminator(const std::string& text) {
@@ -101,6 +101,6 @@ private:
     std::vector<std::pair<size_t, size_t>> nestedCalls_;
 };
 
-}  // namespace zelrtc_fuzz
+}  // namespace zelrtc::fuzz
 
 #endif

@@ -3,7 +3,7 @@
 
 #include "promise.h"
 
-namespace zelrtc_fuzz {
+namespace zelrtc::fuzz {
 
 using zelrtc_test::RecordedConnection;
 using zelrtc_test::SdkCall;
@@ -109,4 +109,4 @@ void SessionRun::fireBandwidth() {
     require(sdk_.lines().size() == lines + 2, "a bitrate limit is logged, a sender's estimate is not");
 }
 
-}  // namespace zelrtc_fuzz
+}  // namespace zelrtc::fuzz

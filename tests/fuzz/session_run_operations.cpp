@@ -7,7 +7,7 @@
 
 #include "promise.h"
 
-namespace zelrtc_fuzz {
+namespace zelrtc::fuzz {
 
 using zelrtc_test::SdkCall;
 using zelrtc_test::SdkFunction;
@@ -186,4 +186,4 @@ void SessionRun::teminate() {
     require(session_->teminate() == 0, "teminate returns 0");
 }
 
-}  // namespace zelrtc_fuzz
+}  // namespace zelrtc::fuzz

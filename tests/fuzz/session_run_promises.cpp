@@ -6,7 +6,7 @@
 #include "promise.h"
 #include "session_members.h"
 
-namespace zelrtc_fuzz {
+namespace zelrtc::fuzz {
 
 using zelrtc_test::LogLine;
 using zelrtc_test::member;
@@ -74,4 +74,4 @@ void SessionRun::expectAll() {
     expectLines();
 }
 
-}  // namespace zelrtc_fuzz
+}  // namespace zelrtc::fuzz

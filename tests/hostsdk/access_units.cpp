@@ -7,24 +7,24 @@ namespace {
 std::vector<std::vector<uint8_t>> encode() {
     std::vector<std::vector<uint8_t>> units;
     gst_init(nullptr, nullptr);
-    GstElement* const pPipeline = gst_parse_launch(
+    GstElement* const pipeline = gst_parse_launch(
         "videotestsrc pattern=ball num-buffers=60 ! video/x-raw,width=160,height=120,framerate=30/1 ! "
         "x264enc tune=zerolatency speed-preset=ultrafast key-int-max=15 bitrate=300 ! "
         "video/x-h264,profile=constrained-baseline,stream-format=byte-stream,alignment=au ! "
         "appsink name=sink sync=false",
         nullptr);
-    GstElement* const pSink = gst_bin_get_by_name(GST_BIN(pPipeline), "sink");
-    gst_element_set_state(pPipeline, GST_STATE_PLAYING);
-    while (GstSample* const pSample = gst_app_sink_pull_sample(GST_APP_SINK(pSink))) {
-        GstBuffer* const pBuffer = gst_sample_get_buffer(pSample);
-        std::vector<uint8_t> unit(gst_buffer_get_size(pBuffer));
-        gst_buffer_extract(pBuffer, 0, unit.data(), unit.size());
+    GstElement* const sink = gst_bin_get_by_name(GST_BIN(pipeline), "sink");
+    gst_element_set_state(pipeline, GST_STATE_PLAYING);
+    while (GstSample* const sample = gst_app_sink_pull_sample(GST_APP_SINK(sink))) {
+        GstBuffer* const buffer = gst_sample_get_buffer(sample);
+        std::vector<uint8_t> unit(gst_buffer_get_size(buffer));
+        gst_buffer_extract(buffer, 0, unit.data(), unit.size());
         units.push_back(unit);
-        gst_sample_unref(pSample);
+        gst_sample_unref(sample);
     }
-    gst_element_set_state(pPipeline, GST_STATE_NULL);
-    gst_object_unref(pSink);
-    gst_object_unref(pPipeline);
+    gst_element_set_state(pipeline, GST_STATE_NULL);
+    gst_object_unref(sink);
+    gst_object_unref(pipeline);
     return units;
 }
 

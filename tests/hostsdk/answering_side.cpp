@@ -20,49 +20,49 @@ AnsweringSide::AnsweringSide(const std::string& iceServer, ICE_TRANSPORT_POLICY 
     RtcConfiguration configuration{};
     configuration.iceTransportPolicy = policy;
     iceServer.copy(configuration.iceServers[0].urls, MAX_ICE_CONFIG_URI_LEN);
-    EXPECT_EQ(createPeerConnection(&configuration, &pConnection_), STATUS_SUCCESS);
+    EXPECT_EQ(createPeerConnection(&configuration, &connection_), STATUS_SUCCESS);
     const auto self = static_cast<UINT64>(reinterpret_cast<uintptr_t>(this));
-    EXPECT_EQ(peerConnectionOnIceCandidate(pConnection_, self, onCandidate), STATUS_SUCCESS);
-    EXPECT_EQ(peerConnectionOnConnectionStateChange(pConnection_, self, onState), STATUS_SUCCESS);
-    pVideo_ = addTrack(RTC_CODEC_H264_PROFILE_42E01F_LEVEL_ASYMMETRY_ALLOWED_PACKETIZATION_MODE,
-                       MEDIA_STREAM_TRACK_KIND_VIDEO);
-    pAudio_ = addTrack(RTC_CODEC_MULAW, MEDIA_STREAM_TRACK_KIND_AUDIO);
-    EXPECT_EQ(transceiverOnFrame(pAudio_, self, onAudio), STATUS_SUCCESS);
+    EXPECT_EQ(peerConnectionOnIceCandidate(connection_, self, onCandidate), STATUS_SUCCESS);
+    EXPECT_EQ(peerConnectionOnConnectionStateChange(connection_, self, onState), STATUS_SUCCESS);
+    video_ = addTrack(RTC_CODEC_H264_PROFILE_42E01F_LEVEL_ASYMMETRY_ALLOWED_PACKETIZATION_MODE,
+                      MEDIA_STREAM_TRACK_KIND_VIDEO);
+    audio_ = addTrack(RTC_CODEC_MULAW, MEDIA_STREAM_TRACK_KIND_AUDIO);
+    EXPECT_EQ(transceiverOnFrame(audio_, self, onAudio), STATUS_SUCCESS);
 }
 
 AnsweringSide::~AnsweringSide() {
-    if (pConnection_ != nullptr) {
+    if (connection_ != nullptr) {
         close();
-        EXPECT_EQ(freePeerConnection(&pConnection_), STATUS_SUCCESS);
+        EXPECT_EQ(freePeerConnection(&connection_), STATUS_SUCCESS);
     }
 }
 
 PRtcRtpTransceiver AnsweringSide::addTrack(RTC_CODEC codec, MEDIA_STREAM_TRACK_KIND kind) {
     RtcMediaStreamTrack track{};
-    PRtcRtpTransceiver pTransceiver = nullptr;
+    PRtcRtpTransceiver transceiver = nullptr;
     track.codec = codec;
     track.kind = kind;
     strcpy(track.trackId, "track");
     strcpy(track.streamId, "stream");
-    EXPECT_EQ(addSupportedCodec(pConnection_, codec), STATUS_SUCCESS);
-    EXPECT_EQ(addTransceiver(pConnection_, &track, nullptr, &pTransceiver), STATUS_SUCCESS);
-    return pTransceiver;
+    EXPECT_EQ(addSupportedCodec(connection_, codec), STATUS_SUCCESS);
+    EXPECT_EQ(addTransceiver(connection_, &track, nullptr, &transceiver), STATUS_SUCCESS);
+    return transceiver;
 }
 
 STATUS AnsweringSide::setOffer(const std::string& sdp) {
     RtcSessionDescriptionInit offer{};
     offer.type = SDP_TYPE_OFFER;
     sdp.copy(offer.sdp, sizeof(offer.sdp) - 1);
-    return setRemoteDescription(pConnection_, &offer);
+    return setRemoteDescription(connection_, &offer);
 }
 
 STATUS AnsweringSide::answer(const std::string& offer) {
     STATUS status = setOffer(offer);
     if (status == STATUS_SUCCESS) {
-        status = createAnswer(pConnection_, &answer_);
+        status = createAnswer(connection_, &answer_);
     }
     if (status == STATUS_SUCCESS) {
-        status = setLocalDescription(pConnection_, &answer_);
+        status = setLocalDescription(connection_, &answer_);
     }
     return status;
 }
@@ -73,14 +73,14 @@ std::string AnsweringSide::answerSdp() const {
 
 std::string AnsweringSide::localSdp() {
     RtcSessionDescriptionInit local{};
-    EXPECT_EQ(peerConnectionGetCurrentLocalDescription(pConnection_, &local), STATUS_SUCCESS);
+    EXPECT_EQ(peerConnectionGetCurrentLocalDescription(connection_, &local), STATUS_SUCCESS);
     EXPECT_EQ(static_cast<int>(local.type), 0);
     return local.sdp;
 }
 
 STATUS AnsweringSide::addCandidate(const std::string& line) {
     std::string text = line;
-    return addIceCandidate(pConnection_, text.data());
+    return addIceCandidate(connection_, text.data());
 }
 
 STATUS AnsweringSide::writeVideo(size_t index) {
@@ -89,7 +89,7 @@ STATUS AnsweringSide::writeVideo(size_t index) {
     frame.frameData = unit.data();
     frame.size = static_cast<UINT32>(unit.size());
     frame.presentationTs = index * VIDEO_INTERVAL;
-    return writeFrame(pVideo_, &frame);
+    return writeFrame(video_, &frame);
 }
 
 STATUS AnsweringSide::writeAudio(size_t index) {
@@ -98,7 +98,7 @@ STATUS AnsweringSide::writeAudio(size_t index) {
     frame.frameData = samples.data();
     frame.size = AUDIO_SIZE;
     frame.presentationTs = index * AUDIO_INTERVAL;
-    return writeFrame(pAudio_, &frame);
+    return writeFrame(audio_, &frame);
 }
 
 bool AnsweringSide::writeUntil(const std::function<bool()>& condition) {
@@ -115,7 +115,7 @@ bool AnsweringSide::writeUntil(const std::function<bool()>& condition) {
 }
 
 void AnsweringSide::close() {
-    EXPECT_EQ(closePeerConnection(pConnection_), STATUS_SUCCESS);
+    EXPECT_EQ(closePeerConnection(connection_), STATUS_SUCCESS);
 }
 
 bool AnsweringSide::waitForState(RTC_PEER_CONNECTION_STATE state) {
@@ -193,11 +193,11 @@ VOID AnsweringSide::onState(UINT64 customData, RTC_PEER_CONNECTION_STATE state) 
     }
 }
 
-VOID AnsweringSide::onAudio(UINT64 customData, PFrame pFrame) {
+VOID AnsweringSide::onAudio(UINT64 customData, PFrame frame) {
     AnsweringSide& side = from(customData);
     side.note([&] {
-        side.audioSizes_.push_back(pFrame->size);
-        side.audioTimes_.push_back(pFrame->presentationTs);
+        side.audioSizes_.push_back(frame->size);
+        side.audioTimes_.push_back(frame->presentationTs);
     });
     if (side.duringAudio) {
         side.duringAudio();

@@ -53,13 +53,13 @@ public:
     bool allOnOneForeignThread();
 
     PRtcPeerConnection connection() const {
-        return pConnection_;
+        return connection_;
     }
     PRtcRtpTransceiver video() const {
-        return pVideo_;
+        return video_;
     }
     PRtcRtpTransceiver audio() const {
-        return pAudio_;
+        return audio_;
     }
 
     // Runs inside the state handler, after the state is noted.
@@ -71,14 +71,14 @@ private:
     static AnsweringSide& from(UINT64 customData);
     static VOID onCandidate(UINT64 customData, PCHAR json);
     static VOID onState(UINT64 customData, RTC_PEER_CONNECTION_STATE state);
-    static VOID onAudio(UINT64 customData, PFrame pFrame);
+    static VOID onAudio(UINT64 customData, PFrame frame);
 
     PRtcRtpTransceiver addTrack(RTC_CODEC codec, MEDIA_STREAM_TRACK_KIND kind);
     void note(const std::function<void()>& change);
 
-    PRtcPeerConnection pConnection_ = nullptr;
-    PRtcRtpTransceiver pVideo_ = nullptr;
-    PRtcRtpTransceiver pAudio_ = nullptr;
+    PRtcPeerConnection connection_ = nullptr;
+    PRtcRtpTransceiver video_ = nullptr;
+    PRtcRtpTransceiver audio_ = nullptr;
     RtcSessionDescriptionInit answer_{};
 
     std::mutex mutex_;

@@ -28,9 +28,9 @@ VOID ignoreBandwidth(UINT64, DOUBLE) {
 VOID ignoreSenderBandwidth(UINT64, UINT32, UINT32, UINT32, UINT32, UINT64) {
 }
 
-STATUS statistics(AnsweringSide* pSide, RTC_STATS_TYPE type, RtcStats* pStats) {
-    pStats->requestedTypeOfStats = type;
-    return rtcPeerConnectionGetMetrics(pSide->connection(), nullptr, pStats);
+STATUS statistics(AnsweringSide* side, RTC_STATS_TYPE type, RtcStats* stats) {
+    stats->requestedTypeOfStats = type;
+    return rtcPeerConnectionGetMetrics(side->connection(), nullptr, stats);
 }
 
 }  // namespace
@@ -44,54 +44,54 @@ TEST(Initialisation, canBeRepeated) {
 
 TEST(NullArguments, areRefused) {
     AnsweringSide side;
-    PRtcPeerConnection const pConnection = side.connection();
+    PRtcPeerConnection const connection = side.connection();
     RtcConfiguration configuration{};
-    PRtcPeerConnection pOther = nullptr;
+    PRtcPeerConnection other = nullptr;
     RtcMediaStreamTrack track{};
-    PRtcRtpTransceiver pTransceiver = nullptr;
+    PRtcRtpTransceiver transceiver = nullptr;
     RtcSessionDescriptionInit description{};
     RtcStats stats{};
     CHAR candidate[] = "";
 
-    EXPECT_EQ(createPeerConnection(nullptr, &pOther), STATUS_NULL_ARG);
+    EXPECT_EQ(createPeerConnection(nullptr, &other), STATUS_NULL_ARG);
     EXPECT_EQ(createPeerConnection(&configuration, nullptr), STATUS_NULL_ARG);
     EXPECT_EQ(closePeerConnection(nullptr), STATUS_NULL_ARG);
     EXPECT_EQ(freePeerConnection(nullptr), STATUS_NULL_ARG);
     EXPECT_EQ(peerConnectionOnIceCandidate(nullptr, 0, ignoreCandidate), STATUS_NULL_ARG);
-    EXPECT_EQ(peerConnectionOnIceCandidate(pConnection, 0, nullptr), STATUS_NULL_ARG);
+    EXPECT_EQ(peerConnectionOnIceCandidate(connection, 0, nullptr), STATUS_NULL_ARG);
     EXPECT_EQ(peerConnectionOnConnectionStateChange(nullptr, 0, ignoreState), STATUS_NULL_ARG);
-    EXPECT_EQ(peerConnectionOnConnectionStateChange(pConnection, 0, nullptr), STATUS_NULL_ARG);
+    EXPECT_EQ(peerConnectionOnConnectionStateChange(connection, 0, nullptr), STATUS_NULL_ARG);
     EXPECT_EQ(peerConnectionOnSenderBandwidthEstimation(nullptr, 0, ignoreSenderBandwidth), STATUS_NULL_ARG);
-    EXPECT_EQ(peerConnectionOnSenderBandwidthEstimation(pConnection, 0, nullptr), STATUS_NULL_ARG);
+    EXPECT_EQ(peerConnectionOnSenderBandwidthEstimation(connection, 0, nullptr), STATUS_NULL_ARG);
     EXPECT_EQ(addSupportedCodec(nullptr, RTC_CODEC_MULAW), STATUS_NULL_ARG);
-    EXPECT_EQ(addTransceiver(nullptr, &track, nullptr, &pTransceiver), STATUS_NULL_ARG);
-    EXPECT_EQ(addTransceiver(pConnection, nullptr, nullptr, &pTransceiver), STATUS_NULL_ARG);
-    EXPECT_EQ(addTransceiver(pConnection, &track, nullptr, nullptr), STATUS_NULL_ARG);
+    EXPECT_EQ(addTransceiver(nullptr, &track, nullptr, &transceiver), STATUS_NULL_ARG);
+    EXPECT_EQ(addTransceiver(connection, nullptr, nullptr, &transceiver), STATUS_NULL_ARG);
+    EXPECT_EQ(addTransceiver(connection, &track, nullptr, nullptr), STATUS_NULL_ARG);
     EXPECT_EQ(transceiverOnFrame(nullptr, 0, ignoreFrame), STATUS_NULL_ARG);
     EXPECT_EQ(transceiverOnFrame(side.video(), 0, nullptr), STATUS_NULL_ARG);
     EXPECT_EQ(transceiverOnBandwidthEstimation(nullptr, 0, ignoreBandwidth), STATUS_NULL_ARG);
     EXPECT_EQ(transceiverOnBandwidthEstimation(side.video(), 0, nullptr), STATUS_NULL_ARG);
     EXPECT_EQ(setRemoteDescription(nullptr, &description), STATUS_NULL_ARG);
-    EXPECT_EQ(setRemoteDescription(pConnection, nullptr), STATUS_NULL_ARG);
+    EXPECT_EQ(setRemoteDescription(connection, nullptr), STATUS_NULL_ARG);
     EXPECT_EQ(setLocalDescription(nullptr, &description), STATUS_NULL_ARG);
-    EXPECT_EQ(setLocalDescription(pConnection, nullptr), STATUS_NULL_ARG);
+    EXPECT_EQ(setLocalDescription(connection, nullptr), STATUS_NULL_ARG);
     EXPECT_EQ(createAnswer(nullptr, &description), STATUS_NULL_ARG);
-    EXPECT_EQ(createAnswer(pConnection, nullptr), STATUS_NULL_ARG);
+    EXPECT_EQ(createAnswer(connection, nullptr), STATUS_NULL_ARG);
     EXPECT_EQ(peerConnectionGetCurrentLocalDescription(nullptr, &description), STATUS_NULL_ARG);
-    EXPECT_EQ(peerConnectionGetCurrentLocalDescription(pConnection, nullptr), STATUS_NULL_ARG);
+    EXPECT_EQ(peerConnectionGetCurrentLocalDescription(connection, nullptr), STATUS_NULL_ARG);
     EXPECT_EQ(addIceCandidate(nullptr, candidate), STATUS_NULL_ARG);
-    EXPECT_EQ(addIceCandidate(pConnection, nullptr), STATUS_NULL_ARG);
+    EXPECT_EQ(addIceCandidate(connection, nullptr), STATUS_NULL_ARG);
     EXPECT_EQ(rtcPeerConnectionGetMetrics(nullptr, nullptr, &stats), STATUS_NULL_ARG);
-    EXPECT_EQ(rtcPeerConnectionGetMetrics(pConnection, nullptr, nullptr), STATUS_NULL_ARG);
+    EXPECT_EQ(rtcPeerConnectionGetMetrics(connection, nullptr, nullptr), STATUS_NULL_ARG);
 }
 
 TEST(FreeingAConnection, nullsItAndMayBeRepeated) {
     RtcConfiguration configuration{};
-    PRtcPeerConnection pConnection = nullptr;
-    ASSERT_EQ(createPeerConnection(&configuration, &pConnection), STATUS_SUCCESS);
-    EXPECT_EQ(freePeerConnection(&pConnection), STATUS_SUCCESS);
-    EXPECT_EQ(pConnection, nullptr);
-    EXPECT_EQ(freePeerConnection(&pConnection), STATUS_SUCCESS);
+    PRtcPeerConnection connection = nullptr;
+    ASSERT_EQ(createPeerConnection(&configuration, &connection), STATUS_SUCCESS);
+    EXPECT_EQ(freePeerConnection(&connection), STATUS_SUCCESS);
+    EXPECT_EQ(connection, nullptr);
+    EXPECT_EQ(freePeerConnection(&connection), STATUS_SUCCESS);
 }
 
 TEST(ClosingAConnection, mayBeRepeated) {
@@ -103,11 +103,11 @@ TEST(ClosingAConnection, mayBeRepeated) {
 TEST(Codecs, otherThanH264AndMulawAreRefused) {
     AnsweringSide side;
     RtcMediaStreamTrack track{};
-    PRtcRtpTransceiver pTransceiver = nullptr;
+    PRtcRtpTransceiver transceiver = nullptr;
     for (const RTC_CODEC codec : {RTC_CODEC_OPUS, RTC_CODEC_VP8, RTC_CODEC_ALAW}) {
         track.codec = codec;
         EXPECT_EQ(addSupportedCodec(side.connection(), codec), STATUS_NOT_IMPLEMENTED);
-        EXPECT_EQ(addTransceiver(side.connection(), &track, nullptr, &pTransceiver), STATUS_NOT_IMPLEMENTED);
+        EXPECT_EQ(addTransceiver(side.connection(), &track, nullptr, &transceiver), STATUS_NOT_IMPLEMENTED);
     }
 }
 
@@ -118,9 +118,9 @@ TEST(Transceiver, showsItsTrackAndSendsAndReceivesByDefault) {
 
     RtcRtpTransceiverInit init{RTC_RTP_TRANSCEIVER_DIRECTION_SENDONLY};
     RtcMediaStreamTrack track = side.video()->receiver.track;
-    PRtcRtpTransceiver pTransceiver = nullptr;
-    ASSERT_EQ(addTransceiver(side.connection(), &track, &init, &pTransceiver), STATUS_SUCCESS);
-    EXPECT_EQ(pTransceiver->direction, RTC_RTP_TRANSCEIVER_DIRECTION_SENDONLY);
+    PRtcRtpTransceiver transceiver = nullptr;
+    ASSERT_EQ(addTransceiver(side.connection(), &track, &init, &transceiver), STATUS_SUCCESS);
+    EXPECT_EQ(transceiver->direction, RTC_RTP_TRANSCEIVER_DIRECTION_SENDONLY);
 }
 
 TEST(BadIceServers, areAcceptedSilently) {

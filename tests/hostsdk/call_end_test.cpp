@@ -10,20 +10,20 @@
 
 namespace {
 
-void connect(AnsweringSide* pSide, WebrtcbinViewer* pViewer) {
-    ASSERT_EQ(pSide->answer(pViewer->makeOffer()), STATUS_SUCCESS);
-    ASSERT_TRUE(pSide->waitForGathering());
-    pViewer->setAnswer(pSide->localSdp());
-    ASSERT_TRUE(pSide->waitForState(RTC_PEER_CONNECTION_STATE_CONNECTED));
+void connect(AnsweringSide* side, WebrtcbinViewer* viewer) {
+    ASSERT_EQ(side->answer(viewer->makeOffer()), STATUS_SUCCESS);
+    ASSERT_TRUE(side->waitForGathering());
+    viewer->setAnswer(side->localSdp());
+    ASSERT_TRUE(side->waitForState(RTC_PEER_CONNECTION_STATE_CONNECTED));
 }
 
 int openDescriptors() {
-    DIR* const pDirectory = opendir("/proc/self/fd");
+    DIR* const directory = opendir("/proc/self/fd");
     int count = 0;
-    while (readdir(pDirectory) != nullptr) {  // NOLINT(concurrency-mt-unsafe): nobody else reads this directory stream
+    while (readdir(directory) != nullptr) {  // NOLINT(concurrency-mt-unsafe): nobody else reads this directory stream
         count++;
     }
-    closedir(pDirectory);
+    closedir(directory);
     return count;
 }
 

@@ -19,8 +19,8 @@ struct GuardedRecord {
     CHAR guard[64]{};
 };
 
-STATUS read(std::string json, RtcIceCandidateInit* pCandidate) {
-    return deserializeRtcIceCandidateInit(json.data(), static_cast<UINT32>(json.size()), pCandidate);
+STATUS read(std::string json, RtcIceCandidateInit* candidate) {
+    return deserializeRtcIceCandidateInit(json.data(), static_cast<UINT32>(json.size()), candidate);
 }
 
 STATUS statusOfCandidate(const std::string& json) {
@@ -91,21 +91,23 @@ TEST(CandidateJson, needsBothItsArguments) {
 }
 
 TEST(CandidateJson, isWrittenInTheSdksForm) {
-    EXPECT_EQ(hostsdk::writeCandidateJson("candidate:1 1 udp 1 192.0.2.2 9 typ host", "0", 0),
+    EXPECT_EQ(zelrtc::hostsdk::writeCandidateJson("candidate:1 1 udp 1 192.0.2.2 9 typ host", "0", 0),
               R"({"candidate":"candidate:1 1 udp 1 192.0.2.2 9 typ host","sdpMid":"0","sdpMLineIndex":0})");
-    EXPECT_EQ(hostsdk::writeCandidateJson("c", "a\"b", 2), R"({"candidate":"c","sdpMid":"a\"b","sdpMLineIndex":2})");
+    EXPECT_EQ(zelrtc::hostsdk::writeCandidateJson("c", "a\"b", 2),
+              R"({"candidate":"c","sdpMid":"a\"b","sdpMLineIndex":2})");
 }
 
 TEST(CandidateLine, ofAHostGetsTheAttributesThatTheSdkWrites) {
-    EXPECT_EQ(hostsdk::sdkCandidate("candidate:1 1 UDP 2130706431 192.0.2.2 45020 typ host"),
+    EXPECT_EQ(zelrtc::hostsdk::sdkCandidate("candidate:1 1 UDP 2130706431 192.0.2.2 45020 typ host"),
               "candidate:1 1 udp 2130706431 192.0.2.2 45020 typ host raddr 0.0.0.0 rport 0 generation 0 "
               "network-cost 999");
 }
 
 TEST(CandidateLine, ofARelayKeepsItsRelatedAddress) {
-    EXPECT_EQ(hostsdk::sdkCandidate("candidate:3 1 UDP 1 198.51.100.1 5000 typ relay raddr 192.0.2.2 rport 45020"),
-              "candidate:3 1 udp 1 198.51.100.1 5000 typ relay raddr 192.0.2.2 rport 45020 generation 0 "
-              "network-cost 999");
+    EXPECT_EQ(
+        zelrtc::hostsdk::sdkCandidate("candidate:3 1 UDP 1 198.51.100.1 5000 typ relay raddr 192.0.2.2 rport 45020"),
+        "candidate:3 1 udp 1 198.51.100.1 5000 typ relay raddr 192.0.2.2 rport 45020 generation 0 "
+        "network-cost 999");
 }
 
 TEST(CandidateLine, withANumericAddressOverUdpIsUsable) {
@@ -113,9 +115,9 @@ TEST(CandidateLine, withANumericAddressOverUdpIsUsable) {
                                    "candidate:1 1 UDP 1 2001:db8::1 9 typ srflx raddr :: "
                                    "rport 0 generation 0 ufrag abcd network-id 1",
                                    "candidate:1 1 udp 4294967295 192.0.2.2 0 typ host"}) {
-        EXPECT_EQ(hostsdk::usableCandidate(line), std::string(line));
+        EXPECT_EQ(zelrtc::hostsdk::usableCandidate(line), std::string(line));
     }
-    EXPECT_EQ(hostsdk::usableCandidate("a=candidate:1 1 udp 1 192.0.2.2 9 typ host"),
+    EXPECT_EQ(zelrtc::hostsdk::usableCandidate("a=candidate:1 1 udp 1 192.0.2.2 9 typ host"),
               std::string("candidate:1 1 udp 1 192.0.2.2 9 typ host"));
 }
 
@@ -127,6 +129,6 @@ TEST(CandidateLine, thatTheAgentCannotUseIsLeftOut) {
           "candidate:1 1 udp 1 192.0.2.2 65536 typ host", "candidate:1 1 udp 4294967296 192.0.2.2 9 typ host",
           "candidate:1 1 udp 99999999999999999999 192.0.2.2 9 typ host", "candidate:1 x udp 1 192.0.2.2 9 typ host",
           "candidate:1 1 udp -1 192.0.2.2 9 typ host", "candidate:1 1 udp 1 300.0.2.2 9 typ host"}) {
-        EXPECT_EQ(hostsdk::usableCandidate(line), std::nullopt) << line;
+        EXPECT_EQ(zelrtc::hostsdk::usableCandidate(line), std::nullopt) << line;
     }
 }

@@ -4,8 +4,8 @@
 
 #include <vector>
 
-using hostsdk::ConnectionMonitor;
-using hostsdk::TransportEvent;
+using zelrtc::hostsdk::ConnectionMonitor;
+using zelrtc::hostsdk::TransportEvent;
 using namespace std::chrono_literals;
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-using hostsdk::Gathering;
+using zelrtc::hostsdk::Gathering;
 using namespace std::chrono_literals;
 
 namespace {

@@ -6,7 +6,7 @@
 #include <future>
 #include <vector>
 
-using hostsdk::HandlerExecutor;
+using zelrtc::hostsdk::HandlerExecutor;
 using namespace std::chrono_literals;
 
 namespace {
@@ -101,10 +101,10 @@ TEST(HandlerExecutor, canBeStoppedFromInsideATask) {
 }
 
 TEST(HandlerExecutor, canBeDestroyedFromInsideATask) {
-    auto* const pExecutor = new HandlerExecutor(doNothing, NEVER);
+    auto* const executor = new HandlerExecutor(doNothing, NEVER);
     std::promise<void> done;
-    pExecutor->post([&] {
-        delete pExecutor;
+    executor->post([&] {
+        delete executor;
         done.set_value();
     });
     EXPECT_EQ(done.get_future().wait_for(DEADLINE), std::future_status::ready);

@@ -5,8 +5,8 @@
 namespace {
 
 std::string uriFor(const std::string& text, const std::string& user = "", const std::string& credential = "") {
-    const std::optional<hostsdk::IceServerUrl> url = hostsdk::parseIceServerUrl(text);
-    return url ? hostsdk::webrtcbinUri(*url, user, credential) : "refused";
+    const std::optional<zelrtc::hostsdk::IceServerUrl> url = zelrtc::hostsdk::parseIceServerUrl(text);
+    return url ? zelrtc::hostsdk::webrtcbinUri(*url, user, credential) : "refused";
 }
 
 }  // namespace

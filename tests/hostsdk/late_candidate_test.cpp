@@ -17,8 +17,8 @@ namespace {
 // loaded machine does, until the end was reported, if it is.
 class HeldBackCandidate {
 public:
-    explicit HeldBackCandidate(AnsweringSide* pSide)
-        : pSide_(pSide),
+    explicit HeldBackCandidate(AnsweringSide* side)
+        : side_(side),
           signal_(g_signal_lookup("new-candidate-full", g_type_from_name("NiceAgent"))),
           hook_(g_signal_add_emission_hook(signal_, 0, hold, this, nullptr)) {
     }
@@ -37,16 +37,16 @@ public:
 private:
     static constexpr int SERVER_REFLEXIVE = 1;  // libnice's number, the candidate's first field
 
-    static gboolean hold(GSignalInvocationHint*, guint, const GValue* pArguments, gpointer pData) {
-        if (*static_cast<const int*>(g_value_get_boxed(pArguments + 1)) == SERVER_REFLEXIVE) {
-            auto* const pSelf = static_cast<HeldBackCandidate*>(pData);
-            pSelf->held_ = true;
-            pSelf->pSide_->waitForGathering(300ms);
+    static gboolean hold(GSignalInvocationHint*, guint, const GValue* arguments, gpointer data) {
+        if (*static_cast<const int*>(g_value_get_boxed(arguments + 1)) == SERVER_REFLEXIVE) {
+            auto* const self = static_cast<HeldBackCandidate*>(data);
+            self->held_ = true;
+            self->side_->waitForGathering(300ms);
         }
         return TRUE;
     }
 
-    AnsweringSide* pSide_;
+    AnsweringSide* side_;
     std::atomic<bool> held_{false};
     guint signal_;
     gulong hook_;

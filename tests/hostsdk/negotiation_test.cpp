@@ -27,12 +27,12 @@ int count(const std::string& text, const std::string& part) {
 TEST(Answer, sendsVideoAndSharesAudio) {
     AnsweringSide side;
     ASSERT_EQ(side.answer(offerOf("video audio")), STATUS_SUCCESS);
-    const auto media = hostsdk::parseOffer(side.answerSdp());
+    const auto media = zelrtc::hostsdk::parseOffer(side.answerSdp());
     ASSERT_EQ(media.size(), 2U);
     EXPECT_EQ(media[0].kind, "video");
     EXPECT_EQ(media[0].direction, RTC_RTP_TRANSCEIVER_DIRECTION_SENDONLY);
     EXPECT_EQ(media[0].formats.at(0).payloadType, 96);
-    EXPECT_EQ(hostsdk::profileLevelId(media[0].formats.at(0).parameters), "42e01f");
+    EXPECT_EQ(zelrtc::hostsdk::profileLevelId(media[0].formats.at(0).parameters), "42e01f");
     EXPECT_EQ(media[1].kind, "audio");
     EXPECT_EQ(media[1].direction, RTC_RTP_TRANSCEIVER_DIRECTION_SENDRECV);
     EXPECT_NE(side.answerSdp().find(" msid:stream "), std::string::npos);
@@ -42,7 +42,7 @@ TEST(Answer, sendsVideoAndSharesAudio) {
 TEST(Answer, followsTheOrderOfTheOffer) {
     AnsweringSide side;
     ASSERT_EQ(side.answer(offerOf("audio video")), STATUS_SUCCESS);
-    const auto media = hostsdk::parseOffer(side.answerSdp());
+    const auto media = zelrtc::hostsdk::parseOffer(side.answerSdp());
     ASSERT_EQ(media.size(), 2U);
     EXPECT_EQ(media[0].kind, "audio");
     EXPECT_EQ(media[0].direction, RTC_RTP_TRANSCEIVER_DIRECTION_SENDRECV);
@@ -53,7 +53,7 @@ TEST(Answer, followsTheOrderOfTheOffer) {
 TEST(Answer, leavesASectionWithoutACommonCodecInactive) {
     AnsweringSide side;
     ASSERT_EQ(side.answer(offerOf("vp8 audio")), STATUS_SUCCESS);
-    const auto media = hostsdk::parseOffer(side.answerSdp());
+    const auto media = zelrtc::hostsdk::parseOffer(side.answerSdp());
     ASSERT_EQ(media.size(), 2U);
     EXPECT_EQ(media[0].direction, RTC_RTP_TRANSCEIVER_DIRECTION_INACTIVE);
     EXPECT_EQ(media[1].direction, RTC_RTP_TRANSCEIVER_DIRECTION_SENDRECV);
@@ -62,7 +62,7 @@ TEST(Answer, leavesASectionWithoutACommonCodecInactive) {
 TEST(Answer, leavesASecondVideoSectionInactive) {
     AnsweringSide side;
     ASSERT_EQ(side.answer(offerOf("video video")), STATUS_SUCCESS);
-    const auto media = hostsdk::parseOffer(side.answerSdp());
+    const auto media = zelrtc::hostsdk::parseOffer(side.answerSdp());
     ASSERT_EQ(media.size(), 2U);
     EXPECT_EQ(media[0].direction, RTC_RTP_TRANSCEIVER_DIRECTION_SENDONLY);
     EXPECT_EQ(media[1].direction, RTC_RTP_TRANSCEIVER_DIRECTION_INACTIVE);

@@ -14,25 +14,26 @@ constexpr RTC_RTP_TRANSCEIVER_DIRECTION SENDONLY = RTC_RTP_TRANSCEIVER_DIRECTION
 constexpr RTC_RTP_TRANSCEIVER_DIRECTION RECVONLY = RTC_RTP_TRANSCEIVER_DIRECTION_RECVONLY;
 constexpr RTC_RTP_TRANSCEIVER_DIRECTION INACTIVE = RTC_RTP_TRANSCEIVER_DIRECTION_INACTIVE;
 
-hostsdk::OfferedMedia videoSection(const std::string& lines) {
-    return hostsdk::parseOffer("v=0\r\nm=video 9 UDP/TLS/RTP/SAVPF 96 97 98 99\r\n" + lines).at(0);
+zelrtc::hostsdk::OfferedMedia videoSection(const std::string& lines) {
+    return zelrtc::hostsdk::parseOffer("v=0\r\nm=video 9 UDP/TLS/RTP/SAVPF 96 97 98 99\r\n" + lines).at(0);
 }
 
 int chosenVideo(const std::string& lines) {
-    const std::optional<hostsdk::PayloadFormat> format = hostsdk::chooseFormat(videoSection(lines), H264);
+    const std::optional<zelrtc::hostsdk::PayloadFormat> format =
+        zelrtc::hostsdk::chooseFormat(videoSection(lines), H264);
     return format ? format->payloadType : -1;
 }
 
 }  // namespace
 
 TEST(Offer, thatIsNoDescriptionHasNoMedia) {
-    EXPECT_TRUE(hostsdk::parseOffer("").empty());
-    EXPECT_TRUE(hostsdk::parseOffer("rubbish\r\nm=video 9 RTP 96\r\n").empty());
-    EXPECT_TRUE(hostsdk::parseOffer("v=0\r\ns=-\r\n").empty());
+    EXPECT_TRUE(zelrtc::hostsdk::parseOffer("").empty());
+    EXPECT_TRUE(zelrtc::hostsdk::parseOffer("rubbish\r\nm=video 9 RTP 96\r\n").empty());
+    EXPECT_TRUE(zelrtc::hostsdk::parseOffer("v=0\r\ns=-\r\n").empty());
 }
 
 TEST(Offer, listsItsMediaInTheirOrder) {
-    const auto media = hostsdk::parseOffer(
+    const auto media = zelrtc::hostsdk::parseOffer(
         "v=0\na=recvonly\nm=application 9 UDP/DTLS/SCTP webrtc-datachannel\na=mid:data\nm=audio 0 RTP/SAVPF 0 8\n"
         "a=mid:1\na=sendrecv\nm=video 9 RTP/SAVPF 96\na=mid:v\n");
     ASSERT_EQ(media.size(), 3U);
@@ -48,7 +49,7 @@ TEST(Offer, listsItsMediaInTheirOrder) {
 }
 
 TEST(Offer, doesNotRejectWhatItOnlyBundles) {
-    const auto media = hostsdk::parseOffer("v=0\r\nm=audio 0 RTP/SAVPF 0\r\na=bundle-only\r\n");
+    const auto media = zelrtc::hostsdk::parseOffer("v=0\r\nm=audio 0 RTP/SAVPF 0\r\na=bundle-only\r\n");
     EXPECT_FALSE(media.at(0).rejected);
 }
 
@@ -82,40 +83,48 @@ TEST(ChosenVideo, isNothingWithoutH264) {
 }
 
 TEST(ChosenAudio, isMulawWithOrWithoutItsRtpmap) {
-    const auto bare = hostsdk::parseOffer("v=0\r\nm=audio 9 RTP/SAVPF 111 0 8\r\na=rtpmap:111 opus/48000/2\r\n");
-    EXPECT_EQ(hostsdk::chooseFormat(bare.at(0), MULAW).value_or(hostsdk::PayloadFormat{-1, "", ""}).payloadType, 0);
-    const auto mapped = hostsdk::parseOffer("v=0\r\nm=audio 9 RTP/SAVPF 111 101\r\na=rtpmap:101 pcmu/8000\r\n");
-    EXPECT_EQ(hostsdk::chooseFormat(mapped.at(0), MULAW).value_or(hostsdk::PayloadFormat{-1, "", ""}).payloadType, 101);
+    const auto bare =
+        zelrtc::hostsdk::parseOffer("v=0\r\nm=audio 9 RTP/SAVPF 111 0 8\r\na=rtpmap:111 opus/48000/2\r\n");
+    EXPECT_EQ(zelrtc::hostsdk::chooseFormat(bare.at(0), MULAW)
+                  .value_or(zelrtc::hostsdk::PayloadFormat{-1, "", ""})
+                  .payloadType,
+              0);
+    const auto mapped = zelrtc::hostsdk::parseOffer("v=0\r\nm=audio 9 RTP/SAVPF 111 101\r\na=rtpmap:101 pcmu/8000\r\n");
+    EXPECT_EQ(zelrtc::hostsdk::chooseFormat(mapped.at(0), MULAW)
+                  .value_or(zelrtc::hostsdk::PayloadFormat{-1, "", ""})
+                  .payloadType,
+              101);
 }
 
 TEST(ChosenAudio, isNothingWithoutMulaw) {
-    const auto media = hostsdk::parseOffer("v=0\r\nm=audio 9 RTP/SAVPF 111 8\r\na=rtpmap:111 opus/48000/2\r\n");
-    EXPECT_FALSE(hostsdk::chooseFormat(media.at(0), MULAW));
+    const auto media = zelrtc::hostsdk::parseOffer("v=0\r\nm=audio 9 RTP/SAVPF 111 8\r\na=rtpmap:111 opus/48000/2\r\n");
+    EXPECT_FALSE(zelrtc::hostsdk::chooseFormat(media.at(0), MULAW));
 }
 
 TEST(AnswerDirection, isWhatBothSidesWant) {
-    EXPECT_EQ(hostsdk::answerDirection(SENDRECV, SENDRECV), SENDRECV);
-    EXPECT_EQ(hostsdk::answerDirection(RECVONLY, SENDRECV), SENDONLY);
-    EXPECT_EQ(hostsdk::answerDirection(SENDONLY, SENDRECV), RECVONLY);
-    EXPECT_EQ(hostsdk::answerDirection(INACTIVE, SENDRECV), INACTIVE);
-    EXPECT_EQ(hostsdk::answerDirection(SENDRECV, SENDONLY), SENDONLY);
-    EXPECT_EQ(hostsdk::answerDirection(SENDONLY, SENDONLY), INACTIVE);
-    EXPECT_EQ(hostsdk::answerDirection(SENDRECV, RECVONLY), RECVONLY);
+    EXPECT_EQ(zelrtc::hostsdk::answerDirection(SENDRECV, SENDRECV), SENDRECV);
+    EXPECT_EQ(zelrtc::hostsdk::answerDirection(RECVONLY, SENDRECV), SENDONLY);
+    EXPECT_EQ(zelrtc::hostsdk::answerDirection(SENDONLY, SENDRECV), RECVONLY);
+    EXPECT_EQ(zelrtc::hostsdk::answerDirection(INACTIVE, SENDRECV), INACTIVE);
+    EXPECT_EQ(zelrtc::hostsdk::answerDirection(SENDRECV, SENDONLY), SENDONLY);
+    EXPECT_EQ(zelrtc::hostsdk::answerDirection(SENDONLY, SENDONLY), INACTIVE);
+    EXPECT_EQ(zelrtc::hostsdk::answerDirection(SENDRECV, RECVONLY), RECVONLY);
 }
 
 TEST(CompleteAnswer, namesTheOfferedProfile) {
-    EXPECT_EQ(hostsdk::completeAnswer("a=fmtp:96 packetization-mode=1\r\n", {{96, "42001f"}}),
+    EXPECT_EQ(zelrtc::hostsdk::completeAnswer("a=fmtp:96 packetization-mode=1\r\n", {{96, "42001f"}}),
               "a=fmtp:96 packetization-mode=1;profile-level-id=42001f\r\n");
-    EXPECT_EQ(hostsdk::completeAnswer("a=fmtp:96 packetization-mode=1\r\n", {{96, ""}}),
+    EXPECT_EQ(zelrtc::hostsdk::completeAnswer("a=fmtp:96 packetization-mode=1\r\n", {{96, ""}}),
               "a=fmtp:96 packetization-mode=1;profile-level-id=42e01f\r\n");
-    EXPECT_EQ(hostsdk::completeAnswer("a=fmtp:96 profile-level-id=42e01f\r\na=fmtp:97 apt=96\r\n", {{96, "42001f"}}),
-              "a=fmtp:96 profile-level-id=42e01f\r\na=fmtp:97 apt=96\r\n");
+    EXPECT_EQ(
+        zelrtc::hostsdk::completeAnswer("a=fmtp:96 profile-level-id=42e01f\r\na=fmtp:97 apt=96\r\n", {{96, "42001f"}}),
+        "a=fmtp:96 profile-level-id=42e01f\r\na=fmtp:97 apt=96\r\n");
 }
 
 TEST(CompleteAnswer, leavesTransportWideFeedbackOut) {
-    EXPECT_EQ(hostsdk::completeAnswer("a=rtcp-fb:96 nack\r\na=rtcp-fb:96 transport-cc\r\n"
-                                      "a=extmap:3 http://www.ietf.org/id/"
-                                      "draft-holmer-rmcat-transport-wide-cc-extensions-01\r\na=sendonly\r\n",
-                                      {}),
+    EXPECT_EQ(zelrtc::hostsdk::completeAnswer("a=rtcp-fb:96 nack\r\na=rtcp-fb:96 transport-cc\r\n"
+                                              "a=extmap:3 http://www.ietf.org/id/"
+                                              "draft-holmer-rmcat-transport-wide-cc-extensions-01\r\na=sendonly\r\n",
+                                              {}),
               "a=rtcp-fb:96 nack\r\na=sendonly\r\n");
 }

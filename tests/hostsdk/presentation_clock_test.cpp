@@ -2,7 +2,7 @@
 
 #include "engine/media_sender.h"
 
-using hostsdk::PresentationClock;
+using zelrtc::hostsdk::PresentationClock;
 
 namespace {
 

@@ -14,8 +14,8 @@ constexpr STATUS NO_SDP = 0x55000004;
 constexpr STATUS NO_TYPE = 0x55000005;
 constexpr STATUS SDP_TOO_LONG = 0x55000006;
 
-STATUS read(std::string json, RtcSessionDescriptionInit* pDescription) {
-    return deserializeSessionDescriptionInit(json.data(), static_cast<UINT32>(json.size()), pDescription);
+STATUS read(std::string json, RtcSessionDescriptionInit* description) {
+    return deserializeSessionDescriptionInit(json.data(), static_cast<UINT32>(json.size()), description);
 }
 
 STATUS statusOfDescription(const std::string& json) {

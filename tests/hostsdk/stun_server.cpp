@@ -24,10 +24,10 @@ using Message = std::array<uint8_t, HEADER_SIZE + 12>;
 Message responseTo(const Message& request, const sockaddr_in& client) {
     Message response = request;
     std::copy(RESPONSE.begin(), RESPONSE.end(), response.begin());
-    auto* pPlace = std::copy(ATTRIBUTE.begin(), ATTRIBUTE.end(), response.begin() + HEADER_SIZE);
-    pPlace = std::copy_n(reinterpret_cast<const uint8_t*>(&client.sin_port), sizeof client.sin_port, pPlace);
+    auto* place = std::copy(ATTRIBUTE.begin(), ATTRIBUTE.end(), response.begin() + HEADER_SIZE);
+    place = std::copy_n(reinterpret_cast<const uint8_t*>(&client.sin_port), sizeof client.sin_port, place);
     const in_addr_t address = inet_addr(StunServer::MAPPED_ADDRESS);
-    std::copy_n(reinterpret_cast<const uint8_t*>(&address), sizeof address, pPlace);
+    std::copy_n(reinterpret_cast<const uint8_t*>(&address), sizeof address, place);
     return response;
 }
 
@@ -35,10 +35,10 @@ Message responseTo(const Message& request, const sockaddr_in& client) {
 
 StunServer::StunServer() : socket_(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
     place_.sin_family = AF_INET;
-    place_.sin_addr.s_addr = inet_addr(calltest::ownAddress().c_str());
+    place_.sin_addr.s_addr = inet_addr(zelrtc::test::ownAddress().c_str());
     socklen_t size = sizeof place_;
-    auto* const pPlace = reinterpret_cast<sockaddr*>(&place_);
-    if (bind(socket_, pPlace, size) != 0 || getsockname(socket_, pPlace, &size) != 0) {
+    auto* const place = reinterpret_cast<sockaddr*>(&place_);
+    if (bind(socket_, place, size) != 0 || getsockname(socket_, place, &size) != 0) {
         ::close(socket_);
         throw std::runtime_error("no free port");
     }
@@ -52,17 +52,17 @@ StunServer::~StunServer() {
 }
 
 std::string StunServer::url() const {
-    return "stun:" + calltest::ownAddress() + ":" + std::to_string(ntohs(place_.sin_port));
+    return "stun:" + zelrtc::test::ownAddress() + ":" + std::to_string(ntohs(place_.sin_port));
 }
 
 void StunServer::serve() const {
     Message request{};
     sockaddr_in client{};
     socklen_t size = sizeof client;
-    auto* const pClient = reinterpret_cast<sockaddr*>(&client);
+    auto* const address = reinterpret_cast<sockaddr*>(&client);
     // A message without a byte is the end.
-    while (recvfrom(socket_, request.data(), request.size(), 0, pClient, &size) >= static_cast<ssize_t>(HEADER_SIZE)) {
+    while (recvfrom(socket_, request.data(), request.size(), 0, address, &size) >= static_cast<ssize_t>(HEADER_SIZE)) {
         const Message response = responseTo(request, client);
-        sendto(socket_, response.data(), response.size(), 0, pClient, size);
+        sendto(socket_, response.data(), response.size(), 0, address, size);
     }
 }

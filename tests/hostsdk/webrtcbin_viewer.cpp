@@ -26,13 +26,13 @@ struct WebrtcbinViewer::Observer {
     std::atomic<guint32> videoTimestampStep{0};
     std::atomic<bool> frozen{false};
 
-    static void onGatheringState(GstElement* pWebrtcbin, GParamSpec*, Observer* pSelf);
-    static void onPadAdded(GstElement* pWebrtcbin, GstPad* pPad, Observer* pSelf);
-    static void onElementAdded(GstBin*, GstBin*, GstElement* pElement, Observer* pSelf);
-    static void onDtlsState(GstElement* pDtlsdec, GParamSpec*, Observer* pSelf);
-    static GstFlowReturn onAudio(GstAppSink* pSink, gpointer pSelf);
-    static GstFlowReturn onVideo(GstAppSink* pSink, gpointer pSelf);
-    static GstPadProbeReturn onSend(GstPad*, GstPadProbeInfo*, gpointer pSelf);
+    static void onGatheringState(GstElement* webrtcbin, GParamSpec*, Observer* self);
+    static void onPadAdded(GstElement* webrtcbin, GstPad* pad, Observer* self);
+    static void onElementAdded(GstBin*, GstBin*, GstElement* element, Observer* self);
+    static void onDtlsState(GstElement* dtlsdec, GParamSpec*, Observer* self);
+    static GstFlowReturn onAudio(GstAppSink* sink, gpointer self);
+    static GstFlowReturn onVideo(GstAppSink* sink, gpointer self);
+    static GstPadProbeReturn onSend(GstPad*, GstPadProbeInfo*, gpointer self);
 };
 
 namespace {
@@ -47,27 +47,27 @@ constexpr const char* VIDEO_CAPS =
 constexpr const char* VP8_CAPS = "application/x-rtp,media=video,encoding-name=VP8,clock-rate=90000,payload=98";
 constexpr const char* AUDIO_CAPS = "application/x-rtp,media=audio,encoding-name=PCMU,clock-rate=8000,payload=0";
 
-std::string textOf(GstWebRTCSessionDescription* pDescription) {
-    char* const pText = gst_sdp_message_as_text(pDescription->sdp);
-    std::string text = pText;
-    g_free(pText);
-    gst_webrtc_session_description_free(pDescription);
+std::string textOf(GstWebRTCSessionDescription* description) {
+    char* const written = gst_sdp_message_as_text(description->sdp);
+    std::string text = written;
+    g_free(written);
+    gst_webrtc_session_description_free(description);
     return text;
 }
 
-void apply(GstElement* pWebrtcbin, const char* action, GstWebRTCSDPType type, const std::string& sdp) {
-    GstSDPMessage* pMessage = nullptr;
-    if (gst_sdp_message_new_from_text(sdp.c_str(), &pMessage) != GST_SDP_OK) {
+void apply(GstElement* webrtcbin, const char* action, GstWebRTCSDPType type, const std::string& sdp) {
+    GstSDPMessage* message = nullptr;
+    if (gst_sdp_message_new_from_text(sdp.c_str(), &message) != GST_SDP_OK) {
         throw std::runtime_error("not a session description");
     }
-    GstWebRTCSessionDescription* const pDescription = gst_webrtc_session_description_new(type, pMessage);
-    GstPromise* const pPromise = gst_promise_new();
-    g_signal_emit_by_name(pWebrtcbin, action, pDescription, pPromise);
-    gst_promise_wait(pPromise);
-    const GstStructure* const pReply = gst_promise_get_reply(pPromise);
-    const bool refused = pReply != nullptr && gst_structure_has_field(pReply, "error");
-    gst_promise_unref(pPromise);
-    gst_webrtc_session_description_free(pDescription);
+    GstWebRTCSessionDescription* const description = gst_webrtc_session_description_new(type, message);
+    GstPromise* const promise = gst_promise_new();
+    g_signal_emit_by_name(webrtcbin, action, description, promise);
+    gst_promise_wait(promise);
+    const GstStructure* const reply = gst_promise_get_reply(promise);
+    const bool refused = reply != nullptr && gst_structure_has_field(reply, "error");
+    gst_promise_unref(promise);
+    gst_webrtc_session_description_free(description);
     if (refused) {
         throw std::runtime_error(std::string(action) + " was refused");
     }
@@ -82,96 +82,95 @@ const char* capsFor(const std::string& section) {
 
 }  // namespace
 
-void WebrtcbinViewer::Observer::onGatheringState(GstElement* pWebrtcbin, GParamSpec*, Observer* pSelf) {
+void WebrtcbinViewer::Observer::onGatheringState(GstElement* webrtcbin, GParamSpec*, Observer* self) {
     GstWebRTCICEGatheringState state = GST_WEBRTC_ICE_GATHERING_STATE_NEW;
-    g_object_get(pWebrtcbin, "ice-gathering-state", &state, nullptr);
-    const std::lock_guard<std::mutex> lock(pSelf->mutex);
-    pSelf->gathered = state == GST_WEBRTC_ICE_GATHERING_STATE_COMPLETE;
-    pSelf->changed.notify_all();
+    g_object_get(webrtcbin, "ice-gathering-state", &state, nullptr);
+    const std::lock_guard<std::mutex> lock(self->mutex);
+    self->gathered = state == GST_WEBRTC_ICE_GATHERING_STATE_COMPLETE;
+    self->changed.notify_all();
 }
 
-void WebrtcbinViewer::Observer::onPadAdded(GstElement* pWebrtcbin, GstPad* pPad, Observer* pSelf) {
-    if (GST_PAD_DIRECTION(pPad) != GST_PAD_SRC) {
+void WebrtcbinViewer::Observer::onPadAdded(GstElement* webrtcbin, GstPad* pad, Observer* self) {
+    if (GST_PAD_DIRECTION(pad) != GST_PAD_SRC) {
         return;
     }
-    GstCaps* const pCaps = gst_pad_get_current_caps(pPad);
-    const char* const name = gst_structure_get_string(gst_caps_get_structure(pCaps, 0), "encoding-name");
+    GstCaps* const caps = gst_pad_get_current_caps(pad);
+    const char* const name = gst_structure_get_string(gst_caps_get_structure(caps, 0), "encoding-name");
     GstAppSinkCallbacks callbacks{};
     callbacks.new_sample = g_strcmp0(name, "PCMU") == 0 ? onAudio : onVideo;
-    gst_caps_unref(pCaps);
+    gst_caps_unref(caps);
 
-    GstElement* const pSink = gst_element_factory_make("appsink", nullptr);
-    g_object_set(pSink, "sync", FALSE, "async", FALSE, nullptr);
-    gst_app_sink_set_callbacks(GST_APP_SINK(pSink), &callbacks, pSelf, nullptr);
-    gst_bin_add(GST_BIN(GST_ELEMENT_PARENT(pWebrtcbin)), pSink);
-    gst_element_sync_state_with_parent(pSink);
-    GstPad* const pInput = gst_element_get_static_pad(pSink, "sink");
-    gst_pad_link(pPad, pInput);
-    gst_object_unref(pInput);
+    GstElement* const sink = gst_element_factory_make("appsink", nullptr);
+    g_object_set(sink, "sync", FALSE, "async", FALSE, nullptr);
+    gst_app_sink_set_callbacks(GST_APP_SINK(sink), &callbacks, self, nullptr);
+    gst_bin_add(GST_BIN(GST_ELEMENT_PARENT(webrtcbin)), sink);
+    gst_element_sync_state_with_parent(sink);
+    GstPad* const input = gst_element_get_static_pad(sink, "sink");
+    gst_pad_link(pad, input);
+    gst_object_unref(input);
 }
 
-void WebrtcbinViewer::Observer::onElementAdded(GstBin*, GstBin*, GstElement* pElement, Observer* pSelf) {
-    if (g_str_has_prefix(GST_OBJECT_NAME(pElement), "dtlsdec")) {
-        g_signal_connect(pElement, "notify::connection-state", G_CALLBACK(onDtlsState), pSelf);
-    } else if (g_str_has_prefix(GST_OBJECT_NAME(pElement), "nicesink")) {
-        GstPad* const pPad = gst_element_get_static_pad(pElement, "sink");
-        gst_pad_add_probe(pPad,
-                          static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_BUFFER_LIST),
-                          onSend, pSelf, nullptr);
-        gst_object_unref(pPad);
+void WebrtcbinViewer::Observer::onElementAdded(GstBin*, GstBin*, GstElement* element, Observer* self) {
+    if (g_str_has_prefix(GST_OBJECT_NAME(element), "dtlsdec")) {
+        g_signal_connect(element, "notify::connection-state", G_CALLBACK(onDtlsState), self);
+    } else if (g_str_has_prefix(GST_OBJECT_NAME(element), "nicesink")) {
+        GstPad* const pad = gst_element_get_static_pad(element, "sink");
+        gst_pad_add_probe(pad, static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_BUFFER_LIST),
+                          onSend, self, nullptr);
+        gst_object_unref(pad);
     }
 }
 
-void WebrtcbinViewer::Observer::onDtlsState(GstElement* pDtlsdec, GParamSpec*, Observer* pSelf) {
+void WebrtcbinViewer::Observer::onDtlsState(GstElement* dtlsdec, GParamSpec*, Observer* self) {
     gint state = 0;
-    g_object_get(pDtlsdec, "connection-state", &state, nullptr);
-    const std::lock_guard<std::mutex> lock(pSelf->mutex);
-    pSelf->connected = pSelf->connected || state == DTLS_CONNECTED;
-    pSelf->closed = pSelf->connected && state == DTLS_CLOSED;
-    pSelf->changed.notify_all();
+    g_object_get(dtlsdec, "connection-state", &state, nullptr);
+    const std::lock_guard<std::mutex> lock(self->mutex);
+    self->connected = self->connected || state == DTLS_CONNECTED;
+    self->closed = self->connected && state == DTLS_CLOSED;
+    self->changed.notify_all();
 }
 
-GstFlowReturn WebrtcbinViewer::Observer::onAudio(GstAppSink* pSink, gpointer pSelf) {
-    gst_sample_unref(gst_app_sink_pull_sample(pSink));
-    static_cast<Observer*>(pSelf)->audioFrames++;
+GstFlowReturn WebrtcbinViewer::Observer::onAudio(GstAppSink* sink, gpointer self) {
+    gst_sample_unref(gst_app_sink_pull_sample(sink));
+    static_cast<Observer*>(self)->audioFrames++;
     return GST_FLOW_OK;
 }
 
-GstFlowReturn WebrtcbinViewer::Observer::onVideo(GstAppSink* pSink, gpointer pSelf) {
-    auto* const pObserver = static_cast<Observer*>(pSelf);
-    GstSample* const pSample = gst_app_sink_pull_sample(pSink);
+GstFlowReturn WebrtcbinViewer::Observer::onVideo(GstAppSink* sink, gpointer self) {
+    auto* const observer = static_cast<Observer*>(self);
+    GstSample* const sample = gst_app_sink_pull_sample(sink);
     GstRTPBuffer packet = GST_RTP_BUFFER_INIT;
-    gst_rtp_buffer_map(gst_sample_get_buffer(pSample), GST_MAP_READ, &packet);
+    gst_rtp_buffer_map(gst_sample_get_buffer(sample), GST_MAP_READ, &packet);
     const guint32 timestamp = gst_rtp_buffer_get_timestamp(&packet);
     if (gst_rtp_buffer_get_marker(&packet)) {
-        pObserver->videoTimestampStep = timestamp - pObserver->videoTimestamp.exchange(timestamp);
-        pObserver->videoFrames++;
+        observer->videoTimestampStep = timestamp - observer->videoTimestamp.exchange(timestamp);
+        observer->videoFrames++;
     }
     gst_rtp_buffer_unmap(&packet);
-    gst_sample_unref(pSample);
+    gst_sample_unref(sample);
     return GST_FLOW_OK;
 }
 
-GstPadProbeReturn WebrtcbinViewer::Observer::onSend(GstPad*, GstPadProbeInfo*, gpointer pSelf) {
-    auto* const pObserver = static_cast<Observer*>(pSelf);
-    const std::lock_guard<std::mutex> lock(pObserver->mutex);
-    pObserver->talkPackets++;
-    pObserver->changed.notify_all();
-    return pObserver->frozen ? GST_PAD_PROBE_DROP : GST_PAD_PROBE_OK;
+GstPadProbeReturn WebrtcbinViewer::Observer::onSend(GstPad*, GstPadProbeInfo*, gpointer self) {
+    auto* const observer = static_cast<Observer*>(self);
+    const std::lock_guard<std::mutex> lock(observer->mutex);
+    observer->talkPackets++;
+    observer->changed.notify_all();
+    return observer->frozen ? GST_PAD_PROBE_DROP : GST_PAD_PROBE_OK;
 }
 
 WebrtcbinViewer::WebrtcbinViewer(const std::string& sections)
-    : pPipeline_(gst_pipeline_new(nullptr)),
-      pWebrtcbin_(gst_element_factory_make("webrtcbin", nullptr)),
+    : pipeline_(gst_pipeline_new(nullptr)),
+      webrtcbin_(gst_element_factory_make("webrtcbin", nullptr)),
       observer_(std::make_shared<Observer>()) {
-    g_object_set(pWebrtcbin_, "bundle-policy", GST_WEBRTC_BUNDLE_POLICY_MAX_BUNDLE, nullptr);
-    gst_bin_add(GST_BIN(pPipeline_), pWebrtcbin_);
+    g_object_set(webrtcbin_, "bundle-policy", GST_WEBRTC_BUNDLE_POLICY_MAX_BUNDLE, nullptr);
+    gst_bin_add(GST_BIN(pipeline_), webrtcbin_);
     configureAgent();
 
-    Observer* const pObserver = observer_.get();
-    g_signal_connect(pWebrtcbin_, "notify::ice-gathering-state", G_CALLBACK(Observer::onGatheringState), pObserver);
-    g_signal_connect(pWebrtcbin_, "pad-added", G_CALLBACK(Observer::onPadAdded), pObserver);
-    g_signal_connect(pWebrtcbin_, "deep-element-added", G_CALLBACK(Observer::onElementAdded), pObserver);
+    Observer* const observer = observer_.get();
+    g_signal_connect(webrtcbin_, "notify::ice-gathering-state", G_CALLBACK(Observer::onGatheringState), observer);
+    g_signal_connect(webrtcbin_, "pad-added", G_CALLBACK(Observer::onPadAdded), observer);
+    g_signal_connect(webrtcbin_, "deep-element-added", G_CALLBACK(Observer::onElementAdded), observer);
 
     size_t start = 0;
     for (int index = 0; start < sections.size(); index++) {
@@ -179,81 +178,81 @@ WebrtcbinViewer::WebrtcbinViewer(const std::string& sections)
         addSection(sections.substr(start, end - start), index);
         start = end + 1;
     }
-    gst_element_set_state(pPipeline_, GST_STATE_PLAYING);
+    gst_element_set_state(pipeline_, GST_STATE_PLAYING);
 }
 
 WebrtcbinViewer::~WebrtcbinViewer() {
-    hostsdk::sendDtlsClose(GST_BIN(pWebrtcbin_));
+    zelrtc::hostsdk::sendDtlsClose(GST_BIN(webrtcbin_));
     // Waits for what webrtcbin still has to do: closing while it gathers candidates leaks descriptors.
-    GstPromise* const pPromise = gst_promise_new();
-    g_signal_emit_by_name(pWebrtcbin_, "get-stats", nullptr, pPromise);
-    gst_promise_wait(pPromise);
-    gst_promise_unref(pPromise);
-    gst_element_set_state(pPipeline_, GST_STATE_NULL);
-    gst_object_unref(pPipeline_);
+    GstPromise* const promise = gst_promise_new();
+    g_signal_emit_by_name(webrtcbin_, "get-stats", nullptr, promise);
+    gst_promise_wait(promise);
+    gst_promise_unref(promise);
+    gst_element_set_state(pipeline_, GST_STATE_NULL);
+    gst_object_unref(pipeline_);
 }
 
 void WebrtcbinViewer::configureAgent() {
-    GObject* pIce = nullptr;
-    GObject* pAgent = nullptr;
-    g_object_get(pWebrtcbin_, "ice-agent", &pIce, nullptr);
-    g_object_set(pIce, "ice-tcp", FALSE, nullptr);
-    if (hostsdk::hasOnlyLoopback()) {
+    GObject* ice = nullptr;
+    GObject* agent = nullptr;
+    g_object_get(webrtcbin_, "ice-agent", &ice, nullptr);
+    g_object_set(ice, "ice-tcp", FALSE, nullptr);
+    if (zelrtc::hostsdk::hasOnlyLoopback()) {
         gboolean added = FALSE;
-        g_signal_emit_by_name(pIce, "add-local-ip-address", "127.0.0.1", &added);
+        g_signal_emit_by_name(ice, "add-local-ip-address", "127.0.0.1", &added);
     }
-    g_object_get(pIce, "agent", &pAgent, nullptr);
-    g_object_set(pAgent, "upnp", FALSE, nullptr);
-    g_object_unref(pAgent);
-    g_object_unref(pIce);
+    g_object_get(ice, "agent", &agent, nullptr);
+    g_object_set(agent, "upnp", FALSE, nullptr);
+    g_object_unref(agent);
+    g_object_unref(ice);
 }
 
 void WebrtcbinViewer::addSection(const std::string& section, int index) {
-    GstCaps* const pCaps = gst_caps_from_string(capsFor(section));
+    GstCaps* const caps = gst_caps_from_string(capsFor(section));
     if (section == "audio") {
-        addTalk(pCaps, "sink_" + std::to_string(index));
+        addTalk(caps, "sink_" + std::to_string(index));
     } else {
-        GstWebRTCRTPTransceiver* pTransceiver = nullptr;
-        g_signal_emit_by_name(pWebrtcbin_, "add-transceiver", GST_WEBRTC_RTP_TRANSCEIVER_DIRECTION_RECVONLY, pCaps,
-                              &pTransceiver);
-        gst_object_unref(pTransceiver);
+        GstWebRTCRTPTransceiver* transceiver = nullptr;
+        g_signal_emit_by_name(webrtcbin_, "add-transceiver", GST_WEBRTC_RTP_TRANSCEIVER_DIRECTION_RECVONLY, caps,
+                              &transceiver);
+        gst_object_unref(transceiver);
     }
-    gst_caps_unref(pCaps);
+    gst_caps_unref(caps);
 }
 
-void WebrtcbinViewer::addTalk(GstCaps* pCaps, const std::string& padName) {
-    GstElement* const pTalk = gst_parse_bin_from_description(
+void WebrtcbinViewer::addTalk(GstCaps* caps, const std::string& padName) {
+    GstElement* const talk = gst_parse_bin_from_description(
         "audiotestsrc is-live=true samplesperbuffer=160 ! audio/x-raw,rate=8000,channels=1 ! mulawenc ! "
         "rtppcmupay pt=0 min-ptime=20000000 max-ptime=20000000",
         TRUE, nullptr);
-    gst_bin_add(GST_BIN(pPipeline_), pTalk);
-    GstPad* const pOutput = gst_element_get_static_pad(pTalk, "src");
-    GstPad* const pInput = gst_element_request_pad(pWebrtcbin_, gst_element_get_pad_template(pWebrtcbin_, "sink_%u"),
-                                                   padName.c_str(), pCaps);
-    gst_pad_link(pOutput, pInput);
-    gst_object_unref(pInput);
-    gst_object_unref(pOutput);
+    gst_bin_add(GST_BIN(pipeline_), talk);
+    GstPad* const output = gst_element_get_static_pad(talk, "src");
+    GstPad* const input =
+        gst_element_request_pad(webrtcbin_, gst_element_get_pad_template(webrtcbin_, "sink_%u"), padName.c_str(), caps);
+    gst_pad_link(output, input);
+    gst_object_unref(input);
+    gst_object_unref(output);
 }
 
 std::string WebrtcbinViewer::makeOffer() {
-    GstPromise* const pPromise = gst_promise_new();
-    g_signal_emit_by_name(pWebrtcbin_, "create-offer", nullptr, pPromise);
-    gst_promise_wait(pPromise);
-    GstWebRTCSessionDescription* pOffer = nullptr;
-    gst_structure_get(gst_promise_get_reply(pPromise), "offer", GST_TYPE_WEBRTC_SESSION_DESCRIPTION, &pOffer, nullptr);
-    gst_promise_unref(pPromise);
-    apply(pWebrtcbin_, "set-local-description", GST_WEBRTC_SDP_TYPE_OFFER, textOf(pOffer));
+    GstPromise* const promise = gst_promise_new();
+    g_signal_emit_by_name(webrtcbin_, "create-offer", nullptr, promise);
+    gst_promise_wait(promise);
+    GstWebRTCSessionDescription* offer = nullptr;
+    gst_structure_get(gst_promise_get_reply(promise), "offer", GST_TYPE_WEBRTC_SESSION_DESCRIPTION, &offer, nullptr);
+    gst_promise_unref(promise);
+    apply(webrtcbin_, "set-local-description", GST_WEBRTC_SDP_TYPE_OFFER, textOf(offer));
 
     if (!waitFor(GATHERING_LIMIT, [this] { return observer_->gathered; })) {
         throw std::runtime_error("the viewer does not finish gathering");
     }
-    GstWebRTCSessionDescription* pLocal = nullptr;
-    g_object_get(pWebrtcbin_, "local-description", &pLocal, nullptr);
-    return textOf(pLocal);
+    GstWebRTCSessionDescription* local = nullptr;
+    g_object_get(webrtcbin_, "local-description", &local, nullptr);
+    return textOf(local);
 }
 
 void WebrtcbinViewer::setAnswer(const std::string& sdp) {
-    apply(pWebrtcbin_, "set-remote-description", GST_WEBRTC_SDP_TYPE_ANSWER, sdp);
+    apply(webrtcbin_, "set-remote-description", GST_WEBRTC_SDP_TYPE_ANSWER, sdp);
 }
 
 int WebrtcbinViewer::videoFrames() const {

@@ -46,11 +46,11 @@ private:
 
     void configureAgent();
     void addSection(const std::string& section, int index);
-    void addTalk(GstCaps* pCaps, const std::string& padName);
+    void addTalk(GstCaps* caps, const std::string& padName);
     bool waitFor(std::chrono::seconds deadline, const std::function<bool()>& condition);
 
-    GstElement* pPipeline_;
-    GstElement* pWebrtcbin_;
+    GstElement* pipeline_;
+    GstElement* webrtcbin_;
     std::shared_ptr<Observer> observer_;
 };
 

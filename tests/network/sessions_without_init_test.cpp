@@ -27,15 +27,15 @@ ZelRtcSessionConfig fullConfig() {
 
 void makeAndDestroy(const ZelRtcSessionConfig& config) {
     std::vector<std::unique_ptr<ZelRtcSession>> sessions(SESSIONS);
-    const int descriptors = camera::openDescriptors();
-    const int threads = camera::runningThreads();
-    const uint64_t heap = camera::heapBytes().value_or(0);
+    const int descriptors = zelrtc::camera::openDescriptors();
+    const int threads = zelrtc::camera::runningThreads();
+    const uint64_t heap = zelrtc::camera::heapBytes().value_or(0);
     for (int i = 0; i < SESSIONS; i++) {
         sessions[static_cast<size_t>(i)] = std::make_unique<ZelRtcSession>(i, config, nullptr);
     }
-    EXPECT_EQ(camera::openDescriptors(), descriptors);
-    EXPECT_EQ(camera::runningThreads(), threads);
-    EXPECT_LT(camera::heapBytes().value_or(0) - heap, SESSIONS * HELD_BY_A_SESSION);
+    EXPECT_EQ(zelrtc::camera::openDescriptors(), descriptors);
+    EXPECT_EQ(zelrtc::camera::runningThreads(), threads);
+    EXPECT_LT(zelrtc::camera::heapBytes().value_or(0) - heap, SESSIONS * HELD_BY_A_SESSION);
 }
 
 }  // namespace
@@ -44,11 +44,11 @@ TEST(SessionsWithoutInit, HoldNoDescriptorAndNoThreadAndLeaveNothingBehind) {
     loggerSetLogLevel(LOG_LEVEL_SILENT);
     const ZelRtcSessionConfig config = fullConfig();
     makeAndDestroy(config);  // what is allocated once
-    const int descriptors = camera::openDescriptors();
-    const int threads = camera::runningThreads();
-    const uint64_t heap = camera::heapBytes().value_or(0);
+    const int descriptors = zelrtc::camera::openDescriptors();
+    const int threads = zelrtc::camera::runningThreads();
+    const uint64_t heap = zelrtc::camera::heapBytes().value_or(0);
     makeAndDestroy(config);
-    EXPECT_EQ(camera::openDescriptors(), descriptors);
-    EXPECT_EQ(camera::runningThreads(), threads);
-    EXPECT_LE(camera::heapBytes().value_or(0), heap + HELD_AFTERWARDS);
+    EXPECT_EQ(zelrtc::camera::openDescriptors(), descriptors);
+    EXPECT_EQ(zelrtc::camera::runningThreads(), threads);
+    EXPECT_LE(zelrtc::camera::heapBytes().value_or(0), heap + HELD_AFTERWARDS);
 }

@@ -5,7 +5,7 @@
 #include "http/http_error.h"
 #include "signalling/sdk_status.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -217,4 +217,4 @@ std::chrono::milliseconds Call::timeInState() const {
     return age() - std::chrono::milliseconds(stateSinceMs_);
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

@@ -25,7 +25,7 @@
 #include "media/media_hub.h"
 #include "media/talk_back.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 /** What a call sends. */
 struct Choice {
@@ -134,6 +134,6 @@ private:
     Clock::time_point askedForKeyFrame_;
 };
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

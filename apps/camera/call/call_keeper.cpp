@@ -4,7 +4,7 @@
 
 #include "process/heap.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -54,4 +54,4 @@ void CallKeeper::lookAfter(Call& call) {
     }
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

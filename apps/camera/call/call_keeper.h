@@ -9,7 +9,7 @@
 
 #include "call/call_registry.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 /** A session must not be destroyed on the SDK's thread that reports its end, so this thread does it. */
 class CallKeeper {
@@ -35,6 +35,6 @@ private:
     std::thread thread_;
 };
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

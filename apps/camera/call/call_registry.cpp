@@ -5,7 +5,7 @@
 
 #include "http/http_error.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -141,4 +141,4 @@ void CallRegistry::shutdown() {
     }
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

@@ -11,7 +11,7 @@
 
 #include "call/call.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 /** What all calls have in common. */
 struct CallSettings {
@@ -73,6 +73,6 @@ private:
     bool isShutDown_ = false;
 };
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

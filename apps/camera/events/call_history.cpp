@@ -1,6 +1,6 @@
 #include "events/call_history.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 void EventLog::append(const std::string& name, const std::string& data) {
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -47,4 +47,4 @@ EventLog::Batch EventLog::next(uint64_t after, std::chrono::milliseconds limit) 
     return batch;
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

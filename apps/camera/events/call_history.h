@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace camera {
+namespace zelrtc::camera {
 
 /** One thing that happened. */
 struct Event {
@@ -60,6 +60,6 @@ private:
     bool closed_ = false;
 };
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

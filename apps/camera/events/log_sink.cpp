@@ -18,7 +18,7 @@
 
 #include "events/log_text.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -121,4 +121,4 @@ LogScope::~LogScope() {
     sessionOfThread = outer_;
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

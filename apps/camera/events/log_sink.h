@@ -7,7 +7,7 @@
 
 #include "events/call_history.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 /**
  * Takes over the log of the program, of the session layer and of the SDK: one line each, with time, level and thread.
@@ -42,6 +42,6 @@ private:
     int outer_;
 };
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

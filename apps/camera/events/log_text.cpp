@@ -4,7 +4,7 @@
 #include <charconv>
 #include <string_view>
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -38,4 +38,4 @@ std::string oneLine(std::string text) {
     return text;
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

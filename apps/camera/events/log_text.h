@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-namespace camera {
+namespace zelrtc::camera {
 
 /** The call that a line of a session names ("session 7, ..." or "session: 7, ..."), if it names one. */
 std::optional<int> sessionNamedIn(const std::string& text);
@@ -13,6 +13,6 @@ std::optional<int> sessionNamedIn(const std::string& text);
 /** The text on one line: control characters, which a viewer can put into an offer, become '?'. */
 std::string oneLine(std::string text);
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

@@ -9,7 +9,7 @@
 #include <string>
 #include <system_error>
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -42,4 +42,4 @@ void stopReadingOn(int port) {
     }
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

@@ -2,7 +2,7 @@
 #ifndef CAMERA_CONNECTIONS_H
 #define CAMERA_CONNECTIONS_H
 
-namespace camera {
+namespace zelrtc::camera {
 
 /**
  * Reads nothing more from the connections accepted on this local port: who waits for a request there sees its end,
@@ -11,6 +11,6 @@ namespace camera {
  */
 void stopReadingOn(int port);
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace camera {
+namespace zelrtc::camera {
 
 /** Thrown by whatever handles a request; the HTTP server turns it into a problem document. */
 class Problem : public std::runtime_error {
@@ -25,6 +25,6 @@ private:
     int httpStatus_;
 };
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

@@ -16,7 +16,7 @@
 #include "http/http_error.h"
 #include "http/worker_pool.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -216,4 +216,4 @@ void HttpServer::stop() {
     stopReadingOn(port_);
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

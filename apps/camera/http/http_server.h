@@ -8,7 +8,7 @@
 
 #include "http/http_library.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 /** In the pattern of a route: any number. */
 #define CAMERA_PATH_NUMBER R"((\d+))"
@@ -69,6 +69,6 @@ private:
 /** Fills a response with a problem document. */
 void respondWithProblem(httplib::Response& response, int status, const std::string& detail);
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

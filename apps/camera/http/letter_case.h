@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace camera {
+namespace zelrtc::camera {
 
 /** The text with its ASCII letters in lower case. */
 inline std::string lowerCase(std::string text) {
@@ -16,6 +16,6 @@ inline std::string lowerCase(std::string text) {
     return text;
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

@@ -4,7 +4,7 @@
 #include <thread>
 #include <utility>
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -80,4 +80,4 @@ void WorkerPool::shutdown() {
     }
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

@@ -13,7 +13,7 @@
 
 #include "http/http_library.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 /**
  * Every connection occupies a thread while it lasts, and event streams last as long as their calls: a pool of fixed
@@ -46,6 +46,6 @@ private:
     bool isShutDown_ = false;
 };
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

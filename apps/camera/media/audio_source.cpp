@@ -9,7 +9,7 @@
 
 #include "media/mulaw.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -99,4 +99,4 @@ void AudioSource::handOverNext(int64_t timeUs) {
     sink_({frame.data(), frame.size(), timeUs});
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-namespace camera {
+namespace zelrtc::camera {
 
 /** 20 ms of sound, in memory that is valid only while it is handed over. */
 struct AudioFrame {
@@ -59,6 +59,6 @@ private:
     std::thread thread_;
 };
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

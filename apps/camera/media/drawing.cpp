@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -21,4 +21,4 @@ void fill(const Picture& picture, const Area& area, const Colour& colour) {
     fillPlane(picture.v, chroma, colour.v);
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

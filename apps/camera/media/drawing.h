@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace camera {
+namespace zelrtc::camera {
 
 /** One plane of a picture. */
 struct Plane {
@@ -41,6 +41,6 @@ struct Area {
 /** The area must lie inside the picture. */
 void fill(const Picture& picture, const Area& area, const Colour& colour);
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -98,4 +98,4 @@ void MediaHub::runWhatIsWanted() {
     }
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

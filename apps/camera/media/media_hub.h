@@ -10,7 +10,7 @@
 #include "media/audio_source.h"
 #include "media/video_source.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 constexpr int VIDEO_STREAMS = 3;
 
@@ -63,6 +63,6 @@ private:
     AudioSource audio_;
 };
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

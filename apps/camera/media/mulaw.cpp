@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -36,4 +36,4 @@ int16_t mulawDecode(uint8_t code) {
     return static_cast<int16_t>((bits & 0x80) != 0 ? -magnitude : magnitude);
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

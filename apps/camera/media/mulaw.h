@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace camera {
+namespace zelrtc::camera {
 
 constexpr int MULAW_RATE = 8000;
 constexpr int MULAW_FRAME_MS = 20;
@@ -17,6 +17,6 @@ uint8_t mulawEncode(int16_t sample);
 /** The 16-bit sample that a mu-law byte stands for. */
 int16_t mulawDecode(uint8_t code);
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

@@ -2,7 +2,7 @@
 
 #include <array>
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -43,4 +43,4 @@ void drawSegmentText(const Picture& picture, size_t left, size_t top, size_t uni
     }
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

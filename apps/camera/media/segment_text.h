@@ -6,7 +6,7 @@
 
 #include "media/drawing.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 /** Thickness of a segment is one unit; all sizes are multiples of it. */
 constexpr size_t SEGMENT_CELL_WIDTH = 6;
@@ -18,6 +18,6 @@ constexpr size_t SEGMENT_CELL_HEIGHT = 9;
  */
 void drawSegmentText(const Picture& picture, size_t left, size_t top, size_t unit, const std::string& text);
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

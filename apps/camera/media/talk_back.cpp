@@ -11,7 +11,7 @@
 
 #include "media/mulaw.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -76,4 +76,4 @@ void TalkBack::record(const std::vector<int16_t>& samples) {
     }
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

@@ -11,7 +11,7 @@
 
 #include "media/wav_writer.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 /** The audio of one viewer. A camera with a loudspeaker would play it where this one records it. */
 class TalkBack {
@@ -41,6 +41,6 @@ private:
     uint64_t frames_ = 0;
 };
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

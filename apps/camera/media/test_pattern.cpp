@@ -4,7 +4,7 @@
 
 #include "media/segment_text.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -56,4 +56,4 @@ void TestPicture::drawStrip(const Picture& picture, uint32_t captureMs) const {
     }
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

@@ -8,7 +8,7 @@
 
 #include "media/drawing.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 /**
  * Draws the frames of one stream. Eight bars over the full height, a grey block that crosses the picture once in four
@@ -34,6 +34,6 @@ private:
     size_t height_;
 };
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

@@ -11,7 +11,7 @@
 
 #include "media/test_pattern.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -283,4 +283,4 @@ void VideoSource::requestKeyFrame() {
     keyFrameWanted_ = true;
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

@@ -9,7 +9,7 @@
 #include <memory>
 #include <string>
 
-namespace camera {
+namespace zelrtc::camera {
 
 /** What a stream shows. */
 struct VideoInput {
@@ -80,6 +80,6 @@ private:
     std::unique_ptr<Pipeline> pipeline_;
 };
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

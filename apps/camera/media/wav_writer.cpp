@@ -6,7 +6,7 @@
 
 #include "media/mulaw.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -78,4 +78,4 @@ bool WavWriter::writeHeader() {
            std::fflush(file_.get()) == 0;
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace camera {
+namespace zelrtc::camera {
 
 /** One recording. One thread at a time. */
 class WavWriter {
@@ -38,6 +38,6 @@ private:
     uint32_t dataBytes_ = 0;
 };
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

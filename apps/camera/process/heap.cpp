@@ -6,7 +6,7 @@
 #include <malloc.h>
 #endif
 
-namespace camera {
+namespace zelrtc::camera {
 
 void keepToOneArena() {
 #ifdef __GLIBC__
@@ -20,4 +20,4 @@ void returnFreeMemory() {
 #endif
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

@@ -2,7 +2,7 @@
 #ifndef CAMERA_MEMORY_H
 #define CAMERA_MEMORY_H
 
-namespace camera {
+namespace zelrtc::camera {
 
 /**
  * One arena for all threads. A call lives on many short-lived threads; with an arena for each, a camera that has had a
@@ -13,6 +13,6 @@ void keepToOneArena();
 /** Gives the system back what calls have freed: the heap keeps it otherwise, scattered among what is in use. */
 void returnFreeMemory();
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

@@ -9,7 +9,7 @@
 #include <malloc.h>
 #endif
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -38,4 +38,4 @@ std::optional<uint64_t> heapBytes() {
 #endif
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

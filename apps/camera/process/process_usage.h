@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <optional>
 
-namespace camera {
+namespace zelrtc::camera {
 
 /** Open file descriptors. */
 int openDescriptors();
@@ -19,6 +19,6 @@ int runningThreads();
  */
 std::optional<uint64_t> heapBytes();
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

@@ -9,7 +9,7 @@
 #include "signalling/offer_check.h"
 #include "signalling/viewer_page.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -158,4 +158,4 @@ void addCallRoutes(HttpServer& server, CallRegistry& calls, const MediaHub& hub)
                  [&](const Request& request, Response& response) { chooseStreams(request, response, calls); });
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

@@ -6,7 +6,7 @@
 #include "http/http_server.h"
 #include "media/media_hub.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 /** Adds the routes. What is given must outlive the server. */
 void addCallRoutes(HttpServer& server, CallRegistry& calls, const MediaHub& hub);
@@ -17,6 +17,6 @@ int callIdIn(const httplib::Request& request);
 /** Waits for a call's answer; a call without one is ended. @throw Problem 504 or 503 */
 std::string answerOf(Call& call, CallRegistry& calls);
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

@@ -3,7 +3,7 @@
 #include <charconv>
 #include <chrono>
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -74,4 +74,4 @@ void streamEvents(const std::shared_ptr<EventLog>& events, const httplib::Reques
                                           [reader](size_t, httplib::DataSink& sink) { return reader->send(sink); });
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

@@ -7,7 +7,7 @@
 #include "events/call_history.h"
 #include "http/http_library.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 /**
  * Makes the response a stream of all events from the beginning, or of those after the client's Last-Event-ID. It ends
@@ -16,6 +16,6 @@ namespace camera {
 void streamEvents(const std::shared_ptr<EventLog>& events, const httplib::Request& request,
                   httplib::Response& response);
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

@@ -5,7 +5,7 @@
 #include "http/http_error.h"
 #include "http/letter_case.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -102,4 +102,4 @@ std::string sdpOfAnswer(const std::string& answer) {
     return description.value("sdp", std::string());
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

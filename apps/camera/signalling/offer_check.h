@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace camera {
+namespace zelrtc::camera {
 
 /**
  * Refuses what cannot be an offer of a viewer.
@@ -27,6 +27,6 @@ std::string offerFromSdp(const std::string& sdp);
 /** The SDP in the SDK's JSON form of an answer; empty when there is none. */
 std::string sdpOfAnswer(const std::string& answer);
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -57,4 +57,4 @@ std::string stateName(RTC_PEER_CONNECTION_STATE state) {
     return number < names.size() ? names.at(number) : "unknown";
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

@@ -8,7 +8,7 @@
 
 #include "http/http_error.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 /** The problem to report for a status of a session's operation. @param what what did not work, as a sentence */
 Problem problemOf(const std::string& what, int status);
@@ -16,6 +16,6 @@ Problem problemOf(const std::string& what, int status);
 /** "connected" and so on. */
 std::string stateName(RTC_PEER_CONNECTION_STATE state);
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

@@ -3,7 +3,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -43,4 +43,4 @@ std::vector<std::string> candidatesOfFragment(const std::string& fragment) {
     return candidates;
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
-namespace camera {
+namespace zelrtc::camera {
 
 /** The candidates of a fragment, each in the SDK's JSON form; lines of other kinds are left out. */
 std::vector<std::string> candidatesOfFragment(const std::string& fragment);
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

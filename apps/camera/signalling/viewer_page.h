@@ -4,11 +4,11 @@
 
 #include <string_view>
 
-namespace camera {
+namespace zelrtc::camera {
 
 /** The page as UTF-8 HTML. */
 extern const std::string_view page;
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

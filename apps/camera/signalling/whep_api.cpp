@@ -6,7 +6,7 @@
 #include "signalling/offer_check.h"
 #include "signalling/trickle_fragment.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 namespace {
 
@@ -111,4 +111,4 @@ void addWhepRoutes(HttpServer& server, CallRegistry& calls) {
     server.finishResponsesWith(allowOtherSites);
 }
 
-}  // namespace camera
+}  // namespace zelrtc::camera

@@ -5,11 +5,11 @@
 #include "call/call_registry.h"
 #include "http/http_server.h"
 
-namespace camera {
+namespace zelrtc::camera {
 
 /** Adds the routes. What is given must outlive the server. */
 void addWhepRoutes(HttpServer& server, CallRegistry& calls);
 
-}  // namespace camera
+}  // namespace zelrtc::camera
 
 #endif

@@ -8,8 +8,8 @@
 #include "engine/runtime.h"
 #include "text/log.h"
 
-using hostsdk::PeerConnection;
-using hostsdk::Transceiver;
+using zelrtc::hostsdk::PeerConnection;
+using zelrtc::hostsdk::Transceiver;
 
 namespace {
 
@@ -20,7 +20,7 @@ STATUS guarded(Operation operation) {
     } catch (const std::bad_alloc&) {
         return STATUS_NOT_ENOUGH_MEMORY;
     } catch (const std::exception& error) {
-        hostsdk::logError(error.what());
+        zelrtc::hostsdk::logError(error.what());
         return STATUS_INVALID_OPERATION;
     }
 }
@@ -41,7 +41,7 @@ bool isSupported(RTC_CODEC codec) {
 }  // namespace
 
 STATUS initKvsWebRtc(VOID) {
-    return guarded([] { return hostsdk::startRuntime() ? STATUS_SUCCESS : STATUS_INVALID_OPERATION; });
+    return guarded([] { return zelrtc::hostsdk::startRuntime() ? STATUS_SUCCESS : STATUS_INVALID_OPERATION; });
 }
 
 STATUS deinitKvsWebRtc(VOID) {
@@ -53,7 +53,7 @@ STATUS createPeerConnection(PRtcConfiguration pConfiguration, PRtcPeerConnection
         return STATUS_NULL_ARG;
     }
     return guarded([=] {
-        if (!hostsdk::startRuntime()) {
+        if (!zelrtc::hostsdk::startRuntime()) {
             return STATUS_INVALID_OPERATION;
         }
         std::unique_ptr<PeerConnection> connection = PeerConnection::create(*pConfiguration);

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 ConnectionMonitor::ConnectionMonitor(Report report) : report_(std::move(report)) {
 }
@@ -73,4 +73,4 @@ void ConnectionMonitor::enter(RTC_PEER_CONNECTION_STATE state, Clock::time_point
     report_(state);
 }
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk

@@ -8,7 +8,7 @@
 #include <functional>
 #include <optional>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 // What the transport tells of itself.
 enum class TransportEvent { CONNECTED, FAILED, CLOSED_BY_FAR_END };
@@ -43,6 +43,6 @@ private:
     Clock::time_point since_;
 };
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

@@ -1,6 +1,6 @@
 #include "connection/gathering.h"
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 void Gathering::onCandidate() {
     told_++;
@@ -22,4 +22,4 @@ bool Gathering::hasCandidate() const {
     return told_ > 0;
 }
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <optional>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 // The ICE agent tells of a candidate and of the end from two threads, and on a loaded machine the end overtakes the
 // last candidate. So the end waits for as many candidates as the agent has found. Not thread-safe: one thread feeds it.
@@ -34,6 +34,6 @@ private:
     std::optional<Done> done_;
 };
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

@@ -5,7 +5,7 @@
 #include <mutex>
 #include <utility>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 // Shared with the thread, which outlives the executor when a task destroys it.
 struct HandlerExecutor::Queue {
@@ -80,4 +80,4 @@ void HandlerExecutor::run(const std::shared_ptr<Queue>& queue) {
     }
 }
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk

@@ -7,7 +7,7 @@
 #include <memory>
 #include <thread>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 // Runs tasks one after another, in the order of their posting, on one thread, and between them a periodic one.
 // No lock is held while a task runs.
@@ -38,6 +38,6 @@ private:
     std::thread thread_;
 };
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

@@ -12,7 +12,7 @@
 #include "text/record_text.h"
 #include "text/status.h"
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 namespace {
 
@@ -85,7 +85,7 @@ PipelineEvents PeerConnection::makeEvents() {
     };
     events.onTransport = [this](TransportEvent event) { monitor_.onTransport(event, ConnectionMonitor::Clock::now()); };
     events.onBandwidth = [this](double bitsPerSecond) { reportBandwidth(bitsPerSecond); };
-    events.onFrame = [this](RTC_CODEC codec, Frame* pFrame) { reportFrame(codec, pFrame); };
+    events.onFrame = [this](RTC_CODEC codec, Frame* frame) { reportFrame(codec, frame); };
     return events;
 }
 
@@ -150,10 +150,10 @@ void PeerConnection::setReady(bool ready) {
     }
 }
 
-void PeerConnection::reportFrame(RTC_CODEC codec, Frame* pFrame) {
+void PeerConnection::reportFrame(RTC_CODEC codec, Frame* frame) {
     for (const auto& transceiver : transceivers_) {
         if (transceiver->receiver.track.codec == codec) {
-            transceiver->handleFrame(pFrame);
+            transceiver->handleFrame(frame);
             return;
         }
     }
@@ -177,9 +177,9 @@ void PeerConnection::checkConnection() {
 }
 
 STATUS PeerConnection::addTransceiver(const RtcMediaStreamTrack& track, RTC_RTP_TRANSCEIVER_DIRECTION direction,
-                                      PRtcRtpTransceiver* ppTransceiver) {
+                                      PRtcRtpTransceiver* transceiver) {
     transceivers_.push_back(std::make_unique<Transceiver>(track, direction));
-    *ppTransceiver = transceivers_.back().get();
+    *transceiver = transceivers_.back().get();
     return STATUS_SUCCESS;
 }
 
@@ -197,11 +197,11 @@ STATUS PeerConnection::setRemoteDescription(const RtcSessionDescriptionInit& des
     return STATUS_SUCCESS;
 }
 
-Transceiver* PeerConnection::claimTransceiver(const std::string& kind, std::vector<Transceiver*>* pClaimed) {
+Transceiver* PeerConnection::claimTransceiver(const std::string& kind, std::vector<Transceiver*>* claimed) {
     for (const auto& transceiver : transceivers_) {
-        const bool isFree = std::find(pClaimed->begin(), pClaimed->end(), transceiver.get()) == pClaimed->end();
+        const bool isFree = std::find(claimed->begin(), claimed->end(), transceiver.get()) == claimed->end();
         if (isFree && kind == kindName(transceiver->receiver.track.kind)) {
-            pClaimed->push_back(transceiver.get());
+            claimed->push_back(transceiver.get());
             return transceiver.get();
         }
     }
@@ -211,11 +211,11 @@ Transceiver* PeerConnection::claimTransceiver(const std::string& kind, std::vect
 void PeerConnection::addMedia() {
     std::vector<Transceiver*> claimed;
     for (size_t i = 0; i < offer_.size(); i++) {
-        Transceiver* const pTransceiver = offer_[i].rejected ? nullptr : claimTransceiver(offer_[i].kind, &claimed);
-        if (pTransceiver == nullptr) {
+        Transceiver* const transceiver = offer_[i].rejected ? nullptr : claimTransceiver(offer_[i].kind, &claimed);
+        if (transceiver == nullptr) {
             continue;
         }
-        const RtcMediaStreamTrack& track = pTransceiver->receiver.track;
+        const RtcMediaStreamTrack& track = transceiver->receiver.track;
         const std::optional<PayloadFormat> format = chooseFormat(offer_[i], track.codec);
         if (!format) {
             logWarning("the offer has no codec for m-line " + std::to_string(i) + " that this side can answer");
@@ -225,14 +225,14 @@ void PeerConnection::addMedia() {
         media.mLineIndex = static_cast<unsigned int>(i);
         media.codec = track.codec;
         media.format = *format;
-        media.direction = answerDirection(offer_[i].direction, pTransceiver->direction);
+        media.direction = answerDirection(offer_[i].direction, transceiver->direction);
         media.streamId = getField(track.streamId);
-        pTransceiver->setSender(pipeline_->addMedia(media));
+        transceiver->setSender(pipeline_->addMedia(media));
         answered_.push_back({format->payloadType, profileLevelId(format->parameters)});
     }
 }
 
-STATUS PeerConnection::createAnswer(PRtcSessionDescriptionInit pDescription) {
+STATUS PeerConnection::createAnswer(PRtcSessionDescriptionInit description) {
     if (pipeline_ == nullptr) {
         return STATUS_INVALID_OPERATION;
     }
@@ -247,8 +247,8 @@ STATUS PeerConnection::createAnswer(PRtcSessionDescriptionInit pDescription) {
     if (complete.size() > MAX_SESSION_DESCRIPTION_INIT_SDP_LEN) {
         return STATUS_BUFFER_TOO_SMALL;
     }
-    pDescription->type = SDP_TYPE_ANSWER;
-    setField(pDescription->sdp, complete);
+    description->type = SDP_TYPE_ANSWER;
+    setField(description->sdp, complete);
     return STATUS_SUCCESS;
 }
 
@@ -261,7 +261,7 @@ STATUS PeerConnection::setLocalDescription(const RtcSessionDescriptionInit& desc
     return pipeline_->setLocalDescription(getField(description.sdp)) ? STATUS_SUCCESS : STATUS_SDP_UNREADABLE;
 }
 
-STATUS PeerConnection::currentLocalDescription(PRtcSessionDescriptionInit pDescription) {
+STATUS PeerConnection::currentLocalDescription(PRtcSessionDescriptionInit description) {
     const std::shared_ptr<WebRtcPipeline> pipeline = currentPipeline();
     const std::string sdp = pipeline == nullptr ? "" : pipeline->localDescription();
     if (sdp.empty()) {
@@ -271,8 +271,8 @@ STATUS PeerConnection::currentLocalDescription(PRtcSessionDescriptionInit pDescr
         return STATUS_BUFFER_TOO_SMALL;
     }
     // The SDK leaves the type open here.
-    std::memset(&pDescription->type, 0, sizeof(pDescription->type));
-    setField(pDescription->sdp, sdp);
+    std::memset(&description->type, 0, sizeof(description->type));
+    setField(description->sdp, sdp);
     return STATUS_SUCCESS;
 }
 
@@ -290,9 +290,9 @@ STATUS PeerConnection::addIceCandidate(const std::string& line) {
     return STATUS_SUCCESS;
 }
 
-STATUS PeerConnection::metrics(PRtcStats pStats) {
-    RtcStatsObject& object = pStats->rtcStatsObject;
-    switch (pStats->requestedTypeOfStats) {
+STATUS PeerConnection::metrics(PRtcStats stats) {
+    RtcStatsObject& object = stats->rtcStatsObject;
+    switch (stats->requestedTypeOfStats) {
         case RTC_STATS_TYPE_LOCAL_CANDIDATE:
             return selectedCandidate(Side::LOCAL, &object.localIceCandidateStats);
         case RTC_STATS_TYPE_REMOTE_CANDIDATE:
@@ -304,17 +304,17 @@ STATUS PeerConnection::metrics(PRtcStats pStats) {
     }
 }
 
-STATUS PeerConnection::selectedCandidate(Side side, PRtcIceCandidateStats pRecord) {
+STATUS PeerConnection::selectedCandidate(Side side, PRtcIceCandidateStats record) {
     const std::shared_ptr<WebRtcPipeline> pipeline = currentPipeline();
     if (pipeline == nullptr) {
         return STATUS_INVALID_OPERATION;
     }
-    *pRecord = candidateStatistics(*pipeline->statistics(), side, servers_);
+    *record = candidateStatistics(*pipeline->statistics(), side, servers_);
     return STATUS_SUCCESS;
 }
 
-STATUS PeerConnection::iceServer(PRtcIceServerStats pRecord) {
-    const UINT32 index = pRecord->iceServerIndex;
+STATUS PeerConnection::iceServer(PRtcIceServerStats record) {
+    const UINT32 index = record->iceServerIndex;
     if (index >= servers_.size()) {
         return STATUS_ICE_SERVER_INDEX;
     }
@@ -322,7 +322,7 @@ STATUS PeerConnection::iceServer(PRtcIceServerStats pRecord) {
     if (hasAskedServers_ && servers_[index].inUse) {
         return STATUS_NOT_IMPLEMENTED;
     }
-    *pRecord = untouchedServerStatistics(servers_[index], index);
+    *record = untouchedServerStatistics(servers_[index], index);
     return STATUS_SUCCESS;
 }
 
@@ -331,4 +331,4 @@ std::shared_ptr<WebRtcPipeline> PeerConnection::currentPipeline() {
     return pipeline_;
 }
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk

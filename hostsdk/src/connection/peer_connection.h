@@ -18,7 +18,7 @@
 #include "engine/webrtc_pipeline.h"
 #include "text/answer.h"
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 // The record that callers hold is its base. Negotiation and closing come from one thread at a time; candidates and
 // statistics may come from any.
@@ -40,13 +40,13 @@ public:
     void setStateHandler(UINT64 customData, RtcOnConnectionStateChange handler);
 
     STATUS addTransceiver(const RtcMediaStreamTrack& track, RTC_RTP_TRANSCEIVER_DIRECTION direction,
-                          PRtcRtpTransceiver* ppTransceiver);
+                          PRtcRtpTransceiver* transceiver);
     STATUS setRemoteDescription(const RtcSessionDescriptionInit& description);
-    STATUS createAnswer(PRtcSessionDescriptionInit pDescription);
+    STATUS createAnswer(PRtcSessionDescriptionInit description);
     STATUS setLocalDescription(const RtcSessionDescriptionInit& description);
-    STATUS currentLocalDescription(PRtcSessionDescriptionInit pDescription);
+    STATUS currentLocalDescription(PRtcSessionDescriptionInit description);
     STATUS addIceCandidate(const std::string& line);
-    STATUS metrics(PRtcStats pStats);
+    STATUS metrics(PRtcStats stats);
 
 private:
     explicit PeerConnection(const RtcConfiguration& configuration);
@@ -56,16 +56,16 @@ private:
     void reportGatheringEnd();
     void callCandidateHandler(PCHAR json);
     void reportState(RTC_PEER_CONNECTION_STATE state);
-    void reportFrame(RTC_CODEC codec, Frame* pFrame);
+    void reportFrame(RTC_CODEC codec, Frame* frame);
     void reportBandwidth(double bitsPerSecond);
     void checkConnection();
     void setReady(bool ready);
     // The first transceiver of the codec that answers none of the m-lines yet.
-    Transceiver* claimTransceiver(const std::string& kind, std::vector<Transceiver*>* pClaimed);
+    Transceiver* claimTransceiver(const std::string& kind, std::vector<Transceiver*>* claimed);
     void addMedia();
     std::shared_ptr<WebRtcPipeline> currentPipeline();
-    STATUS selectedCandidate(Side side, PRtcIceCandidateStats pRecord);
-    STATUS iceServer(PRtcIceServerStats pRecord);
+    STATUS selectedCandidate(Side side, PRtcIceCandidateStats record);
+    STATUS iceServer(PRtcIceServerStats record);
 
     std::vector<IceServer> servers_;
     ConnectionMonitor monitor_;
@@ -84,6 +84,6 @@ private:
     UINT64 onStateData_ = 0;
 };
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

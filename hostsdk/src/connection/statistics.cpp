@@ -4,33 +4,33 @@
 
 #include "text/record_text.h"
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 namespace {
 
 constexpr const char* NOT_APPLICABLE = "N/A";
 
 // webrtcbin names the sides right in the ids of its records, but swaps them in their types.
-const GstStructure* findCandidate(const GstStructure* pStatistics, Side side) {
+const GstStructure* findCandidate(const GstStructure* statistics, Side side) {
     const char* const prefix = side == Side::LOCAL ? "ice-candidate-local_" : "ice-candidate-remote_";
-    for (gint i = 0; i < gst_structure_n_fields(pStatistics); i++) {
-        const char* const name = gst_structure_nth_field_name(pStatistics, static_cast<guint>(i));
-        const GValue* const pValue = gst_structure_get_value(pStatistics, name);
-        if (g_str_has_prefix(name, prefix) && GST_VALUE_HOLDS_STRUCTURE(pValue)) {
-            return gst_value_get_structure(pValue);
+    for (gint i = 0; i < gst_structure_n_fields(statistics); i++) {
+        const char* const name = gst_structure_nth_field_name(statistics, static_cast<guint>(i));
+        const GValue* const value = gst_structure_get_value(statistics, name);
+        if (g_str_has_prefix(name, prefix) && GST_VALUE_HOLDS_STRUCTURE(value)) {
+            return gst_value_get_structure(value);
         }
     }
     return nullptr;
 }
 
-std::string textField(const GstStructure* pStructure, const char* name) {
-    const char* const pText = gst_structure_get_string(pStructure, name);
-    return pText == nullptr ? "" : pText;
+std::string textField(const GstStructure* structure, const char* name) {
+    const char* const text = gst_structure_get_string(structure, name);
+    return text == nullptr ? "" : text;
 }
 
-INT32 numberField(const GstStructure* pStructure, const char* name) {
+INT32 numberField(const GstStructure* structure, const char* name) {
     guint value = 0;
-    gst_structure_get_uint(pStructure, name, &value);
+    gst_structure_get_uint(structure, name, &value);
     return static_cast<INT32>(value);
 }
 
@@ -45,13 +45,13 @@ const IceServer* findServer(const std::vector<IceServer>& servers, const std::st
     return &*std::find_if(servers.begin(), servers.end(), matches);
 }
 
-void setOrigin(RtcIceCandidateStats* pRecord, const std::string& host, const std::vector<IceServer>& servers) {
-    const bool isRelay = getField(pRecord->candidateType) == "relay";
-    const IceServer* const pServer = findServer(servers, host, isRelay);
-    setField(pRecord->url, pServer == nullptr ? host : pServer->text);
-    setField(pRecord->relayProtocol, isRelay && pServer != nullptr ? pServer->url->transport : NOT_APPLICABLE);
+void setOrigin(RtcIceCandidateStats* record, const std::string& host, const std::vector<IceServer>& servers) {
+    const bool isRelay = getField(record->candidateType) == "relay";
+    const IceServer* const server = findServer(servers, host, isRelay);
+    setField(record->url, server == nullptr ? host : server->text);
+    setField(record->relayProtocol, isRelay && server != nullptr ? server->url->transport : NOT_APPLICABLE);
     if (host.empty()) {
-        setField(pRecord->url, NOT_APPLICABLE);
+        setField(record->url, NOT_APPLICABLE);
     }
 }
 
@@ -59,18 +59,18 @@ void setOrigin(RtcIceCandidateStats* pRecord, const std::string& host, const std
 
 RtcIceCandidateStats candidateStatistics(const Reply& statistics, Side side, const std::vector<IceServer>& servers) {
     RtcIceCandidateStats record{};
-    const GstStructure* const pStatistics = statistics.accepted() ? statistics.structure() : nullptr;
-    const GstStructure* const pCandidate = pStatistics == nullptr ? nullptr : findCandidate(pStatistics, side);
-    if (pCandidate == nullptr) {
+    const GstStructure* const reply = statistics.accepted() ? statistics.structure() : nullptr;
+    const GstStructure* const candidate = reply == nullptr ? nullptr : findCandidate(reply, side);
+    if (candidate == nullptr) {
         return record;
     }
-    setField(record.address, textField(pCandidate, "address"));
-    setField(record.candidateType, textField(pCandidate, "candidate-type"));
-    setField(record.protocol, textField(pCandidate, "protocol"));
-    record.port = numberField(pCandidate, "port");
-    record.priority = numberField(pCandidate, "priority");
+    setField(record.address, textField(candidate, "address"));
+    setField(record.candidateType, textField(candidate, "candidate-type"));
+    setField(record.protocol, textField(candidate, "protocol"));
+    record.port = numberField(candidate, "port");
+    record.priority = numberField(candidate, "priority");
     if (side == Side::LOCAL) {
-        setOrigin(&record, textField(pCandidate, "url"), servers);
+        setOrigin(&record, textField(candidate, "url"), servers);
     }
     return record;
 }
@@ -83,4 +83,4 @@ RtcIceServerStats untouchedServerStatistics(const IceServer& server, UINT32 inde
     return record;
 }
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk

@@ -9,7 +9,7 @@
 
 #include "engine/webrtc_pipeline.h"
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 enum class Side { LOCAL, REMOTE };
 
@@ -20,6 +20,6 @@ RtcIceCandidateStats candidateStatistics(const Reply& statistics, Side side, con
 // A server that nothing was sent to.
 RtcIceServerStats untouchedServerStatistics(const IceServer& server, UINT32 index);
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

@@ -4,7 +4,7 @@
 
 #include "text/status.h"
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 Transceiver::Transceiver(const RtcMediaStreamTrack& track, RTC_RTP_TRANSCEIVER_DIRECTION wantedDirection)
     : RtcRtpTransceiver() {
@@ -45,13 +45,13 @@ STATUS Transceiver::write(const Frame& frame) {
     return sender_->write(frame);
 }
 
-void Transceiver::handleFrame(Frame* pFrame) {
+void Transceiver::handleFrame(Frame* frame) {
     std::unique_lock<std::mutex> lock(mutex_);
     const RtcOnFrame handler = onFrame_;
     const UINT64 customData = onFrameData_;
     lock.unlock();
     if (handler != nullptr) {
-        handler(customData, pFrame);
+        handler(customData, frame);
     }
 }
 
@@ -65,4 +65,4 @@ void Transceiver::handleBandwidth(double bitsPerSecond) {
     }
 }
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk

@@ -9,7 +9,7 @@
 
 #include "engine/media_sender.h"
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 // The record that callers hold is its base. Thread-safe.
 class Transceiver : public RtcRtpTransceiver {
@@ -26,7 +26,7 @@ public:
     STATUS write(const Frame& frame);
 
     // Both run the handler, when there is one, on the calling thread.
-    void handleFrame(Frame* pFrame);
+    void handleFrame(Frame* frame);
     void handleBandwidth(double bitsPerSecond);
 
 private:
@@ -39,6 +39,6 @@ private:
     UINT64 onBandwidthData_ = 0;
 };
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

@@ -6,11 +6,11 @@
 
 #include <cstddef>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 // How many of this side's candidates the agent knows of in a stream, told to webrtcbin or not yet. Any thread.
-std::size_t countAgentCandidates(GObject* pAgent, guint stream);
+std::size_t countAgentCandidates(GObject* agent, guint stream);
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

@@ -4,7 +4,7 @@
 
 #include "engine/gst_support.h"
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 namespace {
 
@@ -14,27 +14,27 @@ constexpr int DTLS_CONNECTED = 4;
 
 using Signal = std::promise<void>;
 
-bool isConnected(GstElement* pEncoder) {
+bool isConnected(GstElement* encoder) {
     gint state = 0;
-    g_object_get(pEncoder, "connection-state", &state, nullptr);
+    g_object_get(encoder, "connection-state", &state, nullptr);
     return state == DTLS_CONNECTED;
 }
 
 // Fulfils the promise at the pad's next occasion of that kind. The probe owns its share of the promise, since the
 // occasion may come after the limit.
-void signalOnce(GstPad* pPad, GstPadProbeType occasion, const std::shared_ptr<Signal>& signal) {
-    const GstPadProbeCallback onOccasion = [](GstPad*, GstPadProbeInfo*, gpointer pData) {
-        (*static_cast<std::shared_ptr<Signal>*>(pData))->set_value();
+void signalOnce(GstPad* pad, GstPadProbeType occasion, const std::shared_ptr<Signal>& signal) {
+    const GstPadProbeCallback onOccasion = [](GstPad*, GstPadProbeInfo*, gpointer data) {
+        (*static_cast<std::shared_ptr<Signal>*>(data))->set_value();
         return GST_PAD_PROBE_REMOVE;
     };
-    gst_pad_add_probe(pPad, occasion, onOccasion, new std::shared_ptr<Signal>(signal),
-                      [](gpointer pData) { delete static_cast<std::shared_ptr<Signal>*>(pData); });
+    gst_pad_add_probe(pad, occasion, onOccasion, new std::shared_ptr<Signal>(signal),
+                      [](gpointer data) { delete static_cast<std::shared_ptr<Signal>*>(data); });
 }
 
-void closeEncoder(GstElement* pEncoder) {
-    const GstPtr<GstPad> input(gst_element_get_static_pad(pEncoder, "sink"));
-    const GstPtr<GstPad> output(gst_element_get_static_pad(pEncoder, "src"));
-    if (input == nullptr || output == nullptr || !isConnected(pEncoder)) {
+void closeEncoder(GstElement* encoder) {
+    const GstPtr<GstPad> input(gst_element_get_static_pad(encoder, "sink"));
+    const GstPtr<GstPad> output(gst_element_get_static_pad(encoder, "src"));
+    if (input == nullptr || output == nullptr || !isConnected(encoder)) {
         return;
     }
     const auto started = std::make_shared<Signal>();
@@ -51,15 +51,15 @@ void closeEncoder(GstElement* pEncoder) {
 
 }  // namespace
 
-void sendDtlsClose(GstBin* pWebrtcbin) {
-    GstIterator* const pEncoders = gst_bin_iterate_all_by_element_factory_name(pWebrtcbin, "dtlsenc");
+void sendDtlsClose(GstBin* webrtcbin) {
+    GstIterator* const encoders = gst_bin_iterate_all_by_element_factory_name(webrtcbin, "dtlsenc");
     GValue item = G_VALUE_INIT;
-    while (gst_iterator_next(pEncoders, &item) == GST_ITERATOR_OK) {
+    while (gst_iterator_next(encoders, &item) == GST_ITERATOR_OK) {
         closeEncoder(GST_ELEMENT(g_value_get_object(&item)));
         g_value_reset(&item);
     }
     g_value_unset(&item);
-    gst_iterator_free(pEncoders);
+    gst_iterator_free(encoders);
 }
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk

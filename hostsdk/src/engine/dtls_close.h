@@ -4,12 +4,12 @@
 
 #include <gst/gst.h>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 // Sends the closing alert of DTLS on the connected transport inside the bin, and waits until it has left, but not for
 // long. webrtcbin by itself leaves without a word, and a browser would take half a minute to notice.
-void sendDtlsClose(GstBin* pWebrtcbin);
+void sendDtlsClose(GstBin* webrtcbin);
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

@@ -1,6 +1,6 @@
 #include "engine/gst_support.h"
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 Reply::Reply(const std::function<void(GstPromise*)>& emit) : promise_(gst_promise_new()) {
     emit(promise_.get());
@@ -8,9 +8,9 @@ Reply::Reply(const std::function<void(GstPromise*)>& emit) : promise_(gst_promis
 }
 
 bool Reply::accepted() const {
-    const GstStructure* const pReply = structure();
+    const GstStructure* const reply = structure();
     return gst_promise_wait(promise_.get()) == GST_PROMISE_RESULT_REPLIED &&
-           (pReply == nullptr || !gst_structure_has_field(pReply, "error"));
+           (reply == nullptr || !gst_structure_has_field(reply, "error"));
 }
 
 const GstStructure* Reply::structure() const {
@@ -18,14 +18,14 @@ const GstStructure* Reply::structure() const {
 }
 
 std::string Reply::error() const {
-    GError* pError = nullptr;
-    const GstStructure* const pReply = gst_promise_get_reply(promise_.get());
-    if (pReply == nullptr || !gst_structure_get(pReply, "error", G_TYPE_ERROR, &pError, nullptr)) {
+    GError* error = nullptr;
+    const GstStructure* const reply = gst_promise_get_reply(promise_.get());
+    if (reply == nullptr || !gst_structure_get(reply, "error", G_TYPE_ERROR, &error, nullptr)) {
         return "no reply";
     }
-    std::string text = pError->message;
-    g_error_free(pError);
+    std::string text = error->message;
+    g_error_free(error);
     return text;
 }
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk

@@ -9,32 +9,32 @@
 #include <memory>
 #include <string>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 struct GstDeleter {
-    void operator()(GstElement* pElement) const {
-        gst_object_unref(pElement);
+    void operator()(GstElement* element) const {
+        gst_object_unref(element);
     }
-    void operator()(GstPad* pPad) const {
-        gst_object_unref(pPad);
+    void operator()(GstPad* pad) const {
+        gst_object_unref(pad);
     }
-    void operator()(GstCaps* pCaps) const {
-        gst_caps_unref(pCaps);
+    void operator()(GstCaps* caps) const {
+        gst_caps_unref(caps);
     }
-    void operator()(GstSample* pSample) const {
-        gst_sample_unref(pSample);
+    void operator()(GstSample* sample) const {
+        gst_sample_unref(sample);
     }
-    void operator()(GstPromise* pPromise) const {
-        gst_promise_unref(pPromise);
+    void operator()(GstPromise* promise) const {
+        gst_promise_unref(promise);
     }
-    void operator()(GObject* pObject) const {
-        g_object_unref(pObject);
+    void operator()(GObject* object) const {
+        g_object_unref(object);
     }
-    void operator()(GstWebRTCRTPTransceiver* pTransceiver) const {
-        gst_object_unref(pTransceiver);
+    void operator()(GstWebRTCRTPTransceiver* transceiver) const {
+        gst_object_unref(transceiver);
     }
-    void operator()(GstWebRTCSessionDescription* pDescription) const {
-        gst_webrtc_session_description_free(pDescription);
+    void operator()(GstWebRTCSessionDescription* description) const {
+        gst_webrtc_session_description_free(description);
     }
 };
 
@@ -57,17 +57,15 @@ private:
     GstPtr<GstPromise> promise_;
 };
 
-// Connects a signal to a plain function whose last argument is `*pData`, a copy of which lives as long as the
+// Connects a signal to a plain function whose last argument is `*data`, a copy of which lives as long as the
 // connection; so the data outlives every call, also one that runs while the signal is disconnected.
 template <typename Data>
-gulong connectSignal(gpointer pObject, const char* signal, GCallback callback, const std::shared_ptr<Data>& data) {
-    auto* const pCopy = new std::shared_ptr<Data>(data);
-    const GClosureNotify release = [](gpointer pOwned, GClosure*) {
-        delete static_cast<std::shared_ptr<Data>*>(pOwned);
-    };
-    return g_signal_connect_data(pObject, signal, callback, pCopy, release, static_cast<GConnectFlags>(0));
+gulong connectSignal(gpointer object, const char* signal, GCallback callback, const std::shared_ptr<Data>& data) {
+    auto* const copy = new std::shared_ptr<Data>(data);
+    const GClosureNotify release = [](gpointer owned, GClosure*) { delete static_cast<std::shared_ptr<Data>*>(owned); };
+    return g_signal_connect_data(object, signal, callback, copy, release, static_cast<GConnectFlags>(0));
 }
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

@@ -7,7 +7,7 @@
 
 #include "text/log.h"
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 namespace {
 
@@ -25,37 +25,37 @@ UINT64 toTicks(GstClockTime time) {
     return GST_CLOCK_TIME_IS_VALID(time) ? time / NANOSECONDS_PER_TICK : 0;
 }
 
-void deliver(Inbox* pInbox, GstSample* pSample) {
-    GstBuffer* const pBuffer = gst_sample_get_buffer(pSample);
+void deliver(Inbox* inbox, GstSample* sample) {
+    GstBuffer* const buffer = gst_sample_get_buffer(sample);
     GstMapInfo map;
-    if (!gst_buffer_map(pBuffer, &map, GST_MAP_READ)) {
+    if (!gst_buffer_map(buffer, &map, GST_MAP_READ)) {
         return;
     }
     Frame frame{};
-    frame.index = pInbox->nextIndex++;
-    frame.presentationTs = toTicks(GST_BUFFER_PTS(pBuffer));
+    frame.index = inbox->nextIndex++;
+    frame.presentationTs = toTicks(GST_BUFFER_PTS(buffer));
     frame.decodingTs = frame.presentationTs;
-    frame.duration = toTicks(GST_BUFFER_DURATION(pBuffer));
+    frame.duration = toTicks(GST_BUFFER_DURATION(buffer));
     frame.size = static_cast<UINT32>(map.size);
     frame.frameData = map.data;
-    pInbox->receiver(&frame);
-    gst_buffer_unmap(pBuffer, &map);
+    inbox->receiver(&frame);
+    gst_buffer_unmap(buffer, &map);
 }
 
-void drain(Inbox* pInbox, GstAppSink* pSink) {
-    pInbox->draining = false;
-    while (GstSample* const pSample = gst_app_sink_try_pull_sample(pSink, 0)) {
-        const GstPtr<GstSample> owner(pSample);
-        deliver(pInbox, pSample);
+void drain(Inbox* inbox, GstAppSink* sink) {
+    inbox->draining = false;
+    while (GstSample* const sample = gst_app_sink_try_pull_sample(sink, 0)) {
+        const GstPtr<GstSample> owner(sample);
+        deliver(inbox, sample);
     }
 }
 
 // One task at a time stands in the executor's queue, so that a slow handler fills the sink, which is bounded.
-GstFlowReturn onNewSample(GstAppSink* pSink, gpointer pData) {
-    const auto& inbox = *static_cast<std::shared_ptr<Inbox>*>(pData);
+GstFlowReturn onNewSample(GstAppSink* sink, gpointer data) {
+    const auto& inbox = *static_cast<std::shared_ptr<Inbox>*>(data);
     if (!inbox->draining.exchange(true)) {
-        const std::shared_ptr<GstElement> sink(GST_ELEMENT(gst_object_ref(pSink)), GstDeleter());
-        inbox->executor->post([inbox, sink] { drain(inbox.get(), GST_APP_SINK(sink.get())); });
+        const std::shared_ptr<GstElement> kept(GST_ELEMENT(gst_object_ref(sink)), GstDeleter());
+        inbox->executor->post([inbox, kept] { drain(inbox.get(), GST_APP_SINK(kept.get())); });
     }
     return GST_FLOW_OK;
 }
@@ -70,29 +70,29 @@ const char* receiverDescription(RTC_CODEC codec) {
 
 }  // namespace
 
-bool receiveMedia(GstElement* pPipeline, GstPad* pWebrtcPad, RTC_CODEC codec,
+bool receiveMedia(GstElement* pipeline, GstPad* webrtcPad, RTC_CODEC codec,
                   const std::shared_ptr<HandlerExecutor>& executor, FrameReceiver receiver) {
-    GError* pError = nullptr;
-    GstElement* const pChain = gst_parse_bin_from_description(receiverDescription(codec), TRUE, &pError);
-    if (pChain == nullptr) {
-        logError(std::string("no receiver: ") + pError->message);
-        g_error_free(pError);
+    GError* error = nullptr;
+    GstElement* const chain = gst_parse_bin_from_description(receiverDescription(codec), TRUE, &error);
+    if (chain == nullptr) {
+        logError(std::string("no receiver: ") + error->message);
+        g_error_free(error);
         return false;
     }
-    auto* const pInbox = new std::shared_ptr<Inbox>(std::make_shared<Inbox>());
-    (*pInbox)->executor = executor;
-    (*pInbox)->receiver = std::move(receiver);
+    auto* const inbox = new std::shared_ptr<Inbox>(std::make_shared<Inbox>());
+    (*inbox)->executor = executor;
+    (*inbox)->receiver = std::move(receiver);
 
     GstAppSinkCallbacks callbacks{};
     callbacks.new_sample = onNewSample;
-    const GstPtr<GstElement> sink(gst_bin_get_by_name(GST_BIN(pChain), "sink"));
-    gst_app_sink_set_callbacks(GST_APP_SINK(sink.get()), &callbacks, pInbox,
-                               [](gpointer pData) { delete static_cast<std::shared_ptr<Inbox>*>(pData); });
+    const GstPtr<GstElement> sink(gst_bin_get_by_name(GST_BIN(chain), "sink"));
+    gst_app_sink_set_callbacks(GST_APP_SINK(sink.get()), &callbacks, inbox,
+                               [](gpointer data) { delete static_cast<std::shared_ptr<Inbox>*>(data); });
 
-    gst_bin_add(GST_BIN(pPipeline), pChain);
-    gst_element_sync_state_with_parent(pChain);
-    const GstPtr<GstPad> input(gst_element_get_static_pad(pChain, "sink"));
-    return gst_pad_link(pWebrtcPad, input.get()) == GST_PAD_LINK_OK;
+    gst_bin_add(GST_BIN(pipeline), chain);
+    gst_element_sync_state_with_parent(chain);
+    const GstPtr<GstPad> input(gst_element_get_static_pad(chain, "sink"));
+    return gst_pad_link(webrtcPad, input.get()) == GST_PAD_LINK_OK;
 }
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk

@@ -9,16 +9,16 @@
 #include "connection/handler_executor.h"
 #include "engine/gst_support.h"
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 // Runs on the executor's thread; the frame lives for the call.
 using FrameReceiver = std::function<void(Frame*)>;
 
 // Takes packets of the codec from the webrtcbin pad and hands the frames on. A receiver that falls behind loses the
 // oldest frames. Returns false when an element is missing.
-bool receiveMedia(GstElement* pPipeline, GstPad* pWebrtcPad, RTC_CODEC codec,
+bool receiveMedia(GstElement* pipeline, GstPad* webrtcPad, RTC_CODEC codec,
                   const std::shared_ptr<HandlerExecutor>& executor, FrameReceiver receiver);
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

@@ -7,7 +7,7 @@
 
 #include "text/log.h"
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 namespace {
 
@@ -34,52 +34,52 @@ std::string senderDescription(RTC_CODEC codec, int payloadType, guint ssrc) {
 }  // namespace
 
 GstClockTime PresentationClock::toRunningTime(UINT64 presentationTs, GstClockTime runningTime,
-                                              std::optional<gint64>* pTrackOffset) {
+                                              std::optional<gint64>* trackOffset) {
     const auto presentation = static_cast<gint64>(presentationTs) * NANOSECONDS_PER_TICK;
     const gint64 offset = static_cast<gint64>(runningTime) - presentation;
-    if (!*pTrackOffset) {
+    if (!*trackOffset) {
         const std::lock_guard<std::mutex> lock(mutex_);
         offset_ = offset_.value_or(offset);
-        *pTrackOffset = std::llabs(*offset_ - offset) < SAME_TIMELINE ? *offset_ : offset;
+        *trackOffset = std::llabs(*offset_ - offset) < SAME_TIMELINE ? *offset_ : offset;
     }
-    if (presentation + **pTrackOffset < 0) {
-        *pTrackOffset = offset;
+    if (presentation + **trackOffset < 0) {
+        *trackOffset = offset;
     }
-    return static_cast<GstClockTime>(presentation + **pTrackOffset);
+    return static_cast<GstClockTime>(presentation + **trackOffset);
 }
 
-std::unique_ptr<MediaSender> MediaSender::create(GstElement* pPipeline, GstPad* pWebrtcPad, RTC_CODEC codec,
+std::unique_ptr<MediaSender> MediaSender::create(GstElement* pipeline, GstPad* webrtcPad, RTC_CODEC codec,
                                                  int payloadType, guint ssrc,
                                                  const std::shared_ptr<PresentationClock>& clock) {
-    GError* pError = nullptr;
-    GstElement* const pChain =
-        gst_parse_bin_from_description(senderDescription(codec, payloadType, ssrc).c_str(), TRUE, &pError);
-    if (pChain == nullptr) {
-        logError(std::string("no sender: ") + pError->message);
-        g_error_free(pError);
+    GError* error = nullptr;
+    GstElement* const chain =
+        gst_parse_bin_from_description(senderDescription(codec, payloadType, ssrc).c_str(), TRUE, &error);
+    if (chain == nullptr) {
+        logError(std::string("no sender: ") + error->message);
+        g_error_free(error);
         return nullptr;
     }
-    gst_bin_add(GST_BIN(pPipeline), pChain);
-    const GstPtr<GstPad> output(gst_element_get_static_pad(pChain, "src"));
-    gst_pad_link(output.get(), pWebrtcPad);
-    GstPtr<GstElement> source(gst_bin_get_by_name(GST_BIN(pChain), "source"));
-    gst_element_sync_state_with_parent(pChain);
-    return std::unique_ptr<MediaSender>(new MediaSender(pPipeline, std::move(source), clock));
+    gst_bin_add(GST_BIN(pipeline), chain);
+    const GstPtr<GstPad> output(gst_element_get_static_pad(chain, "src"));
+    gst_pad_link(output.get(), webrtcPad);
+    GstPtr<GstElement> source(gst_bin_get_by_name(GST_BIN(chain), "source"));
+    gst_element_sync_state_with_parent(chain);
+    return std::unique_ptr<MediaSender>(new MediaSender(pipeline, std::move(source), clock));
 }
 
-MediaSender::MediaSender(GstElement* pPipeline, GstPtr<GstElement> source, std::shared_ptr<PresentationClock> clock)
-    : pPipeline_(pPipeline), source_(std::move(source)), clock_(std::move(clock)) {
+MediaSender::MediaSender(GstElement* pipeline, GstPtr<GstElement> source, std::shared_ptr<PresentationClock> clock)
+    : pipeline_(pipeline), source_(std::move(source)), clock_(std::move(clock)) {
 }
 
 STATUS MediaSender::write(const Frame& frame) {
-    GstAppSrc* const pSource = GST_APP_SRC(source_.get());
-    if (gst_app_src_get_current_level_bytes(pSource) > MAX_QUEUED_BYTES) {
+    GstAppSrc* const source = GST_APP_SRC(source_.get());
+    if (gst_app_src_get_current_level_bytes(source) > MAX_QUEUED_BYTES) {
         return STATUS_NOT_ENOUGH_MEMORY;
     }
-    GstBuffer* const pBuffer = gst_buffer_new_memdup(frame.frameData, frame.size);
-    const GstClockTime now = gst_element_get_current_running_time(pPipeline_);
-    GST_BUFFER_PTS(pBuffer) = clock_->toRunningTime(frame.presentationTs, now, &offset_);
-    return gst_app_src_push_buffer(pSource, pBuffer) == GST_FLOW_OK ? STATUS_SUCCESS : STATUS_INVALID_OPERATION;
+    GstBuffer* const buffer = gst_buffer_new_memdup(frame.frameData, frame.size);
+    const GstClockTime now = gst_element_get_current_running_time(pipeline_);
+    GST_BUFFER_PTS(buffer) = clock_->toRunningTime(frame.presentationTs, now, &offset_);
+    return gst_app_src_push_buffer(source, buffer) == GST_FLOW_OK ? STATUS_SUCCESS : STATUS_INVALID_OPERATION;
 }
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk

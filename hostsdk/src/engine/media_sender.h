@@ -9,7 +9,7 @@
 
 #include "engine/gst_support.h"
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 // Maps the presentation times of frames to the running time of the pipeline. The tracks of a connection share one, so
 // that a player keeps picture and sound together.
@@ -17,7 +17,7 @@ class PresentationClock {
 public:
     // Any thread. The difference of two results is that of the two presentation times (100 ns), as long as these
     // stay near the pace of `runningTime`; a track with a timeline of its own gets one of its own.
-    GstClockTime toRunningTime(UINT64 presentationTs, GstClockTime runningTime, std::optional<gint64>* pTrackOffset);
+    GstClockTime toRunningTime(UINT64 presentationTs, GstClockTime runningTime, std::optional<gint64>* trackOffset);
 
 private:
     std::mutex mutex_;
@@ -28,7 +28,7 @@ class MediaSender {
 public:
     // Builds the elements for the codec in the pipeline and links them to the webrtcbin pad.
     // Null when an element is missing.
-    static std::unique_ptr<MediaSender> create(GstElement* pPipeline, GstPad* pWebrtcPad, RTC_CODEC codec,
+    static std::unique_ptr<MediaSender> create(GstElement* pipeline, GstPad* webrtcPad, RTC_CODEC codec,
                                                int payloadType, guint ssrc,
                                                const std::shared_ptr<PresentationClock>& clock);
 
@@ -36,14 +36,14 @@ public:
     STATUS write(const Frame& frame);
 
 private:
-    MediaSender(GstElement* pPipeline, GstPtr<GstElement> source, std::shared_ptr<PresentationClock> clock);
+    MediaSender(GstElement* pipeline, GstPtr<GstElement> source, std::shared_ptr<PresentationClock> clock);
 
-    GstElement* pPipeline_;
+    GstElement* pipeline_;
     GstPtr<GstElement> source_;
     std::shared_ptr<PresentationClock> clock_;
     std::optional<gint64> offset_;
 };
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

@@ -6,7 +6,7 @@
 
 #include <memory>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 namespace {
 
@@ -34,4 +34,4 @@ bool hasOnlyLoopback() {
     return true;
 }
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk

@@ -2,11 +2,11 @@
 #ifndef HOSTSDK_NETWORK_INTERFACES_H
 #define HOSTSDK_NETWORK_INTERFACES_H
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 // True when no interface but the loopback one is up with an address.
 bool hasOnlyLoopback();
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

@@ -6,7 +6,7 @@
 
 #include "text/log.h"
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 namespace {
 
@@ -16,21 +16,21 @@ constexpr const char* ELEMENTS[] = {"webrtcbin", "nicesrc",    "nicesink",     "
                                     "h264parse", "rtph264pay", "rtph264depay", "rtppcmupay", "rtppcmudepay"};
 
 bool createOnce(const char* name) {
-    GstElement* const pElement = gst_element_factory_make(name, nullptr);
-    if (pElement == nullptr) {
+    GstElement* const element = gst_element_factory_make(name, nullptr);
+    if (element == nullptr) {
         logError(std::string("GStreamer has no element ") + name +
                  ": its plugin sets base, good, bad and nice are needed");
         return false;
     }
-    gst_object_unref(gst_object_ref_sink(pElement));
+    gst_object_unref(gst_object_ref_sink(element));
     return true;
 }
 
 bool start() {
-    GError* pError = nullptr;
-    if (!gst_init_check(nullptr, nullptr, &pError)) {
-        logError(std::string("GStreamer does not start: ") + (pError == nullptr ? "" : pError->message));
-        g_clear_error(&pError);
+    GError* error = nullptr;
+    if (!gst_init_check(nullptr, nullptr, &error)) {
+        logError(std::string("GStreamer does not start: ") + (error == nullptr ? "" : error->message));
+        g_clear_error(&error);
         return false;
     }
     bool complete = true;
@@ -47,4 +47,4 @@ bool startRuntime() {
     return started;
 }
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk

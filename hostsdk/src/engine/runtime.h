@@ -2,12 +2,12 @@
 #ifndef HOSTSDK_RUNTIME_H
 #define HOSTSDK_RUNTIME_H
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 // Starts GStreamer and makes the process's certificate, so that the first call is as quick as the later ones.
 // Any thread, any number of times. False when GStreamer or an element of it is missing; the log says which.
 bool startRuntime();
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

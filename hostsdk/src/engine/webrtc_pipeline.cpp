@@ -12,7 +12,7 @@
 #include "text/log.h"
 #include "text/remb.h"
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 namespace {
 
@@ -61,19 +61,19 @@ GstPtr<GstCaps> mediaCaps(const NegotiatedMedia& media, guint ssrc) {
     return caps;
 }
 
-GstPtr<GObject> objectProperty(gpointer pObject, const char* name) {
-    GObject* pValue = nullptr;
-    g_object_get(pObject, name, &pValue, nullptr);
-    return GstPtr<GObject>(pValue);
+GstPtr<GObject> objectProperty(gpointer object, const char* name) {
+    GObject* value = nullptr;
+    g_object_get(object, name, &value, nullptr);
+    return GstPtr<GObject>(value);
 }
 
-bool isElement(GstElement* pElement, const char* factoryName) {
-    GstElementFactory* const pFactory = gst_element_get_factory(pElement);
-    return pFactory != nullptr && g_strcmp0(GST_OBJECT_NAME(pFactory), factoryName) == 0;
+bool isElement(GstElement* element, const char* factoryName) {
+    GstElementFactory* const factory = gst_element_get_factory(element);
+    return factory != nullptr && g_strcmp0(GST_OBJECT_NAME(factory), factoryName) == 0;
 }
 
-std::optional<RTC_CODEC> codecOf(GstPad* pPad) {
-    const GstPtr<GstCaps> caps(gst_pad_get_current_caps(pPad));
+std::optional<RTC_CODEC> codecOf(GstPad* pad) {
+    const GstPtr<GstCaps> caps(gst_pad_get_current_caps(pad));
     if (caps == nullptr) {
         return std::nullopt;
     }
@@ -87,10 +87,10 @@ std::optional<RTC_CODEC> codecOf(GstPad* pPad) {
     return std::nullopt;
 }
 
-std::string descriptionText(const GstWebRTCSessionDescription* pDescription) {
-    char* const pText = gst_sdp_message_as_text(pDescription->sdp);
-    std::string text = pText;
-    g_free(pText);
+std::string descriptionText(const GstWebRTCSessionDescription* description) {
+    char* const written = gst_sdp_message_as_text(description->sdp);
+    std::string text = written;
+    g_free(written);
     return text;
 }
 
@@ -107,90 +107,90 @@ struct WebRtcPipeline::Link {
         link->executor->post([link, event] { link->events.onTransport(event); });
     }
 
-    static void onCandidate(GstElement*, guint mLineIndex, gchar* pText, std::shared_ptr<Link>* pLink);
-    static void onGatheringDone(GObject* pAgent, guint stream, std::shared_ptr<Link>* pLink);
-    static void onConnectionState(GstElement* pWebrtcbin, GParamSpec*, std::shared_ptr<Link>* pLink);
-    static void onElementAdded(GstBin*, GstBin*, GstElement* pElement, std::shared_ptr<Link>* pLink);
-    static void onDtlsState(GstElement* pDtlsdec, GParamSpec*, std::shared_ptr<Link>* pLink);
-    static void onPadAdded(GstElement* pWebrtcbin, GstPad* pPad, std::shared_ptr<Link>* pLink);
-    static void onFeedback(GObject*, guint type, guint format, guint senderSsrc, guint mediaSsrc, GstBuffer* pControl,
-                           std::shared_ptr<Link>* pLink);
-    static GstPadProbeReturn onPacket(GstPad*, GstPadProbeInfo* pInfo, gpointer pLink);
+    static void onCandidate(GstElement*, guint mLineIndex, gchar* text, std::shared_ptr<Link>* link);
+    static void onGatheringDone(GObject* agent, guint stream, std::shared_ptr<Link>* link);
+    static void onConnectionState(GstElement* webrtcbin, GParamSpec*, std::shared_ptr<Link>* link);
+    static void onElementAdded(GstBin*, GstBin*, GstElement* element, std::shared_ptr<Link>* link);
+    static void onDtlsState(GstElement* dtlsdec, GParamSpec*, std::shared_ptr<Link>* link);
+    static void onPadAdded(GstElement* webrtcbin, GstPad* pad, std::shared_ptr<Link>* link);
+    static void onFeedback(GObject*, guint type, guint format, guint senderSsrc, guint mediaSsrc, GstBuffer* control,
+                           std::shared_ptr<Link>* link);
+    static GstPadProbeReturn onPacket(GstPad*, GstPadProbeInfo* info, gpointer link);
 };
 
-void WebRtcPipeline::Link::onCandidate(GstElement*, guint mLineIndex, gchar* pText, std::shared_ptr<Link>* pLink) {
-    (*pLink)->executor->post(
-        [link = *pLink, mLineIndex, text = std::string(pText)] { link->events.onCandidate(mLineIndex, text); });
+void WebRtcPipeline::Link::onCandidate(GstElement*, guint mLineIndex, gchar* text, std::shared_ptr<Link>* link) {
+    (*link)->executor->post(
+        [link = *link, mLineIndex, text = std::string(text)] { link->events.onCandidate(mLineIndex, text); });
 }
 
 // Asked of the agent: webrtcbin (1.22) never calls gathering complete when a candidate arrives while it decides.
-void WebRtcPipeline::Link::onGatheringDone(GObject* pAgent, guint stream, std::shared_ptr<Link>* pLink) {
-    const std::size_t found = countAgentCandidates(pAgent, stream);
-    (*pLink)->executor->post([link = *pLink, found] { link->events.onGatheringDone(found); });
+void WebRtcPipeline::Link::onGatheringDone(GObject* agent, guint stream, std::shared_ptr<Link>* link) {
+    const std::size_t found = countAgentCandidates(agent, stream);
+    (*link)->executor->post([link = *link, found] { link->events.onGatheringDone(found); });
 }
 
-void WebRtcPipeline::Link::onConnectionState(GstElement* pWebrtcbin, GParamSpec*, std::shared_ptr<Link>* pLink) {
+void WebRtcPipeline::Link::onConnectionState(GstElement* webrtcbin, GParamSpec*, std::shared_ptr<Link>* link) {
     GstWebRTCPeerConnectionState state = GST_WEBRTC_PEER_CONNECTION_STATE_NEW;
-    g_object_get(pWebrtcbin, "connection-state", &state, nullptr);
+    g_object_get(webrtcbin, "connection-state", &state, nullptr);
     if (state == GST_WEBRTC_PEER_CONNECTION_STATE_CONNECTED) {
-        postTransport(*pLink, TransportEvent::CONNECTED);
+        postTransport(*link, TransportEvent::CONNECTED);
     } else if (state == GST_WEBRTC_PEER_CONNECTION_STATE_FAILED) {
-        postTransport(*pLink, TransportEvent::FAILED);
+        postTransport(*link, TransportEvent::FAILED);
     }
 }
 
-void WebRtcPipeline::Link::onElementAdded(GstBin*, GstBin*, GstElement* pElement, std::shared_ptr<Link>* pLink) {
-    if (isElement(pElement, "dtlsdec")) {
-        connectSignal(pElement, "notify::connection-state", G_CALLBACK(onDtlsState), *pLink);
-    } else if (isElement(pElement, "nicesrc")) {
-        const GstPtr<GstPad> output(gst_element_get_static_pad(pElement, "src"));
-        gst_pad_add_probe(output.get(), GST_PAD_PROBE_TYPE_BUFFER, onPacket, new std::shared_ptr<Link>(*pLink),
-                          [](gpointer pData) { delete static_cast<std::shared_ptr<Link>*>(pData); });
+void WebRtcPipeline::Link::onElementAdded(GstBin*, GstBin*, GstElement* element, std::shared_ptr<Link>* link) {
+    if (isElement(element, "dtlsdec")) {
+        connectSignal(element, "notify::connection-state", G_CALLBACK(onDtlsState), *link);
+    } else if (isElement(element, "nicesrc")) {
+        const GstPtr<GstPad> output(gst_element_get_static_pad(element, "src"));
+        gst_pad_add_probe(output.get(), GST_PAD_PROBE_TYPE_BUFFER, onPacket, new std::shared_ptr<Link>(*link),
+                          [](gpointer data) { delete static_cast<std::shared_ptr<Link>*>(data); });
     }
 }
 
 // A far end that closes its connection says so through DTLS; webrtcbin's own states do not show it.
-void WebRtcPipeline::Link::onDtlsState(GstElement* pDtlsdec, GParamSpec*, std::shared_ptr<Link>* pLink) {
+void WebRtcPipeline::Link::onDtlsState(GstElement* dtlsdec, GParamSpec*, std::shared_ptr<Link>* link) {
     gint state = 0;
-    g_object_get(pDtlsdec, "connection-state", &state, nullptr);
+    g_object_get(dtlsdec, "connection-state", &state, nullptr);
     if (state == DTLS_CONNECTED) {
-        (*pLink)->dtlsConnected = true;
-    } else if (state == DTLS_CLOSED && (*pLink)->dtlsConnected.exchange(false)) {
-        postTransport(*pLink, TransportEvent::CLOSED_BY_FAR_END);
+        (*link)->dtlsConnected = true;
+    } else if (state == DTLS_CLOSED && (*link)->dtlsConnected.exchange(false)) {
+        postTransport(*link, TransportEvent::CLOSED_BY_FAR_END);
     }
 }
 
-void WebRtcPipeline::Link::onPadAdded(GstElement* pWebrtcbin, GstPad* pPad, std::shared_ptr<Link>* pLink) {
-    const std::optional<RTC_CODEC> codec = codecOf(pPad);
-    if (GST_PAD_DIRECTION(pPad) != GST_PAD_SRC || !codec) {
+void WebRtcPipeline::Link::onPadAdded(GstElement* webrtcbin, GstPad* pad, std::shared_ptr<Link>* shared) {
+    const std::optional<RTC_CODEC> codec = codecOf(pad);
+    if (GST_PAD_DIRECTION(pad) != GST_PAD_SRC || !codec) {
         return;
     }
-    const std::shared_ptr<Link> link = *pLink;
-    const GstPtr<GstElement> pipeline(GST_ELEMENT(gst_element_get_parent(pWebrtcbin)));
+    const std::shared_ptr<Link> link = *shared;
+    const GstPtr<GstElement> pipeline(GST_ELEMENT(gst_element_get_parent(webrtcbin)));
     if (pipeline != nullptr) {
-        receiveMedia(pipeline.get(), pPad, *codec, link->executor,
-                     [link, codec = *codec](Frame* pFrame) { link->events.onFrame(codec, pFrame); });
+        receiveMedia(pipeline.get(), pad, *codec, link->executor,
+                     [link, codec = *codec](Frame* frame) { link->events.onFrame(codec, frame); });
     }
 }
 
-void WebRtcPipeline::Link::onFeedback(GObject*, guint type, guint format, guint, guint, GstBuffer* pControl,
-                                      std::shared_ptr<Link>* pLink) {
+void WebRtcPipeline::Link::onFeedback(GObject*, guint type, guint format, guint, guint, GstBuffer* control,
+                                      std::shared_ptr<Link>* link) {
     GstMapInfo map;
-    if (type != GST_RTCP_TYPE_PSFB || format != GST_RTCP_PSFB_TYPE_AFB || pControl == nullptr ||
-        !gst_buffer_map(pControl, &map, GST_MAP_READ)) {
+    if (type != GST_RTCP_TYPE_PSFB || format != GST_RTCP_PSFB_TYPE_AFB || control == nullptr ||
+        !gst_buffer_map(control, &map, GST_MAP_READ)) {
         return;
     }
     const std::optional<double> limit = readRemb(map.data, map.size);
-    gst_buffer_unmap(pControl, &map);
+    gst_buffer_unmap(control, &map);
     if (limit) {
-        (*pLink)->executor->post([link = *pLink, limit = *limit] { link->events.onBandwidth(limit); });
+        (*link)->executor->post([link = *link, limit = *limit] { link->events.onBandwidth(limit); });
     }
 }
 
-GstPadProbeReturn WebRtcPipeline::Link::onPacket(GstPad*, GstPadProbeInfo* pInfo, gpointer pLink) {
+GstPadProbeReturn WebRtcPipeline::Link::onPacket(GstPad*, GstPadProbeInfo* info, gpointer link) {
     guint8 firstByte = 0;
-    if (gst_buffer_extract(GST_PAD_PROBE_INFO_BUFFER(pInfo), 0, &firstByte, 1) == 1 && isMediaPacket(firstByte)) {
-        (*static_cast<std::shared_ptr<Link>*>(pLink))->lastPacket =
+    if (gst_buffer_extract(GST_PAD_PROBE_INFO_BUFFER(info), 0, &firstByte, 1) == 1 && isMediaPacket(firstByte)) {
+        (*static_cast<std::shared_ptr<Link>*>(link))->lastPacket =
             ConnectionMonitor::Clock::now().time_since_epoch().count();
     }
     return GST_PAD_PROBE_OK;
@@ -199,18 +199,18 @@ GstPadProbeReturn WebRtcPipeline::Link::onPacket(GstPad*, GstPadProbeInfo* pInfo
 std::unique_ptr<WebRtcPipeline> WebRtcPipeline::create(bool relayOnly, const std::vector<IceServer>& servers,
                                                        std::shared_ptr<HandlerExecutor> executor,
                                                        PipelineEvents events) {
-    GstElement* const pWebrtcbin = gst_element_factory_make("webrtcbin", nullptr);
-    if (pWebrtcbin == nullptr) {
+    GstElement* const webrtcbin = gst_element_factory_make("webrtcbin", nullptr);
+    if (webrtcbin == nullptr) {
         logError("GStreamer has no webrtcbin: its plugins bad and nice are needed");
         return nullptr;
     }
     GstPtr<GstElement> pipeline(gst_pipeline_new(nullptr));
-    gst_bin_add(GST_BIN(pipeline.get()), pWebrtcbin);
+    gst_bin_add(GST_BIN(pipeline.get()), webrtcbin);
     auto link = std::make_shared<Link>();
     link->executor = std::move(executor);
     link->events = std::move(events);
 
-    std::unique_ptr<WebRtcPipeline> result(new WebRtcPipeline(std::move(pipeline), pWebrtcbin, std::move(link)));
+    std::unique_ptr<WebRtcPipeline> result(new WebRtcPipeline(std::move(pipeline), webrtcbin, std::move(link)));
     result->configure(relayOnly, servers);
     result->connectSignals();
     if (gst_element_set_state(result->pipeline_.get(), GST_STATE_PLAYING) == GST_STATE_CHANGE_FAILURE) {
@@ -220,12 +220,12 @@ std::unique_ptr<WebRtcPipeline> WebRtcPipeline::create(bool relayOnly, const std
     return result;
 }
 
-WebRtcPipeline::WebRtcPipeline(GstPtr<GstElement> pipeline, GstElement* pWebrtcbin, std::shared_ptr<Link> link)
-    : pipeline_(std::move(pipeline)), pWebrtcbin_(pWebrtcbin), link_(std::move(link)) {
+WebRtcPipeline::WebRtcPipeline(GstPtr<GstElement> pipeline, GstElement* webrtcbin, std::shared_ptr<Link> link)
+    : pipeline_(std::move(pipeline)), webrtcbin_(webrtcbin), link_(std::move(link)) {
 }
 
 WebRtcPipeline::~WebRtcPipeline() {
-    sendDtlsClose(GST_BIN(pWebrtcbin_));
+    sendDtlsClose(GST_BIN(webrtcbin_));
     // The answer shows that webrtcbin's thread has done all that was asked of it; closing while it still gathers
     // candidates would leak their sockets.
     statistics();
@@ -233,26 +233,26 @@ WebRtcPipeline::~WebRtcPipeline() {
 }
 
 void WebRtcPipeline::configure(bool relayOnly, const std::vector<IceServer>& servers) {
-    g_object_set(pWebrtcbin_, "bundle-policy", GST_WEBRTC_BUNDLE_POLICY_MAX_BUNDLE, "latency", JITTER_BUFFER_MS,
+    g_object_set(webrtcbin_, "bundle-policy", GST_WEBRTC_BUNDLE_POLICY_MAX_BUNDLE, "latency", JITTER_BUFFER_MS,
                  "ice-transport-policy",
                  relayOnly ? GST_WEBRTC_ICE_TRANSPORT_POLICY_RELAY : GST_WEBRTC_ICE_TRANSPORT_POLICY_ALL, nullptr);
     configureAgent();
     addServers(servers);
 
     // Nobody reads the bus.
-    GstBus* const pBus = gst_pipeline_get_bus(GST_PIPELINE(pipeline_.get()));
+    GstBus* const bus = gst_pipeline_get_bus(GST_PIPELINE(pipeline_.get()));
     gst_bus_set_sync_handler(
-        pBus,
-        [](GstBus*, GstMessage* pMessage, gpointer) {
-            gst_message_unref(pMessage);
+        bus,
+        [](GstBus*, GstMessage* message, gpointer) {
+            gst_message_unref(message);
             return GST_BUS_DROP;
         },
         nullptr, nullptr);
-    gst_object_unref(pBus);
+    gst_object_unref(bus);
 }
 
 void WebRtcPipeline::configureAgent() {
-    const GstPtr<GObject> ice = objectProperty(pWebrtcbin_, "ice-agent");
+    const GstPtr<GObject> ice = objectProperty(webrtcbin_, "ice-agent");
     g_object_set(ice.get(), "ice-tcp", FALSE, nullptr);
     if (hasOnlyLoopback()) {
         gboolean added = FALSE;
@@ -275,18 +275,18 @@ void WebRtcPipeline::addServers(const std::vector<IceServer>& servers) {
         const std::string uri = webrtcbinUri(*server.url, server.username, server.credential);
         if (server.url->isRelay()) {
             gboolean added = FALSE;
-            g_signal_emit_by_name(pWebrtcbin_, "add-turn-server", uri.c_str(), &added);
+            g_signal_emit_by_name(webrtcbin_, "add-turn-server", uri.c_str(), &added);
         } else {
-            g_object_set(pWebrtcbin_, "stun-server", uri.c_str(), nullptr);
+            g_object_set(webrtcbin_, "stun-server", uri.c_str(), nullptr);
         }
     }
 }
 
 void WebRtcPipeline::connectSignals() {
-    connectSignal(pWebrtcbin_, "on-ice-candidate", G_CALLBACK(Link::onCandidate), link_);
-    connectSignal(pWebrtcbin_, "notify::connection-state", G_CALLBACK(Link::onConnectionState), link_);
-    connectSignal(pWebrtcbin_, "deep-element-added", G_CALLBACK(Link::onElementAdded), link_);
-    connectSignal(pWebrtcbin_, "pad-added", G_CALLBACK(Link::onPadAdded), link_);
+    connectSignal(webrtcbin_, "on-ice-candidate", G_CALLBACK(Link::onCandidate), link_);
+    connectSignal(webrtcbin_, "notify::connection-state", G_CALLBACK(Link::onConnectionState), link_);
+    connectSignal(webrtcbin_, "deep-element-added", G_CALLBACK(Link::onElementAdded), link_);
+    connectSignal(webrtcbin_, "pad-added", G_CALLBACK(Link::onPadAdded), link_);
 }
 
 bool WebRtcPipeline::setRemoteDescription(const std::string& sdp) {
@@ -303,24 +303,24 @@ bool WebRtcPipeline::setLocalDescription(const std::string& sdp) {
 
 // The bundled media share one RTP session, which exists now.
 void WebRtcPipeline::watchFeedback() {
-    const GstPtr<GstElement> rtpbin(gst_bin_get_by_name(GST_BIN(pWebrtcbin_), "rtpbin"));
-    GObject* pSession = nullptr;
-    g_signal_emit_by_name(rtpbin.get(), "get-internal-session", 0U, &pSession);
-    const GstPtr<GObject> session(pSession);
+    const GstPtr<GstElement> rtpbin(gst_bin_get_by_name(GST_BIN(webrtcbin_), "rtpbin"));
+    GObject* found = nullptr;
+    g_signal_emit_by_name(rtpbin.get(), "get-internal-session", 0U, &found);
+    const GstPtr<GObject> session(found);
     if (session != nullptr) {
-        connectSignal(pSession, "on-feedback-rtcp", G_CALLBACK(Link::onFeedback), link_);
+        connectSignal(session.get(), "on-feedback-rtcp", G_CALLBACK(Link::onFeedback), link_);
     }
 }
 
 bool WebRtcPipeline::applyDescription(const char* action, GstWebRTCSDPType type, const std::string& sdp) {
-    GstSDPMessage* pMessage = nullptr;
-    if (gst_sdp_message_new_from_text(sdp.c_str(), &pMessage) != GST_SDP_OK) {
+    GstSDPMessage* message = nullptr;
+    if (gst_sdp_message_new_from_text(sdp.c_str(), &message) != GST_SDP_OK) {
         logError(std::string(action) + ": the text is no session description");
         return false;
     }
-    const GstPtr<GstWebRTCSessionDescription> description(gst_webrtc_session_description_new(type, pMessage));
+    const GstPtr<GstWebRTCSessionDescription> description(gst_webrtc_session_description_new(type, message));
     const Reply reply(
-        [&](GstPromise* pPromise) { g_signal_emit_by_name(pWebrtcbin_, action, description.get(), pPromise); });
+        [&](GstPromise* promise) { g_signal_emit_by_name(webrtcbin_, action, description.get(), promise); });
     if (!reply.accepted()) {
         logError(std::string(action) + ": " + reply.error());
     }
@@ -331,58 +331,58 @@ std::unique_ptr<MediaSender> WebRtcPipeline::addMedia(const NegotiatedMedia& med
     const auto ssrc = static_cast<guint>(g_random_int_range(1, G_MAXINT32));
     const GstPtr<GstCaps> caps = mediaCaps(media, ssrc);
     if (!sends(media.direction)) {
-        GstWebRTCRTPTransceiver* pTransceiver = nullptr;
-        g_signal_emit_by_name(pWebrtcbin_, "add-transceiver", toGst(media.direction), caps.get(), &pTransceiver);
-        const GstPtr<GstWebRTCRTPTransceiver> owner(pTransceiver);
+        GstWebRTCRTPTransceiver* transceiver = nullptr;
+        g_signal_emit_by_name(webrtcbin_, "add-transceiver", toGst(media.direction), caps.get(), &transceiver);
+        const GstPtr<GstWebRTCRTPTransceiver> owner(transceiver);
         return nullptr;
     }
 
-    GstPadTemplate* const pTemplate = gst_element_get_pad_template(pWebrtcbin_, "sink_%u");
+    GstPadTemplate* const padTemplate = gst_element_get_pad_template(webrtcbin_, "sink_%u");
     const std::string name = "sink_" + std::to_string(media.mLineIndex);
-    const GstPtr<GstPad> pad(gst_element_request_pad(pWebrtcbin_, pTemplate, name.c_str(), caps.get()));
+    const GstPtr<GstPad> pad(gst_element_request_pad(webrtcbin_, padTemplate, name.c_str(), caps.get()));
     if (pad == nullptr) {
         logError("webrtcbin gives no pad for m-line " + std::to_string(media.mLineIndex));
         return nullptr;
     }
-    GstWebRTCRTPTransceiver* pTransceiver = nullptr;
+    GstWebRTCRTPTransceiver* found = nullptr;
     g_object_set(pad.get(), "msid", media.streamId.c_str(), nullptr);
-    g_object_get(pad.get(), "transceiver", &pTransceiver, nullptr);
-    const GstPtr<GstWebRTCRTPTransceiver> transceiver(pTransceiver);
-    g_object_set(pTransceiver, "codec-preferences", caps.get(), "direction", toGst(media.direction), nullptr);
+    g_object_get(pad.get(), "transceiver", &found, nullptr);
+    const GstPtr<GstWebRTCRTPTransceiver> transceiver(found);
+    g_object_set(transceiver.get(), "codec-preferences", caps.get(), "direction", toGst(media.direction), nullptr);
     if (media.codec != RTC_CODEC_MULAW) {
-        g_object_set(pTransceiver, "do-nack", TRUE, nullptr);
+        g_object_set(transceiver.get(), "do-nack", TRUE, nullptr);
     }
     return MediaSender::create(pipeline_.get(), pad.get(), media.codec, media.format.payloadType, ssrc, clock_);
 }
 
 std::optional<std::string> WebRtcPipeline::createAnswer() {
     const Reply reply(
-        [this](GstPromise* pPromise) { g_signal_emit_by_name(pWebrtcbin_, "create-answer", nullptr, pPromise); });
-    GstWebRTCSessionDescription* pAnswer = nullptr;
+        [this](GstPromise* promise) { g_signal_emit_by_name(webrtcbin_, "create-answer", nullptr, promise); });
+    GstWebRTCSessionDescription* created = nullptr;
     if (!reply.accepted() || reply.structure() == nullptr ||
-        !gst_structure_get(reply.structure(), "answer", GST_TYPE_WEBRTC_SESSION_DESCRIPTION, &pAnswer, nullptr)) {
+        !gst_structure_get(reply.structure(), "answer", GST_TYPE_WEBRTC_SESSION_DESCRIPTION, &created, nullptr)) {
         logError("create-answer: " + reply.error());
         return std::nullopt;
     }
-    const GstPtr<GstWebRTCSessionDescription> answer(pAnswer);
-    return descriptionText(pAnswer);
+    const GstPtr<GstWebRTCSessionDescription> answer(created);
+    return descriptionText(answer.get());
 }
 
 std::string WebRtcPipeline::localDescription() const {
-    GstWebRTCSessionDescription* pDescription = nullptr;
-    g_object_get(pWebrtcbin_, "local-description", &pDescription, nullptr);
-    const GstPtr<GstWebRTCSessionDescription> description(pDescription);
-    return pDescription == nullptr ? "" : descriptionText(pDescription);
+    GstWebRTCSessionDescription* current = nullptr;
+    g_object_get(webrtcbin_, "local-description", &current, nullptr);
+    const GstPtr<GstWebRTCSessionDescription> description(current);
+    return description == nullptr ? "" : descriptionText(description.get());
 }
 
 void WebRtcPipeline::addCandidate(const std::string& candidateLine) {
     // Everything is bundled, so each candidate belongs to the transport of the first m-line.
-    g_signal_emit_by_name(pWebrtcbin_, "add-ice-candidate", 0U, candidateLine.c_str());
+    g_signal_emit_by_name(webrtcbin_, "add-ice-candidate", 0U, candidateLine.c_str());
 }
 
 std::unique_ptr<Reply> WebRtcPipeline::statistics() const {
     return std::make_unique<Reply>(
-        [this](GstPromise* pPromise) { g_signal_emit_by_name(pWebrtcbin_, "get-stats", nullptr, pPromise); });
+        [this](GstPromise* promise) { g_signal_emit_by_name(webrtcbin_, "get-stats", nullptr, promise); });
 }
 
 std::optional<ConnectionMonitor::Clock::time_point> WebRtcPipeline::lastPacket() const {
@@ -393,4 +393,4 @@ std::optional<ConnectionMonitor::Clock::time_point> WebRtcPipeline::lastPacket()
     return ConnectionMonitor::Clock::time_point(ConnectionMonitor::Clock::duration(count));
 }
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk

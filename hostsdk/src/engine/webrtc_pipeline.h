@@ -19,7 +19,7 @@
 #include "text/ice_server_url.h"
 #include "text/offer.h"
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 // What the pipeline tells; each runs on the executor's thread.
 struct PipelineEvents {
@@ -80,7 +80,7 @@ public:
 private:
     struct Link;
 
-    WebRtcPipeline(GstPtr<GstElement> pipeline, GstElement* pWebrtcbin, std::shared_ptr<Link> link);
+    WebRtcPipeline(GstPtr<GstElement> pipeline, GstElement* webrtcbin, std::shared_ptr<Link> link);
 
     void configure(bool relayOnly, const std::vector<IceServer>& servers);
     void configureAgent();
@@ -90,11 +90,11 @@ private:
     bool applyDescription(const char* action, GstWebRTCSDPType type, const std::string& sdp);
 
     GstPtr<GstElement> pipeline_;
-    GstElement* pWebrtcbin_;
+    GstElement* webrtcbin_;
     std::shared_ptr<Link> link_;
     std::shared_ptr<PresentationClock> clock_ = std::make_shared<PresentationClock>();
 };
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

@@ -2,7 +2,7 @@
 
 #include <sstream>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 namespace {
 
@@ -44,4 +44,4 @@ std::string completeAnswer(const std::string& sdp, const std::vector<AnsweredFor
     return result;
 }
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk

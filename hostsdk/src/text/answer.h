@@ -7,7 +7,7 @@
 
 #include "text/offer.h"
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 // The m-line's format and the profile that it stands for, echoed from the offer.
 struct AnsweredFormat {
@@ -19,6 +19,6 @@ struct AnsweredFormat {
 // would send it in place of the bitrate limit that the bandwidth handler reports.
 std::string completeAnswer(const std::string& sdp, const std::vector<AnsweredFormat>& formats);
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

@@ -8,7 +8,7 @@
 #include "text/json_text.h"
 #include "text/status.h"
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 namespace {
 
@@ -18,12 +18,12 @@ bool isBareLine(std::string_view text) {
 
 // A line that fills the record stays without a terminator, as in the SDK, so that callers meet the same danger; but
 // where the SDK writes a longer one past the end, this stops.
-void fillRecord(const std::string& line, PRtcIceCandidateInit pCandidate) {
-    const size_t length = std::min(line.size() + 1, sizeof(pCandidate->candidate));
-    std::memcpy(pCandidate->candidate, line.c_str(), length);
+void fillRecord(const std::string& line, PRtcIceCandidateInit candidate) {
+    const size_t length = std::min(line.size() + 1, sizeof(candidate->candidate));
+    std::memcpy(candidate->candidate, line.c_str(), length);
 }
 
-STATUS readCandidate(std::string_view text, PRtcIceCandidateInit pCandidate) {
+STATUS readCandidate(std::string_view text, PRtcIceCandidateInit candidate) {
     if (isBareLine(text)) {
         return STATUS_CANDIDATE_NOT_AN_OBJECT;
     }
@@ -38,7 +38,7 @@ STATUS readCandidate(std::string_view text, PRtcIceCandidateInit pCandidate) {
     if (line.empty()) {
         return STATUS_CANDIDATE_MISSING;
     }
-    fillRecord(line, pCandidate);
+    fillRecord(line, candidate);
     return STATUS_SUCCESS;
 }
 
@@ -49,14 +49,14 @@ std::string writeCandidateJson(const std::string& candidateLine, const std::stri
            R"(","sdpMLineIndex":)" + std::to_string(mLineIndex) + "}";
 }
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
-STATUS deserializeRtcIceCandidateInit(PCHAR json, UINT32 length, PRtcIceCandidateInit pCandidate) {
-    if (json == nullptr || pCandidate == nullptr) {
+STATUS deserializeRtcIceCandidateInit(PCHAR json, UINT32 length, PRtcIceCandidateInit candidate) {
+    if (json == nullptr || candidate == nullptr) {
         return STATUS_NULL_ARG;
     }
     try {
-        return hostsdk::readCandidate(std::string_view(json, length), pCandidate);
+        return zelrtc::hostsdk::readCandidate(std::string_view(json, length), candidate);
     } catch (const std::bad_alloc&) {
         return STATUS_NOT_ENOUGH_MEMORY;
     }

@@ -4,11 +4,11 @@
 
 #include <string>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 // The text that RtcOnIceCandidate hands out, in the SDK's written form.
 std::string writeCandidateJson(const std::string& candidateLine, const std::string& mid, unsigned int mLineIndex);
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

@@ -7,7 +7,7 @@
 #include <sstream>
 #include <vector>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 namespace {
 
@@ -77,4 +77,4 @@ std::string sdkCandidate(const std::string& line) {
     return result + "generation 0 network-cost 999";
 }
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 // The far end's line in the form that the ICE agent takes; nothing when it is one to ignore: not a candidate, TCP, or
 // without a numeric address (`.local` names need a resolver that cameras do not have).
@@ -14,6 +14,6 @@ std::optional<std::string> usableCandidate(const std::string& line);
 // The agent's line with the attributes that the SDK writes.
 std::string sdkCandidate(const std::string& line);
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

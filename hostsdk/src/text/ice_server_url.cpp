@@ -3,7 +3,7 @@
 #include <cctype>
 #include <cstdio>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 namespace {
 
@@ -28,22 +28,22 @@ std::optional<int> parsePort(const std::string& text) {
 }
 
 // Takes "host", "host:port" or "[address]:port" apart.
-bool parseHostAndPort(const std::string& text, IceServerUrl* pUrl) {
+bool parseHostAndPort(const std::string& text, IceServerUrl* url) {
     const size_t hostEnd = text.find('[') == 0 ? text.find(']') : 0;
     if (hostEnd == std::string::npos) {
         return false;
     }
     const size_t colon = text.find(':', hostEnd);
-    pUrl->host = text.substr(0, colon);
-    pUrl->port = isSecure(*pUrl) ? DEFAULT_TLS_PORT : DEFAULT_PORT;
+    url->host = text.substr(0, colon);
+    url->port = isSecure(*url) ? DEFAULT_TLS_PORT : DEFAULT_PORT;
     if (colon != std::string::npos) {
         const std::optional<int> port = parsePort(text.substr(colon + 1));
         if (!port) {
             return false;
         }
-        pUrl->port = *port;
+        url->port = *port;
     }
-    return !pUrl->host.empty() && pUrl->host.find_first_of(" \t\r\n/@?#%\"'<>") == std::string::npos;
+    return !url->host.empty() && url->host.find_first_of(" \t\r\n/@?#%\"'<>") == std::string::npos;
 }
 
 std::string percentEncode(const std::string& text) {
@@ -99,4 +99,4 @@ std::string webrtcbinUri(const IceServerUrl& url, const std::string& username, c
     return url.scheme + "://" + user + url.host + ":" + std::to_string(url.port) + query;
 }
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 struct IceServerUrl {
     std::string scheme;  // stun, stuns, turn or turns
@@ -22,6 +22,6 @@ std::optional<IceServerUrl> parseIceServerUrl(const std::string& text);
 // The form that webrtcbin takes: a URI with user and credential in it, percent-encoded.
 std::string webrtcbinUri(const IceServerUrl& url, const std::string& username, const std::string& credential);
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 namespace {
 
@@ -108,4 +108,4 @@ std::string escapeJson(std::string_view text) {
     return escaped;
 }
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 // The value that the text holds, or a discarded one (is_discarded()) when it is not JSON. Never throws.
 nlohmann::json readJson(std::string_view text);
@@ -25,6 +25,6 @@ std::string withoutRawLineEnds(std::string_view text);
 // The text with everything escaped that may not stand in a JSON string.
 std::string escapeJson(std::string_view text);
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

@@ -6,7 +6,7 @@
 
 #include <string>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 inline void writeLog(UINT32 level, const std::string& text) {
     static char tag[] = "hostsdk";
@@ -26,6 +26,6 @@ inline void logError(const std::string& text) {
     writeLog(LOG_LEVEL_ERROR, text);
 }
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

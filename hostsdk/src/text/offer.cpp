@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <sstream>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 namespace {
 
@@ -35,9 +35,9 @@ std::vector<std::string> splitLines(const std::string& text) {
 
 // -1, which no format has, when the text does not start with a number.
 int readPayloadType(const char* text) {
-    char* pEnd = nullptr;
-    const long number = std::strtol(text, &pEnd, 10);
-    return pEnd == text || number < 0 || number > MAX_PAYLOAD_TYPE ? -1 : static_cast<int>(number);
+    char* end = nullptr;
+    const long number = std::strtol(text, &end, 10);
+    return end == text || number < 0 || number > MAX_PAYLOAD_TYPE ? -1 : static_cast<int>(number);
 }
 
 // The payload types with a meaning of their own (RFC 3551), which need no rtpmap.
@@ -79,37 +79,37 @@ std::optional<RTC_RTP_TRANSCEIVER_DIRECTION> parseDirection(const std::string& l
 }
 
 // "a=rtpmap:96 H264/90000" and "a=fmtp:96 packetization-mode=1": the format that the line is about, and its text.
-PayloadFormat* findFormat(const std::string& line, OfferedMedia* pMedia, std::string* pText) {
+PayloadFormat* findFormat(const std::string& line, OfferedMedia* media, std::string* text) {
     const size_t colon = line.find(':');
     const size_t space = line.find(' ');
     if (colon == std::string::npos || space == std::string::npos) {
         return nullptr;
     }
     const int payloadType = readPayloadType(line.c_str() + colon + 1);
-    *pText = line.substr(space + 1);
+    *text = line.substr(space + 1);
     const auto format =
-        std::find_if(pMedia->formats.begin(), pMedia->formats.end(),
+        std::find_if(media->formats.begin(), media->formats.end(),
                      [payloadType](const PayloadFormat& candidate) { return candidate.payloadType == payloadType; });
-    return format == pMedia->formats.end() ? nullptr : &*format;
+    return format == media->formats.end() ? nullptr : &*format;
 }
 
-void readAttribute(const std::string& line, OfferedMedia* pMedia) {
+void readAttribute(const std::string& line, OfferedMedia* media) {
     std::string text;
     if (line == "a=bundle-only") {
         // Its port is 0 until the answer agrees to the bundle (RFC 9143).
-        pMedia->rejected = false;
+        media->rejected = false;
     } else if (startsWith(line, "a=mid:")) {
-        pMedia->mid = line.substr(sizeof("a=mid:") - 1);
+        media->mid = line.substr(sizeof("a=mid:") - 1);
     } else if (startsWith(line, "a=rtpmap:")) {
-        if (PayloadFormat* const pFormat = findFormat(line, pMedia, &text)) {
-            pFormat->encoding = text;
+        if (PayloadFormat* const format = findFormat(line, media, &text)) {
+            format->encoding = text;
         }
     } else if (startsWith(line, "a=fmtp:")) {
-        if (PayloadFormat* const pFormat = findFormat(line, pMedia, &text)) {
-            pFormat->parameters = text;
+        if (PayloadFormat* const format = findFormat(line, media, &text)) {
+            format->parameters = text;
         }
     } else {
-        pMedia->direction = parseDirection(line).value_or(pMedia->direction);
+        media->direction = parseDirection(line).value_or(media->direction);
     }
 }
 
@@ -203,4 +203,4 @@ RTC_RTP_TRANSCEIVER_DIRECTION answerDirection(RTC_RTP_TRANSCEIVER_DIRECTION offe
     return receives ? RTC_RTP_TRANSCEIVER_DIRECTION_RECVONLY : RTC_RTP_TRANSCEIVER_DIRECTION_INACTIVE;
 }
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk

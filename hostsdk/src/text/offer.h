@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 struct PayloadFormat {
     int payloadType = 0;
@@ -36,6 +36,6 @@ std::string profileLevelId(const std::string& parameters);
 // The direction to answer with, given what the offer wants and what the transceiver can do.
 RTC_RTP_TRANSCEIVER_DIRECTION answerDirection(RTC_RTP_TRANSCEIVER_DIRECTION offered, RTC_RTP_TRANSCEIVER_DIRECTION own);
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

@@ -44,12 +44,12 @@ VOID printToStdout(UINT32 level, PCHAR tag, PCHAR format, ...) {
     va_end(values);
 }
 
-SIZE_T loadFlag(volatile SIZE_T* pFlag) {
-    return __atomic_load_n(pFlag, __ATOMIC_SEQ_CST);
+SIZE_T loadFlag(volatile SIZE_T* flag) {
+    return __atomic_load_n(flag, __ATOMIC_SEQ_CST);
 }
 
-VOID storeFlag(volatile SIZE_T* pFlag, SIZE_T value) {
-    __atomic_store_n(pFlag, value, __ATOMIC_SEQ_CST);
+VOID storeFlag(volatile SIZE_T* flag, SIZE_T value) {
+    __atomic_store_n(flag, value, __ATOMIC_SEQ_CST);
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <string>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 // Cuts at the field's size and always terminates.
 template <size_t SIZE>
@@ -24,6 +24,6 @@ std::string getField(const CHAR (&field)[SIZE]) {
     return std::string(field, strnlen(field, SIZE));
 }
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

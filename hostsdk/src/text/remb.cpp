@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstring>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 std::optional<double> readRemb(const uint8_t* data, size_t size) {
     constexpr size_t FIXED_SIZE = 8;
@@ -16,4 +16,4 @@ std::optional<double> readRemb(const uint8_t* data, size_t size) {
     return std::ldexp(static_cast<double>(mantissa), exponent);
 }
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk

@@ -6,12 +6,12 @@
 #include <cstdint>
 #include <optional>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 // The limit in bits per second from the control information of an application-layer feedback packet; nothing when it
 // is feedback of another kind.
 std::optional<double> readRemb(const uint8_t* data, size_t size);
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

@@ -7,11 +7,11 @@
 #include "text/record_text.h"
 #include "text/status.h"
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 namespace {
 
-STATUS readType(const nlohmann::json& object, SDP_TYPE* pType) {
+STATUS readType(const nlohmann::json& object, SDP_TYPE* result) {
     if (!object.contains("type")) {
         return STATUS_DESCRIPTION_TYPE_MISSING;
     }
@@ -19,11 +19,11 @@ STATUS readType(const nlohmann::json& object, SDP_TYPE* pType) {
     if (type != "offer" && type != "answer") {
         return STATUS_DESCRIPTION_TYPE_UNKNOWN;
     }
-    *pType = type == "offer" ? SDP_TYPE_OFFER : SDP_TYPE_ANSWER;
+    *result = type == "offer" ? SDP_TYPE_OFFER : SDP_TYPE_ANSWER;
     return STATUS_SUCCESS;
 }
 
-STATUS readDescription(std::string_view text, PRtcSessionDescriptionInit pDescription) {
+STATUS readDescription(std::string_view text, PRtcSessionDescriptionInit description) {
     nlohmann::json object = readJson(text);
     const bool hasRawLineEnds = object.is_discarded();
     if (hasRawLineEnds) {
@@ -45,8 +45,8 @@ STATUS readDescription(std::string_view text, PRtcSessionDescriptionInit pDescri
     if (std::max(sdp.size(), escapedMember(text, "sdp").size()) > MAX_SESSION_DESCRIPTION_INIT_SDP_LEN) {
         return STATUS_DESCRIPTION_SDP_TOO_LONG;
     }
-    pDescription->type = type;
-    setField(pDescription->sdp, sdp);
+    description->type = type;
+    setField(description->sdp, sdp);
     return STATUS_SUCCESS;
 }
 
@@ -55,37 +55,37 @@ std::string writeDescription(const RtcSessionDescriptionInit& description) {
     return std::string(R"({"type": ")") + type + R"(", "sdp": ")" + escapeJson(getField(description.sdp)) + R"("})";
 }
 
-STATUS copyOut(const std::string& json, PCHAR buffer, PUINT32 pLength) {
+STATUS copyOut(const std::string& json, PCHAR buffer, PUINT32 length) {
     const size_t size = json.size() + 1;
-    if (size > *pLength) {
+    if (size > *length) {
         return STATUS_BUFFER_TOO_SMALL;
     }
     std::memcpy(buffer, json.c_str(), size);
-    *pLength = static_cast<UINT32>(size);
+    *length = static_cast<UINT32>(size);
     return STATUS_SUCCESS;
 }
 
 }  // namespace
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
-STATUS deserializeSessionDescriptionInit(PCHAR json, UINT32 length, PRtcSessionDescriptionInit pDescription) {
-    if (json == nullptr || pDescription == nullptr) {
+STATUS deserializeSessionDescriptionInit(PCHAR json, UINT32 length, PRtcSessionDescriptionInit description) {
+    if (json == nullptr || description == nullptr) {
         return STATUS_NULL_ARG;
     }
     try {
-        return hostsdk::readDescription(std::string_view(json, length), pDescription);
+        return zelrtc::hostsdk::readDescription(std::string_view(json, length), description);
     } catch (const std::bad_alloc&) {
         return STATUS_NOT_ENOUGH_MEMORY;
     }
 }
 
-STATUS serializeSessionDescriptionInit(PRtcSessionDescriptionInit pDescription, PCHAR json, PUINT32 pLength) {
-    if (pDescription == nullptr || json == nullptr || pLength == nullptr) {
+STATUS serializeSessionDescriptionInit(PRtcSessionDescriptionInit description, PCHAR json, PUINT32 length) {
+    if (description == nullptr || json == nullptr || length == nullptr) {
         return STATUS_NULL_ARG;
     }
     try {
-        return hostsdk::copyOut(hostsdk::writeDescription(*pDescription), json, pLength);
+        return zelrtc::hostsdk::copyOut(zelrtc::hostsdk::writeDescription(*description), json, length);
     } catch (const std::bad_alloc&) {
         return STATUS_NOT_ENOUGH_MEMORY;
     }

@@ -4,7 +4,7 @@
 
 #include <com/amazonaws/kinesis/video/common/PlatformUtils.h>
 
-namespace hostsdk {
+namespace zelrtc::hostsdk {
 
 constexpr STATUS STATUS_JSON_UNREADABLE = 0x1500000c;
 
@@ -21,6 +21,6 @@ constexpr STATUS STATUS_ICE_SERVER_INDEX = 0x5a000028;
 constexpr STATUS STATUS_TRANSPORT_NOT_READY = 0x5b000006;
 constexpr STATUS STATUS_NO_REMOTE_DESCRIPTION = 0x5e000001;
 
-}  // namespace hostsdk
+}  // namespace zelrtc::hostsdk
 
 #endif

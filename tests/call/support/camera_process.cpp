@@ -11,7 +11,7 @@
 
 #include "waiting.h"
 
-namespace calltest {
+namespace zelrtc::test {
 namespace {
 
 constexpr std::chrono::seconds startLimit(20);
@@ -126,4 +126,4 @@ double CameraProcess::cpuSeconds() const {
     return (user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
-}  // namespace calltest
+}  // namespace zelrtc::test

@@ -12,7 +12,7 @@
 #include "child_process.h"
 #include "scratch_folder.h"
 
-namespace calltest {
+namespace zelrtc::test {
 
 /** What a call could leave behind in the camera. */
 struct Footprint {
@@ -63,4 +63,4 @@ private:
     std::string url_;
 };
 
-}  // namespace calltest
+}  // namespace zelrtc::test

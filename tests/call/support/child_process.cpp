@@ -10,7 +10,7 @@
 
 #include "waiting.h"
 
-namespace calltest {
+namespace zelrtc::test {
 namespace {
 
 constexpr int notStarted = 127;
@@ -76,4 +76,4 @@ std::optional<int> ChildProcess::waitForExit(std::chrono::milliseconds limit) {
     return status_;
 }
 
-}  // namespace calltest
+}  // namespace zelrtc::test

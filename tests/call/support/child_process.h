@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace calltest {
+namespace zelrtc::test {
 
 /** Runs from construction on and does not outlive this object nor the test program. */
 class ChildProcess {
@@ -35,4 +35,4 @@ private:
     std::optional<int> status_;
 };
 
-}  // namespace calltest
+}  // namespace zelrtc::test

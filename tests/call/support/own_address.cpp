@@ -7,7 +7,7 @@
 #include <array>
 #include <memory>
 
-namespace calltest {
+namespace zelrtc::test {
 namespace {
 
 std::string textOf(const sockaddr& address) {
@@ -37,4 +37,4 @@ std::string ownAddress() {
     return "127.0.0.1";
 }
 
-}  // namespace calltest
+}  // namespace zelrtc::test

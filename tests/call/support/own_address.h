@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace calltest {
+namespace zelrtc::test {
 
 /**
  * An IPv4 address of this host that is not the loopback one, if it has one: from its other addresses, where it gathers
@@ -11,4 +11,4 @@ namespace calltest {
  */
 std::string ownAddress();
 
-}  // namespace calltest
+}  // namespace zelrtc::test

@@ -9,7 +9,7 @@
 #include <iterator>
 #include <stdexcept>
 
-namespace calltest {
+namespace zelrtc::test {
 
 ScratchFolder::ScratchFolder() : path_((std::filesystem::temp_directory_path() / "zelrtc-call-XXXXXX").string()) {
     if (mkdtemp(path_.data()) == nullptr) {
@@ -35,4 +35,4 @@ std::string readFile(const std::string& path) {
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-}  // namespace calltest
+}  // namespace zelrtc::test

@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace calltest {
+namespace zelrtc::test {
 
 /** Removed at the end of a test that passed; kept, and named, after one that failed. */
 class ScratchFolder {
@@ -25,4 +25,4 @@ private:
 /** The whole file; empty when there is none. */
 std::string readFile(const std::string& path);
 
-}  // namespace calltest
+}  // namespace zelrtc::test

@@ -9,7 +9,7 @@
 
 #include "own_address.h"
 
-namespace calltest {
+namespace zelrtc::test {
 
 SilentServer::SilentServer() : socket_(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
     sockaddr_in place{};
@@ -41,4 +41,4 @@ int SilentServer::requests() const {
     return count;
 }
 
-}  // namespace calltest
+}  // namespace zelrtc::test

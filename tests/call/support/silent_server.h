@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace calltest {
+namespace zelrtc::test {
 
 /** Takes what comes over UDP on an address of this host's own, and never answers. */
 class SilentServer {
@@ -23,4 +23,4 @@ private:
     int port_ = 0;
 };
 
-}  // namespace calltest
+}  // namespace zelrtc::test

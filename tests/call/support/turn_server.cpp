@@ -10,7 +10,7 @@
 #include "own_address.h"
 #include "waiting.h"
 
-namespace calltest {
+namespace zelrtc::test {
 namespace {
 
 constexpr const char* user = "viewer";
@@ -86,4 +86,4 @@ std::string TurnServer::wrongDescription(const std::string& transport) const {
     return url(transport) + "," + user + ",wrong";
 }
 
-}  // namespace calltest
+}  // namespace zelrtc::test

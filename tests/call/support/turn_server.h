@@ -6,7 +6,7 @@
 #include "child_process.h"
 #include "scratch_folder.h"
 
-namespace calltest {
+namespace zelrtc::test {
 
 /** coturn on a free port of this host's own address, over UDP and TCP, with one user. */
 class TurnServer {
@@ -25,4 +25,4 @@ private:
     ChildProcess process_;
 };
 
-}  // namespace calltest
+}  // namespace zelrtc::test

@@ -4,7 +4,7 @@
 
 #include <stdexcept>
 
-namespace calltest {
+namespace zelrtc::test {
 namespace {
 
 std::vector<std::string> completed(const std::string& url, const std::vector<std::string>& arguments) {
@@ -41,4 +41,4 @@ ViewerProcess::Outcome view(const std::string& url, const std::vector<std::strin
     return ViewerProcess(url, arguments).finish();
 }
 
-}  // namespace calltest
+}  // namespace zelrtc::test

@@ -9,7 +9,7 @@
 #include "child_process.h"
 #include "scratch_folder.h"
 
-namespace calltest {
+namespace zelrtc::test {
 
 /** Runs beside the test from construction on. */
 class ViewerProcess {
@@ -44,4 +44,4 @@ private:
 /** A viewer from beginning to end. */
 ViewerProcess::Outcome view(const std::string& url, const std::vector<std::string>& arguments);
 
-}  // namespace calltest
+}  // namespace zelrtc::test

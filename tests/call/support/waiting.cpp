@@ -2,7 +2,7 @@
 
 #include <thread>
 
-namespace calltest {
+namespace zelrtc::test {
 
 bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
     constexpr std::chrono::milliseconds pace(20);
@@ -16,4 +16,4 @@ bool eventually(const std::function<bool()>& condition, std::chrono::millisecond
     return true;
 }
 
-}  // namespace calltest
+}  // namespace zelrtc::test

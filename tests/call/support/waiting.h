@@ -4,9 +4,9 @@
 #include <chrono>
 #include <functional>
 
-namespace calltest {
+namespace zelrtc::test {
 
 /** Asks `condition` until it holds or the limit has passed. @return whether it held */
 bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds limit);
 
-}  // namespace calltest
+}  // namespace zelrtc::test

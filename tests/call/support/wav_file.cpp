@@ -7,7 +7,7 @@
 
 #include "scratch_folder.h"
 
-namespace calltest {
+namespace zelrtc::test {
 namespace {
 
 constexpr std::size_t headerBytes = 44;
@@ -78,4 +78,4 @@ WavFile readWav(const std::string& path) {
     return wav;
 }
 
-}  // namespace calltest
+}  // namespace zelrtc::test

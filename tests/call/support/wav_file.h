@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace calltest {
+namespace zelrtc::test {
 
 /** 16 bit, mono. */
 struct WavFile {
@@ -22,4 +22,4 @@ struct WavFile {
 /** @throws std::runtime_error when the file is not a 16 bit mono WAV file */
 WavFile readWav(const std::string& path);
 
-}  // namespace calltest
+}  // namespace zelrtc::test

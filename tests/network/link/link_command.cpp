@@ -3,7 +3,7 @@
 #include <sstream>
 #include <vector>
 
-namespace emulator {
+namespace zelrtc::link {
 
 namespace {
 
@@ -90,4 +90,4 @@ std::string applyCommand(const std::string& line, Conditions* conditions) {
     return "";
 }
 
-}  // namespace emulator
+}  // namespace zelrtc::link

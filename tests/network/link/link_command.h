@@ -5,7 +5,7 @@
 
 #include "link_model.h"
 
-namespace emulator {
+namespace zelrtc::link {
 
 /**
  * Changes conditions by one line of words: "up", "down", "clear", "loss PERCENT", "delay MS JITTER_MS",
@@ -14,6 +14,6 @@ namespace emulator {
  */
 std::string applyCommand(const std::string& line, Conditions* conditions);
 
-}  // namespace emulator
+}  // namespace zelrtc::link
 
 #endif

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace emulator {
+namespace zelrtc::link {
 
 namespace {
 
@@ -78,4 +78,4 @@ std::optional<Time> LinkModel::admit(Time now, size_t packetBytes) {
     return inOrder;
 }
 
-}  // namespace emulator
+}  // namespace zelrtc::link

@@ -11,7 +11,7 @@
 #include <optional>
 #include <random>
 
-namespace emulator {
+namespace zelrtc::link {
 
 using Duration = std::chrono::nanoseconds;
 using Time = std::chrono::time_point<std::chrono::steady_clock, Duration>;
@@ -67,6 +67,6 @@ private:
     Time lastDelivery_{};
 };
 
-}  // namespace emulator
+}  // namespace zelrtc::link
 
 #endif

@@ -13,27 +13,27 @@ using std::chrono::seconds;
 
 constexpr uint64_t kSeed = 7;
 constexpr size_t kPacket = 1200;
-const emulator::Time kStart{seconds(1000)};
+const zelrtc::link::Time kStart{seconds(1000)};
 
-emulator::Conditions conditions(const std::string& commands) {
-    emulator::Conditions result;
-    EXPECT_EQ("", emulator::applyCommand(commands, &result));
+zelrtc::link::Conditions conditions(const std::string& commands) {
+    zelrtc::link::Conditions result;
+    EXPECT_EQ("", zelrtc::link::applyCommand(commands, &result));
     return result;
 }
 
-std::vector<std::optional<emulator::Time>> sendPackets(const std::string& commands, int count,
-                                                       emulator::Duration interval = milliseconds(1),
-                                                       uint64_t seed = kSeed) {
-    emulator::LinkModel model(seed);
+std::vector<std::optional<zelrtc::link::Time>> sendPackets(const std::string& commands, int count,
+                                                           zelrtc::link::Duration interval = milliseconds(1),
+                                                           uint64_t seed = kSeed) {
+    zelrtc::link::LinkModel model(seed);
     model.setConditions(conditions(commands));
-    std::vector<std::optional<emulator::Time>> deliveries;
+    std::vector<std::optional<zelrtc::link::Time>> deliveries;
     for (int i = 0; i < count; i++) {
         deliveries.push_back(model.admit(kStart + i * interval, kPacket));
     }
     return deliveries;
 }
 
-size_t countDelivered(const std::vector<std::optional<emulator::Time>>& deliveries) {
+size_t countDelivered(const std::vector<std::optional<zelrtc::link::Time>>& deliveries) {
     size_t delivered = 0;
     for (const auto& delivery : deliveries) {
         delivered += delivery ? 1 : 0;
@@ -95,7 +95,7 @@ TEST(LinkModel, aFullQueueDropsTheNewestPackets) {
 }
 
 TEST(LinkModel, nothingPassesALinkThatIsDown) {
-    emulator::LinkModel model(kSeed);
+    zelrtc::link::LinkModel model(kSeed);
     model.setConditions(conditions("down"));
     EXPECT_FALSE(model.admit(kStart, kPacket));
     model.setConditions(conditions("down,up"));
@@ -107,9 +107,9 @@ TEST(LinkModel, nothingPassesALinkThatIsDown) {
 TEST(LinkCommand, aWrongCommandChangesNothingAndIsNamed) {
     for (const char* wrong : {"loss", "loss 101", "loss -1", "loss x", "loss 5 x", "delay 5", "rate 5", "reorder 1",
                               "up 1", "upwards", "loss 5,bad"}) {
-        emulator::Conditions changed;
+        zelrtc::link::Conditions changed;
         changed.lossPercent = 3;
-        EXPECT_NE("", emulator::applyCommand(wrong, &changed)) << wrong;
+        EXPECT_NE("", zelrtc::link::applyCommand(wrong, &changed)) << wrong;
         EXPECT_EQ(3, changed.lossPercent) << wrong;
         EXPECT_TRUE(changed.isUp) << wrong;
     }

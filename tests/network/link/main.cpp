@@ -15,8 +15,8 @@
 
 namespace {
 
-using emulator::Duration;
-using emulator::Time;
+using zelrtc::link::Duration;
+using zelrtc::link::Time;
 
 Time now() {
     return std::chrono::time_point_cast<Duration>(std::chrono::steady_clock::now());
@@ -34,10 +34,11 @@ struct PacketInFlight {
 // One direction: what leaves one device is delivered to the other when its time has come.
 class Direction {
 public:
-    Direction(emulator::TunDevice* from, emulator::TunDevice* to, uint64_t seed) : from_(from), to_(to), model_(seed) {
+    Direction(zelrtc::link::TunDevice* from, zelrtc::link::TunDevice* to, uint64_t seed)
+        : from_(from), to_(to), model_(seed) {
     }
 
-    void setConditions(const emulator::Conditions& conditions) {
+    void setConditions(const zelrtc::link::Conditions& conditions) {
         model_.setConditions(conditions);
     }
 
@@ -61,19 +62,19 @@ public:
         return inFlight_.empty() ? Duration::max() : inFlight_.top().deliverAt - now();
     }
 
-    const emulator::Counters& counters() const {
+    const zelrtc::link::Counters& counters() const {
         return model_.counters();
     }
 
 private:
-    emulator::TunDevice* from_;
-    emulator::TunDevice* to_;
-    emulator::LinkModel model_;
+    zelrtc::link::TunDevice* from_;
+    zelrtc::link::TunDevice* to_;
+    zelrtc::link::LinkModel model_;
     uint64_t number_ = 0;
     std::priority_queue<PacketInFlight, std::vector<PacketInFlight>, std::greater<>> inFlight_;
 };
 
-void printCounters(const char* name, const emulator::Counters& counters, const char* end) {
+void printCounters(const char* name, const zelrtc::link::Counters& counters, const char* end) {
     std::printf(
         R"("%s":{"delivered":%llu,"bytes":%llu,"lost":%llu,"overflowed":%llu,"whileDown":%llu,"reordered":%llu}%s)",
         name, static_cast<unsigned long long>(counters.delivered), static_cast<unsigned long long>(counters.bytes),
@@ -83,7 +84,7 @@ void printCounters(const char* name, const emulator::Counters& counters, const c
 
 class Link {
 public:
-    Link(emulator::TunDevice* left, emulator::TunDevice* right, uint64_t seed)
+    Link(zelrtc::link::TunDevice* left, zelrtc::link::TunDevice* right, uint64_t seed)
         : descriptors_{left->descriptor(), right->descriptor()},
           rightward_(left, right, seed),
           leftward_(right, left, seed + 1) {
@@ -136,7 +137,7 @@ private:
             printCounters("leftToRight", rightward_.counters(), ",");
             printCounters("rightToLeft", leftward_.counters(), "}\n");
         } else {
-            const std::string error = emulator::applyCommand(line, &conditions_);
+            const std::string error = zelrtc::link::applyCommand(line, &conditions_);
             rightward_.setConditions(conditions_);
             leftward_.setConditions(conditions_);
             std::puts(error.empty() ? "ok" : error.c_str());
@@ -146,7 +147,7 @@ private:
 
     std::string unread_;
     int descriptors_[2];
-    emulator::Conditions conditions_;
+    zelrtc::link::Conditions conditions_;
     Direction rightward_;
     Direction leftward_;
 };
@@ -164,8 +165,8 @@ int main(int argc, char** argv) try {
     app.add_option("--interface", interfaceName, "name of the interface in both")->capture_default_str();
     app.add_option("--seed", seed, "the same seed makes the same decisions")->capture_default_str();
     CLI11_PARSE(app, argc, argv);
-    emulator::TunDevice leftDevice(left, interfaceName);
-    emulator::TunDevice rightDevice(right, interfaceName);
+    zelrtc::link::TunDevice leftDevice(left, interfaceName);
+    zelrtc::link::TunDevice rightDevice(right, interfaceName);
     std::puts("ready");
     std::fflush(stdout);
     Link(&leftDevice, &rightDevice, seed).run();

@@ -11,7 +11,7 @@
 #include <cstring>
 #include <system_error>
 
-namespace emulator {
+namespace zelrtc::link {
 
 namespace {
 
@@ -88,4 +88,4 @@ void TunDevice::write(const std::vector<uint8_t>& packet) {
     (void) written;
 }
 
-}  // namespace emulator
+}  // namespace zelrtc::link

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace emulator {
+namespace zelrtc::link {
 
 /** One end of the link: a network interface whose packets this process reads and writes. */
 class TunDevice {
@@ -34,6 +34,6 @@ private:
     int descriptor_;
 };
 
-}  // namespace emulator
+}  // namespace zelrtc::link
 
 #endif
