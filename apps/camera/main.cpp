@@ -25,8 +25,8 @@ namespace {
 using namespace zelrtc::camera;
 
 // A viewer has an event stream and a request or two.
-constexpr size_t THREADS_PER_CALL = 3;
-constexpr size_t SPARE_THREADS = 16;
+constexpr size_t kThreadsPerCall = 3;
+constexpr size_t kSpareThreads = 16;
 
 // Every thread inherits the mask, so that the signals wait for the one that asks for them.
 sigset_t blockStopSignals() {
@@ -70,7 +70,7 @@ void serve(const Options& options, const sigset_t& stopSignals) {
     installLog(options.logLevel, options.logFile);
     initVideo();
     MediaHub hub(options.video, options.audioFile.empty() ? tonePattern() : readMulawFile(options.audioFile));
-    HttpServer server(options.calls.maxCalls * THREADS_PER_CALL + SPARE_THREADS);
+    HttpServer server(options.calls.maxCalls * kThreadsPerCall + kSpareThreads);
     const int port = server.bind(options.host, options.port);
     const Sdk sdk;
     CallRegistry calls(options.calls, hub);

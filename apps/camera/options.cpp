@@ -11,9 +11,9 @@ namespace zelrtc::camera {
 
 namespace {
 
-constexpr int MOST_CALLS = 64;
-constexpr int LAST_PORT = 65535;
-constexpr size_t LONGEST_SERVER_TEXT = 256;
+constexpr int kMostCalls = 64;
+constexpr int kLastPort = 65535;
+constexpr size_t kLongestServerText = 256;
 
 // Texts as they stand on the command line, before they are taken apart.
 struct Texts {
@@ -38,7 +38,7 @@ std::optional<int> wholeNumber(const std::string& text) {
 void readAddress(const Texts& texts, Options& options) {
     const size_t colon = texts.listen.rfind(':');
     const auto port = wholeNumber(colon == std::string::npos ? "" : texts.listen.substr(colon + 1));
-    if (!port || *port < 0 || *port > LAST_PORT) {
+    if (!port || *port < 0 || *port > kLastPort) {
         refuse("--listen", "\"" + texts.listen + "\" is not ADDRESS:PORT with a port of 0 to 65535");
     }
     std::string host = texts.listen.substr(0, colon);
@@ -57,11 +57,11 @@ void readVideo(const std::string& option, VideoInput::Kind kind, const std::vect
     for (const std::string& text : texts) {
         const size_t equals = text.find('=');
         const auto number = wholeNumber(text.substr(0, equals));
-        if (equals == std::string::npos || !number || *number < 0 || *number >= VIDEO_STREAMS) {
+        if (equals == std::string::npos || !number || *number < 0 || *number >= kVideoStreams) {
             refuse(option, "\"" + text + "\" does not begin with a stream number and \"=\": 0=, 1= or 2=");
         }
         const VideoInput input{kind, text.substr(equals + 1)};
-        if (kind == VideoInput::Kind::FILE && !std::filesystem::is_regular_file(input.text)) {
+        if (kind == VideoInput::Kind::kFile && !std::filesystem::is_regular_file(input.text)) {
             refuse(option, "there is no file \"" + input.text + "\"");
         }
         options.video.at(static_cast<size_t>(*number)) = input;
@@ -91,7 +91,7 @@ void checkIceServer(const ZelRtcIceServer& server) {
     if (scheme != "stun" && server.username.empty()) {
         refuse("--ice-server", "\"" + server.url + "\" needs a user and a credential: URL,USER,CREDENTIAL");
     }
-    if (std::max({server.url.size(), server.username.size(), server.credential.size()}) > LONGEST_SERVER_TEXT) {
+    if (std::max({server.url.size(), server.username.size(), server.credential.size()}) > kLongestServerText) {
         refuse("--ice-server", "a text is longer than 256 characters");
     }
 }
@@ -131,7 +131,7 @@ void describe(CLI::App& app, Texts& texts, Options& options) {
     app.add_flag("--assistant-call", options.calls.session.isAlexaCall, "Treat every call as one of a voice assistant");
     app.add_option("--record-dir", options.calls.recordDir, "Record viewers' audio there, as call-ID.wav");
     app.add_option("--max-calls", options.calls.maxCalls, "How many calls at the same time")
-        ->check(CLI::Range(1, MOST_CALLS))
+        ->check(CLI::Range(1, kMostCalls))
         ->capture_default_str();
     app.add_option("--log-level", options.logLevel, "Lowest level in the log: 1 all, 3 progress, 5 failures, 7 none")
         ->check(CLI::Range(1, 7))
@@ -141,8 +141,8 @@ void describe(CLI::App& app, Texts& texts, Options& options) {
 
 void interpret(const Texts& texts, Options& options) {
     readAddress(texts, options);
-    readVideo("--video-file", VideoInput::Kind::FILE, texts.videoFiles, options);
-    readVideo("--video-pipeline", VideoInput::Kind::PIPELINE, texts.videoPipelines, options);
+    readVideo("--video-file", VideoInput::Kind::kFile, texts.videoFiles, options);
+    readVideo("--video-pipeline", VideoInput::Kind::kPipeline, texts.videoPipelines, options);
     readIceServers(texts, options);
     options.calls.session.trickleIce = !texts.noTrickle;
     makeRecordDir(options);

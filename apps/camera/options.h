@@ -1,6 +1,6 @@
 /** @file options.h What the command line says. */
-#ifndef CAMERA_OPTIONS_H
-#define CAMERA_OPTIONS_H
+#ifndef APPS_CAMERA_OPTIONS_H
+#define APPS_CAMERA_OPTIONS_H
 
 #include <array>
 #include <optional>
@@ -14,7 +14,7 @@ namespace zelrtc::camera {
 struct Options {
     std::string host = "127.0.0.1";
     int port = 8080;
-    std::array<VideoInput, VIDEO_STREAMS> video;
+    std::array<VideoInput, kVideoStreams> video;
     std::string audioFile; /**< empty for the tone pattern */
     CallSettings calls;
     int logLevel = 3;

@@ -6,11 +6,11 @@
 namespace zelrtc::viewer {
 namespace {
 
-constexpr const char* chain =
+constexpr const char* kChain =
     "rtppcmudepay name=packets ! mulawdec ! audio/x-raw,format=S16LE ! appsink name=samples sync=false async=false";
-constexpr std::uint32_t samplesPerSecond = 8000;
-constexpr std::uint32_t bytesPerSample = 2;
-constexpr double fullScale = 32768.0;
+constexpr std::uint32_t kSamplesPerSecond = 8000;
+constexpr std::uint32_t kBytesPerSample = 2;
+constexpr double kFullScale = 32768.0;
 
 void writeNumber(std::ostream& out, std::uint32_t value, unsigned bytes) {
     for (unsigned i = 0; i < bytes; ++i) {
@@ -25,10 +25,10 @@ void writeWavHeader(std::ostream& out, std::uint32_t dataBytes) {
     writeNumber(out, 16, 4);
     writeNumber(out, 1, 2);  // linear samples
     writeNumber(out, 1, 2);  // channels
-    writeNumber(out, samplesPerSecond, 4);
-    writeNumber(out, samplesPerSecond * bytesPerSample, 4);
-    writeNumber(out, bytesPerSample, 2);
-    writeNumber(out, 8 * bytesPerSample, 2);
+    writeNumber(out, kSamplesPerSecond, 4);
+    writeNumber(out, kSamplesPerSecond * kBytesPerSample, 4);
+    writeNumber(out, kBytesPerSample, 2);
+    writeNumber(out, 8 * kBytesPerSample, 2);
     out << "data";
     writeNumber(out, dataBytes, 4);
 }
@@ -36,7 +36,7 @@ void writeWavHeader(std::ostream& out, std::uint32_t dataBytes) {
 }  // namespace
 
 AudioReceiver::AudioReceiver(CallStatistics& statistics, bool keep)
-    : statistics_(statistics), keep_(keep), bin_(makeBin(chain)) {
+    : statistics_(statistics), keep_(keep), bin_(makeBin(kChain)) {
     const PadRef packets = padOf(bin_, "packets", "sink");
     gst_pad_add_probe(packets.get(), GST_PAD_PROBE_TYPE_BUFFER, &AudioReceiver::onPacket, this, nullptr);
     const ElementRef samples(gst_bin_get_by_name(GST_BIN(bin_), "samples"));
@@ -65,7 +65,7 @@ GstFlowReturn AudioReceiver::onSamples(GstAppSink* sink, gpointer self) {
 void AudioReceiver::takeSamples(const std::int16_t* samples, std::size_t count) {
     double squares = 0;
     for (std::size_t i = 0; i < count; ++i) {
-        const double value = samples[i] / fullScale;
+        const double value = samples[i] / kFullScale;
         squares += value * value;
     }
     statistics_.audioDecoded(squares, count);
@@ -78,9 +78,9 @@ void AudioReceiver::takeSamples(const std::int16_t* samples, std::size_t count) 
 void AudioReceiver::writeWav(const std::string& path) const {
     const std::lock_guard<std::mutex> lock(mutex_);
     std::ofstream out(path, std::ios::binary);
-    writeWavHeader(out, static_cast<std::uint32_t>(kept_.size() * bytesPerSample));
+    writeWavHeader(out, static_cast<std::uint32_t>(kept_.size() * kBytesPerSample));
     for (const std::int16_t sample : kept_) {
-        writeNumber(out, static_cast<std::uint16_t>(sample), bytesPerSample);
+        writeNumber(out, static_cast<std::uint16_t>(sample), kBytesPerSample);
     }
     if (!out.flush()) {
         throw std::runtime_error("cannot write " + path);

@@ -7,7 +7,7 @@ namespace zelrtc::viewer {
 namespace {
 
 // An older picture is a misread strip: nothing on the way keeps pictures this long.
-constexpr std::uint32_t oldestBelievableMs = 10000;
+constexpr std::uint32_t kOldestBelievableMs = 10000;
 
 }  // namespace
 
@@ -66,8 +66,8 @@ void CallStatistics::pictureDecoded(std::optional<std::uint32_t> clock, std::uin
     if (record_.decoded++ == 0) {
         record_.firstDecodedMs = now();
     }
-    const std::uint32_t age = clock ? nowMs - *clock : oldestBelievableMs;
-    if (age >= oldestBelievableMs) {
+    const std::uint32_t age = clock ? nowMs - *clock : kOldestBelievableMs;
+    if (age >= kOldestBelievableMs) {
         ++record_.unreadable;
         return;
     }

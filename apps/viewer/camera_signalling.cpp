@@ -8,9 +8,9 @@
 namespace zelrtc::viewer {
 namespace {
 
-constexpr const char* jsonType = "application/json";
-constexpr std::chrono::seconds responseLimit(15);  // an answer with all candidates may take the camera 10
-constexpr std::chrono::hours quietLimit(24);       // events may stay out for as long as a call lasts
+constexpr const char* kJsonType = "application/json";
+constexpr std::chrono::seconds kResponseLimit(15);  // an answer with all candidates may take the camera 10
+constexpr std::chrono::hours kQuietLimit(24);       // events may stay out for as long as a call lasts
 
 void report(const ServerEvent& event, SignallingListener& listener) {
     const nlohmann::json data = nlohmann::json::parse(event.data);
@@ -47,8 +47,8 @@ Signalling::Answer readAnswer(const std::string& text) {
 
 CameraSignalling::CameraSignalling(const std::string& baseUrl) : requests_(baseUrl), events_(baseUrl) {
     requests_.set_tcp_nodelay(true);
-    requests_.set_read_timeout(responseLimit);
-    events_.set_read_timeout(quietLimit);
+    requests_.set_read_timeout(kResponseLimit);
+    events_.set_read_timeout(kQuietLimit);
 }
 
 CameraSignalling::~CameraSignalling() {
@@ -62,7 +62,7 @@ CameraSignalling::~CameraSignalling() {
 Signalling::Answer CameraSignalling::place(const std::string& offerSdp, bool complete) {
     const nlohmann::json offer{{"type", "offer"}, {"sdp", offerSdp}};
     const httplib::Result result =
-        requests_.Post(complete ? "/calls?trickle=0" : "/calls?trickle=1", offer.dump(), jsonType);
+        requests_.Post(complete ? "/calls?trickle=0" : "/calls?trickle=1", offer.dump(), kJsonType);
     const httplib::Response& response = expectSuccess(result, "placing the call");
     path_ = locationPath(response);
     return readAnswer(response.body);
@@ -90,13 +90,14 @@ void CameraSignalling::readEvents(SignallingListener& listener) {
 void CameraSignalling::sendCandidate(const Candidate& candidate) {
     const nlohmann::json body{
         {"candidate", candidate.text}, {"sdpMid", candidate.mid}, {"sdpMLineIndex", candidate.line}};
-    sendUntilAnswered([&] { return requests_.Post(path_ + "/candidates", body.dump(), jsonType); },
+    sendUntilAnswered([&] { return requests_.Post(path_ + "/candidates", body.dump(), kJsonType); },
                       "sending a candidate");
 }
 
 void CameraSignalling::selectStream(int stream) {
     const nlohmann::json body{{"video", stream}};
-    sendUntilAnswered([&] { return requests_.Post(path_ + "/streams", body.dump(), jsonType); }, "choosing the stream");
+    sendUntilAnswered([&] { return requests_.Post(path_ + "/streams", body.dump(), kJsonType); },
+                      "choosing the stream");
 }
 
 void CameraSignalling::hangUp() {

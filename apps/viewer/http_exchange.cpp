@@ -7,7 +7,7 @@
 namespace zelrtc::viewer {
 namespace {
 
-constexpr int mostAttempts = 3;
+constexpr int kMostAttempts = 3;
 
 std::string problemDetail(const httplib::Response& response) {
     const nlohmann::json problem = nlohmann::json::parse(response.body, nullptr, false);
@@ -31,7 +31,7 @@ const httplib::Response& expectSuccess(const httplib::Result& result, const std:
 
 void sendUntilAnswered(const std::function<httplib::Result()>& send, const std::string& what) {
     httplib::Result result = send();
-    for (int attempt = 1; !result && attempt < mostAttempts; ++attempt) {
+    for (int attempt = 1; !result && attempt < kMostAttempts; ++attempt) {
         result = send();
     }
     expectSuccess(result, what);

@@ -54,7 +54,7 @@ int main(int argc, char** argv) try {
     }
     std::cout << (options.json ? reportAsJson(records, options) : reportAsText(records, options)) << std::flush;
     const int status = exitStatus(records, options);
-    if (options.abortPoint != zelrtc::viewer::AbortPoint::never) {
+    if (options.abortPoint != zelrtc::viewer::AbortPoint::kNever) {
         std::_Exit(status);  // ending in order would tell the camera goodbye
     }
     return status;

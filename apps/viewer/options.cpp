@@ -7,7 +7,7 @@
 namespace zelrtc::viewer {
 namespace {
 
-constexpr int usageError = 2;
+constexpr int kUsageError = 2;
 
 // What CLI11 fills in before it is checked and put into the units of Options.
 struct RawOptions {
@@ -50,13 +50,13 @@ void parseAbort(const std::string& text, Options& options) {
         return;
     }
     if (text == "offer") {
-        options.abortPoint = AbortPoint::afterOffer;
+        options.abortPoint = AbortPoint::kAfterOffer;
     } else if (text == "gathering") {
-        options.abortPoint = AbortPoint::whileGathering;
+        options.abortPoint = AbortPoint::kWhileGathering;
     } else if (text == "dtls") {
-        options.abortPoint = AbortPoint::inDtlsHandshake;
+        options.abortPoint = AbortPoint::kInDtlsHandshake;
     } else {
-        options.abortPoint = AbortPoint::afterTime;
+        options.abortPoint = AbortPoint::kAfterTime;
         options.abortAfter = toMilliseconds(parseSeconds(text));
     }
 }
@@ -131,10 +131,10 @@ Options parseOptions(int argc, const char* const* argv) {
         app.parse(argc, argv);
         check(options, raw);
     } catch (const CLI::ParseError& error) {
-        throw StartRefused{app.exit(error) == 0 ? 0 : usageError};
+        throw StartRefused{app.exit(error) == 0 ? 0 : kUsageError};
     } catch (const std::invalid_argument& error) {
         std::cerr << error.what() << '\n';
-        throw StartRefused{usageError};
+        throw StartRefused{kUsageError};
     }
     return options;
 }

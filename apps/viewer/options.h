@@ -18,7 +18,7 @@ struct StreamSwitch {
 };
 
 /** Where a call leaves without a word. */
-enum class AbortPoint { never, afterOffer, whileGathering, inDtlsHandshake, afterTime };
+enum class AbortPoint { kNever, kAfterOffer, kWhileGathering, kInDtlsHandshake, kAfterTime };
 
 struct Options {
     std::string url;
@@ -38,7 +38,7 @@ struct Options {
     std::vector<IceServer> iceServers;
     std::vector<std::string> localAddresses;
     std::string recordPath;
-    AbortPoint abortPoint = AbortPoint::never;
+    AbortPoint abortPoint = AbortPoint::kNever;
     Milliseconds abortAfter{0};
 };
 

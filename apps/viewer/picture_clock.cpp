@@ -3,10 +3,10 @@
 namespace zelrtc::viewer {
 namespace {
 
-constexpr std::size_t cells = 32;
-constexpr std::size_t stripsPerPicture = 12;
-constexpr unsigned darkest = 80;  // limited-range black is 16, white 235; coding blurs both
-constexpr unsigned brightest = 170;
+constexpr std::size_t kCells = 32;
+constexpr std::size_t kStripsPerPicture = 12;
+constexpr unsigned kDarkest = 80;  // limited-range black is 16, white 235; coding blurs both
+constexpr unsigned kBrightest = 170;
 
 // The mean of the nine pixels around a point keeps coding noise out.
 unsigned brightnessAround(const LumaPlane& picture, std::size_t x, std::size_t y) {
@@ -22,19 +22,19 @@ unsigned brightnessAround(const LumaPlane& picture, std::size_t x, std::size_t y
 }  // namespace
 
 std::optional<std::uint32_t> readPictureClock(const LumaPlane& picture) {
-    const std::size_t stripHeight = picture.height / stripsPerPicture;
-    if (stripHeight < 4 || picture.width < cells * 4) {
+    const std::size_t stripHeight = picture.height / kStripsPerPicture;
+    if (stripHeight < 4 || picture.width < kCells * 4) {
         return std::nullopt;
     }
     const std::size_t y = picture.height - stripHeight / 2 - 1;
     std::uint32_t value = 0;
-    for (std::size_t cell = 0; cell < cells; ++cell) {
-        const std::size_t x = (2 * cell + 1) * picture.width / (2 * cells);
+    for (std::size_t cell = 0; cell < kCells; ++cell) {
+        const std::size_t x = (2 * cell + 1) * picture.width / (2 * kCells);
         const unsigned brightness = brightnessAround(picture, x, y);
-        if (brightness > darkest && brightness < brightest) {
+        if (brightness > kDarkest && brightness < kBrightest) {
             return std::nullopt;
         }
-        value = value << 1U | (brightness >= brightest ? 1U : 0U);
+        value = value << 1U | (brightness >= kBrightest ? 1U : 0U);
     }
     return value;
 }

@@ -170,7 +170,7 @@ int exitStatus(const std::vector<CallRecord>& records, const Options& options) {
         if (record.httpFailed) {
             return 2;
         }
-        const bool leftOnPurpose = options.abortPoint != AbortPoint::never && record.failure.empty();
+        const bool leftOnPurpose = options.abortPoint != AbortPoint::kNever && record.failure.empty();
         if (!leftOnPurpose && !broughtPictureAndSound(record, options)) {
             status = 1;
         }

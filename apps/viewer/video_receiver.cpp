@@ -7,12 +7,12 @@
 namespace zelrtc::viewer {
 namespace {
 
-constexpr const char* countChain =
+constexpr const char* kCountChain =
     "rtph264depay request-keyframe=true ! video/x-h264,stream-format=byte-stream,alignment=au ! h264parse name=parsed "
     "! ";
-constexpr const char* decodeEnd =
+constexpr const char* kDecodeEnd =
     "queue ! avdec_h264 max-threads=1 ! video/x-raw,format=I420 ! appsink name=pictures sync=false async=false";
-constexpr const char* countEnd = "fakesink sync=false async=false";
+constexpr const char* kCountEnd = "fakesink sync=false async=false";
 
 std::uint32_t monotonicMilliseconds() {
     return static_cast<std::uint32_t>(g_get_monotonic_time() / 1000);
@@ -21,7 +21,7 @@ std::uint32_t monotonicMilliseconds() {
 }  // namespace
 
 VideoReceiver::VideoReceiver(CallStatistics& statistics, bool decode)
-    : statistics_(statistics), bin_(makeBin(std::string(countChain) + (decode ? decodeEnd : countEnd))) {
+    : statistics_(statistics), bin_(makeBin(std::string(kCountChain) + (decode ? kDecodeEnd : kCountEnd))) {
     const PadRef parsed = padOf(bin_, "parsed", "src");
     gst_pad_add_probe(parsed.get(),
                       static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM),

@@ -8,8 +8,8 @@
 namespace zelrtc::viewer {
 namespace {
 
-constexpr std::chrono::seconds gatheringLimit(10);
-constexpr std::chrono::seconds lateCandidateLimit(1);
+constexpr std::chrono::seconds kGatheringLimit(10);
+constexpr std::chrono::seconds kLateCandidateLimit(1);
 
 std::unique_ptr<Signalling> makeSignalling(const Options& options) {
     if (options.whep) {
@@ -54,7 +54,7 @@ void ViewerCall::place() {
     const Signalling::Answer answer = signalling_->place(offer, !options_.trickle);
     statistics_.answered(answer.callId);
     placed_ = true;
-    if (leaves(AbortPoint::afterOffer)) {
+    if (leaves(AbortPoint::kAfterOffer)) {
         return;
     }
     peer_->takeAnswer(answer.sdp);
@@ -68,9 +68,9 @@ void ViewerCall::place() {
 }
 
 std::string ViewerCall::completeOffer() {
-    tasks_.runUntil(TaskQueue::Clock::now() + gatheringLimit, [this] { return gathered_ || interrupted_; });
+    tasks_.runUntil(TaskQueue::Clock::now() + kGatheringLimit, [this] { return gathered_ || interrupted_; });
     // The end can overtake the only candidate of a call over a relay: another thread tells it.
-    tasks_.runUntil(TaskQueue::Clock::now() + lateCandidateLimit, [this] { return hasCandidate_ || interrupted_; });
+    tasks_.runUntil(TaskQueue::Clock::now() + kLateCandidateLimit, [this] { return hasCandidate_ || interrupted_; });
     return peer_->currentOffer();
 }
 
@@ -93,7 +93,7 @@ void ViewerCall::watch() {
     tasks_.runUntil(end, [this] {
         switchStreams();
         const bool abortNow = TaskQueue::Clock::now() >= connectedAt_ + options_.abortAfter;
-        return isOver() || (abortNow && leaves(AbortPoint::afterTime));
+        return isOver() || (abortNow && leaves(AbortPoint::kAfterTime));
     });
 }
 
@@ -115,7 +115,7 @@ void ViewerCall::selectStream(int stream) {
 
 void ViewerCall::sendCandidate(const Candidate& candidate) {
     signalling_->sendCandidate(candidate);
-    leaves(AbortPoint::whileGathering);
+    leaves(AbortPoint::kWhileGathering);
 }
 
 void ViewerCall::hangUp() {
@@ -159,7 +159,7 @@ void ViewerCall::onGathered() {
 }
 
 void ViewerCall::onIceConnected() {
-    tasks_.post([this] { leaves(AbortPoint::inDtlsHandshake); });
+    tasks_.post([this] { leaves(AbortPoint::kInDtlsHandshake); });
 }
 
 void ViewerCall::onState(const std::string& name) {

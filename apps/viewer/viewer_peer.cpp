@@ -9,11 +9,11 @@
 namespace zelrtc::viewer {
 namespace {
 
-constexpr const char* videoCaps =
+constexpr const char* kVideoCaps =
     "application/x-rtp,media=video,encoding-name=H264,clock-rate=90000,payload=96,packetization-mode=(string)1,"
     "profile-level-id=(string)42e01f,level-asymmetry-allowed=(string)1";
-constexpr const char* audioCaps = "application/x-rtp,media=audio,encoding-name=PCMU,clock-rate=8000,payload=0";
-constexpr const char* talkChain =
+constexpr const char* kAudioCaps = "application/x-rtp,media=audio,encoding-name=PCMU,clock-rate=8000,payload=0";
+constexpr const char* kTalkChain =
     "audiotestsrc is-live=true wave=sine freq=700 volume=0.5 samplesperbuffer=160 ! audio/x-raw,rate=8000,channels=1 ! "
     "mulawenc ! rtppcmupay pt=0 min-ptime=20000000 max-ptime=20000000 ! "
     "valve name=gate drop=true drop-mode=forward-sticky-events";
@@ -201,7 +201,7 @@ void ViewerPeer::connectSignals() {
 }
 
 void ViewerPeer::addVideo() {
-    const CapsRef codec(gst_caps_from_string(videoCaps));
+    const CapsRef codec(gst_caps_from_string(kVideoCaps));
     GstWebRTCRTPTransceiver* transceiver = nullptr;
     g_signal_emit_by_name(webrtc_, "add-transceiver", GST_WEBRTC_RTP_TRANSCEIVER_DIRECTION_RECVONLY, codec.get(),
                           &transceiver);
@@ -210,7 +210,7 @@ void ViewerPeer::addVideo() {
 }
 
 void ViewerPeer::addAudio(bool talk) {
-    const CapsRef codec(gst_caps_from_string(audioCaps));
+    const CapsRef codec(gst_caps_from_string(kAudioCaps));
     if (talk) {
         addTalk(codec.get());
         return;
@@ -222,7 +222,7 @@ void ViewerPeer::addAudio(bool talk) {
 }
 
 void ViewerPeer::addTalk(GstCaps* codec) {
-    GstElement* talk = makeBin(talkChain);
+    GstElement* talk = makeBin(kTalkChain);
     gst_bin_add(GST_BIN(pipeline_.get()), talk);
     gate_ = gst_bin_get_by_name(GST_BIN(talk), "gate");
     gst_object_unref(gate_);  // the pipeline keeps it

@@ -7,7 +7,7 @@
 namespace zelrtc::viewer {
 namespace {
 
-constexpr std::chrono::seconds answerLimit(15);
+constexpr std::chrono::seconds kAnswerLimit(15);
 
 std::string lineStartingWith(const std::string& sdp, const std::string& start) {
     const std::size_t begin = sdp.find("\n" + start);
@@ -22,7 +22,7 @@ std::string lineStartingWith(const std::string& sdp, const std::string& start) {
 
 WhepSignalling::WhepSignalling(const std::string& baseUrl) : requests_(baseUrl) {
     requests_.set_tcp_nodelay(true);
-    requests_.set_read_timeout(answerLimit);
+    requests_.set_read_timeout(kAnswerLimit);
 }
 
 Signalling::Answer WhepSignalling::place(const std::string& offerSdp, bool /*complete*/) {

@@ -103,9 +103,9 @@ void addRoutes(zelrtc::camera::HttpServer* server, Sender* sender) {
 void serve(const std::string& videoFile) {
     constexpr int kStream = 1;
     zelrtc::camera::initVideo();
-    std::array<zelrtc::camera::VideoInput, zelrtc::camera::VIDEO_STREAMS> inputs;
+    std::array<zelrtc::camera::VideoInput, zelrtc::camera::kVideoStreams> inputs;
     if (!videoFile.empty()) {
-        inputs.at(kStream) = {zelrtc::camera::VideoInput::Kind::FILE, videoFile};
+        inputs.at(kStream) = {zelrtc::camera::VideoInput::Kind::kFile, videoFile};
     }
     zelrtc::camera::MediaHub hub(inputs, zelrtc::camera::tonePattern());
     Sender sender(&hub, kStream);

@@ -2,8 +2,8 @@
  * @file plain_peer.h
  * One call on webrtcbin alone, with the settings of the SDK stand-in: what a camera costs without session and SDK.
  */
-#ifndef ZELRTC_BENCH_PLAIN_PEER_H
-#define ZELRTC_BENCH_PLAIN_PEER_H
+#ifndef BENCH_PLAIN_SENDER_PLAIN_PEER_H
+#define BENCH_PLAIN_SENDER_PLAIN_PEER_H
 
 #include <gst/gst.h>
 

@@ -13,7 +13,7 @@ namespace {
 using nlohmann::json;
 using namespace std::chrono_literals;
 
-constexpr const char* audioOnlySdp =
+constexpr const char* kAudioOnlySdp =
     "v=0\r\no=- 1 1 IN IP4 127.0.0.1\r\ns=-\r\nt=0 0\r\na=group:BUNDLE 0\r\n"
     "m=audio 9 UDP/TLS/RTP/SAVPF 0\r\nc=IN IP4 0.0.0.0\r\na=mid:0\r\na=sendrecv\r\na=rtcp-mux\r\n"
     "a=ice-ufrag:abcd\r\na=ice-pwd:abcdefghijklmnopqrstuvwx\r\na=setup:actpass\r\n"
@@ -77,7 +77,7 @@ INSTANTIATE_TEST_SUITE_P(Each, BadOffers,
                                            BadOffer{"WithoutSdp", R"({"type":"offer"})", 400},
                                            BadOffer{"SdpThatIsNone", offerOf("a picture, please"), 400},
                                            BadOffer{"SdpThatBreaksOff", offerOf("v=0\r\nm=video "), 400},
-                                           BadOffer{"NoVideo", offerOf(audioOnlySdp), 422},
+                                           BadOffer{"NoVideo", offerOf(kAudioOnlySdp), 422},
                                            BadOffer{"OneMebibyte", offerOf("v=0\r\n" + std::string(1U << 20U, 'x')),
                                                     413},
                                            BadOffer{"AnAnswer", R"({"type":"answer","sdp":"v=0\r\n"})", 400}),

@@ -53,49 +53,49 @@ std::size_t count(const std::vector<std::string>& lines, const std::string& patt
         lines.begin(), lines.end(), [&](const std::string& line) { return std::regex_search(line, wanted); }));
 }
 
-const Patterns negotiation{R"(initializePeerConnection\(\): createPeerConnection took [0-9.]+ms, return 0x0$)",
-                           R"(handleOffer\(\): session [0-9]+, handleOffer with: \{.*"sdp")",
-                           R"(handleOffer\(\): session [0-9]+, handleOffer done$)",
-                           R"(handleOffer\(\): time taken to create answer [0-9.]+ms$)",
-                           R"(handleOffer\(\): session [0-9]+, create answer done$)"};
+const Patterns kNegotiation{R"(initializePeerConnection\(\): createPeerConnection took [0-9.]+ms, return 0x0$)",
+                            R"(handleOffer\(\): session [0-9]+, handleOffer with: \{.*"sdp")",
+                            R"(handleOffer\(\): session [0-9]+, handleOffer done$)",
+                            R"(handleOffer\(\): time taken to create answer [0-9.]+ms$)",
+                            R"(handleOffer\(\): session [0-9]+, create answer done$)"};
 
-const Patterns connection{R"(session [0-9]+, new connection state 3$)",
-                          "log session [0-9]+ connection info: ",
-                          "Local Candidate IP Address: [0-9a-f.:]+$",
-                          "Local Candidate type: ",
-                          "Local Candidate port: [0-9]+$",
-                          "Local Candidate priority: ",
-                          "Local Candidate transport protocol: udp$",
-                          "Local Candidate relay protocol: ",
-                          "Local Candidate Ice server source: ",
-                          "Remote Candidate IP Address: [0-9a-f.:]+$",
-                          "Remote Candidate type: ",
-                          "Remote Candidate port: [0-9]+$",
-                          "Remote Candidate priority: ",
-                          "Remote Candidate transport protocol: udp$"};
+const Patterns kConnection{R"(session [0-9]+, new connection state 3$)",
+                           "log session [0-9]+ connection info: ",
+                           "Local Candidate IP Address: [0-9a-f.:]+$",
+                           "Local Candidate type: ",
+                           "Local Candidate port: [0-9]+$",
+                           "Local Candidate priority: ",
+                           "Local Candidate transport protocol: udp$",
+                           "Local Candidate relay protocol: ",
+                           "Local Candidate Ice server source: ",
+                           "Remote Candidate IP Address: [0-9a-f.:]+$",
+                           "Remote Candidate type: ",
+                           "Remote Candidate port: [0-9]+$",
+                           "Remote Candidate priority: ",
+                           "Remote Candidate transport protocol: udp$"};
 
-const Patterns ending{R"(teminate\(\): session [0-9]+ teminate\.$)",
-                      R"(~ZelRtcSession\(\): session: [0-9]+, releasing$)",
-                      R"(~ZelRtcSession\(\): session: [0-9]+, released$)"};
+const Patterns kEnding{R"(teminate\(\): session [0-9]+ teminate\.$)",
+                       R"(~ZelRtcSession\(\): session: [0-9]+, releasing$)",
+                       R"(~ZelRtcSession\(\): session: [0-9]+, released$)"};
 
 TEST(CallLog, TellsATrickleCallInOrder) {
     const auto lines = logOfOneCall({}, {"--seconds", "1"});
     expectInOrder(lines, {R"(ZelRtcSession\(\): session [0-9]+, trickle 1, relayonly 0$)"});
-    expectInOrder(lines, negotiation);
+    expectInOrder(lines, kNegotiation);
     expectInOrder(lines, {"handleOffer done", R"(session [0-9]+, got new candidate: \{"candidate":)", "teminate"});
     expectInOrder(lines, {"handleOffer done", "ice candidate gathering finished", "teminate"});
-    expectInOrder(lines, connection);
-    expectInOrder(lines, ending);
+    expectInOrder(lines, kConnection);
+    expectInOrder(lines, kEnding);
 }
 
 TEST(CallLog, TellsACallWithACompleteAnswerInOrder) {
     const auto lines = logOfOneCall({}, {"--seconds", "1", "--no-trickle"});
     expectInOrder(lines, {R"(ZelRtcSession\(\): session [0-9]+, trickle 0, relayonly 0$)"});
-    expectInOrder(lines, negotiation);
+    expectInOrder(lines, kNegotiation);
     EXPECT_EQ(count(lines, "got new candidate"), 0U);
     expectInOrder(lines, {"handleOffer done", "ice candidate gathering finished", "new connection state 3"});
-    expectInOrder(lines, connection);
-    expectInOrder(lines, ending);
+    expectInOrder(lines, kConnection);
+    expectInOrder(lines, kEnding);
 }
 
 TEST(CallLog, DescribesTheConnectionInSevenLocalAndFiveRemoteLines) {
@@ -120,7 +120,7 @@ TEST(CallLog, NamesItsIceServersAtTheBeginningAndAtTheEnd) {
     const TurnServer turn;
     const auto lines = logOfOneCall({"--ice-server", turn.description("udp")}, {"--seconds", "1"});
     const std::string url = std::regex_replace(turn.url("udp"), std::regex("[?.]"), "\\$&");
-    expectInOrder(lines, {"ZelRtcSession\\(\\): session", "add iceserver\\. url " + url + "$", negotiation[0]});
+    expectInOrder(lines, {"ZelRtcSession\\(\\): session", "add iceserver\\. url " + url + "$", kNegotiation[0]});
     expectInOrder(lines, {"releasing$", "gatherIceServerStats|ICE Server Stats", "released$"});
 }
 

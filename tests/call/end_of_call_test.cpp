@@ -130,7 +130,7 @@ void PrintTo(const Departure& departure, std::ostream* out) {
 
 // Threads and connections of finished requests stay for a while: the figure is the least until it stops falling.
 Footprint settledFootprint(const CameraProcess& camera) {
-    constexpr auto settled = 6s;
+    constexpr auto kSettled = 6s;
     Footprint least = camera.footprint();
     auto changed = std::chrono::steady_clock::now();
     eventually(
@@ -140,7 +140,7 @@ Footprint settledFootprint(const CameraProcess& camera) {
                 least = {std::min(least.threads, now.threads), std::min(least.descriptors, now.descriptors)};
                 changed = std::chrono::steady_clock::now();
             }
-            return std::chrono::steady_clock::now() - changed >= settled;
+            return std::chrono::steady_clock::now() - changed >= kSettled;
         },
         60s);
     return least;

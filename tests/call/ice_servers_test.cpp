@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 
 using Arguments = std::vector<std::string>;
 
-constexpr std::size_t mostServers = 21;
+constexpr std::size_t kMostServers = 21;
 
 class ManyIceServers : public ::testing::Test {
 protected:
@@ -46,7 +46,7 @@ std::ptrdiff_t count(const std::string& text, const std::string& pattern) {
 }
 
 TEST_F(ManyIceServers, TwentyOneAreAllUsed) {
-    CameraProcess camera(servers(mostServers, mostServers - 1));
+    CameraProcess camera(servers(kMostServers, kMostServers - 1));
     const auto outcome = call(camera);
     ASSERT_EQ(outcome.status, 0) << outcome.report.dump(2);
     EXPECT_EQ(outcome.call().at("transport").at("remote"), "relay");
@@ -55,7 +55,7 @@ TEST_F(ManyIceServers, TwentyOneAreAllUsed) {
 }
 
 TEST_F(ManyIceServers, OfTwentyTwoTheLastIsLeftOutWithOneLine) {
-    CameraProcess camera(servers(mostServers + 1, 0));
+    CameraProcess camera(servers(kMostServers + 1, 0));
     const auto outcome = call(camera);
     ASSERT_EQ(outcome.status, 0) << outcome.report.dump(2);
     EXPECT_EQ(outcome.call().at("transport").at("remote"), "relay");
@@ -66,7 +66,7 @@ TEST_F(ManyIceServers, OfTwentyTwoTheLastIsLeftOutWithOneLine) {
 }
 
 TEST_F(ManyIceServers, TheTwentySecondIsNotUsed) {
-    CameraProcess camera(servers(mostServers + 1, mostServers));
+    CameraProcess camera(servers(kMostServers + 1, kMostServers));
     const auto outcome = call(camera);
     EXPECT_NE(outcome.status, 0) << "the only server that answers was left out";
     EXPECT_TRUE(camera.logsEventually("new connection state 5", 5s)) << "not failed";

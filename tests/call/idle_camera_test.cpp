@@ -11,15 +11,15 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto measuredFor = 4s;
-constexpr double mostOfACore = 0.02;
+constexpr auto kMeasuredFor = 4s;
+constexpr double kMostOfACore = 0.02;
 
 /** The share of a core that the camera uses over the measured time. */
 double shareOfACore(const CameraProcess& camera) {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point start = Clock::now();
     const double before = camera.cpuSeconds();
-    eventually([&] { return Clock::now() - start >= measuredFor; }, measuredFor * 2);
+    eventually([&] { return Clock::now() - start >= kMeasuredFor; }, kMeasuredFor * 2);
     const std::chrono::duration<double> elapsed = Clock::now() - start;
     return (camera.cpuSeconds() - before) / elapsed.count();
 }
@@ -27,7 +27,7 @@ double shareOfACore(const CameraProcess& camera) {
 TEST(IdleCamera, EncodesNothingBeforeTheFirstCall) {
     const CameraProcess camera;
     EXPECT_EQ(camera.runningEncoders(), 0);
-    EXPECT_LT(shareOfACore(camera), mostOfACore);
+    EXPECT_LT(shareOfACore(camera), kMostOfACore);
 }
 
 TEST(IdleCamera, StopsEncodingAfterTheLastCall) {
@@ -38,7 +38,7 @@ TEST(IdleCamera, StopsEncodingAfterTheLastCall) {
     viewer.hangUp();
     ASSERT_TRUE(camera.hasNoCalls(10s));
     EXPECT_TRUE(eventually([&] { return camera.runningEncoders() == 0; }, 10s));
-    EXPECT_LT(shareOfACore(camera), mostOfACore);
+    EXPECT_LT(shareOfACore(camera), kMostOfACore);
 }
 
 }  // namespace

@@ -15,8 +15,8 @@ using namespace std::chrono_literals;
 
 using Arguments = std::vector<std::string>;
 
-constexpr double cameraTone = 440;
-constexpr double viewerTone = 700;
+constexpr double kCameraTone = 440;
+constexpr double kViewerTone = 700;
 
 json sizeOf(const json& change) {
     return {change.at("width"), change.at("height")};
@@ -62,16 +62,16 @@ TEST_P(AnswerStyle, CarriesSoundBothWays) {
     const WavFile atViewer = readWav(heard);
     EXPECT_GT(atViewer.seconds(), 2.5);
     EXPECT_GT(atViewer.level(), 0.02);
-    EXPECT_GT(atViewer.shareAt(cameraTone), 0.8);
-    EXPECT_LT(atViewer.shareAt(viewerTone), 0.1);
+    EXPECT_GT(atViewer.shareAt(kCameraTone), 0.8);
+    EXPECT_LT(atViewer.shareAt(kViewerTone), 0.1);
 
     ASSERT_TRUE(camera_.hasNoCalls(5s));
     const WavFile atCamera = readWav(camera_.recording(outcome.call().at("id")));
     EXPECT_EQ(atCamera.samplesPerSecond, 8000U);
     EXPECT_GT(atCamera.seconds(), 2.5);
     EXPECT_GT(atCamera.level(), 0.02);
-    EXPECT_GT(atCamera.shareAt(viewerTone), 0.8);
-    EXPECT_LT(atCamera.shareAt(cameraTone), 0.1);
+    EXPECT_GT(atCamera.shareAt(kViewerTone), 0.8);
+    EXPECT_LT(atCamera.shareAt(kCameraTone), 0.1);
 }
 
 TEST_P(AnswerStyle, SwitchesStreamsAtAKeyFrameOfTheNewSize) {

@@ -42,29 +42,29 @@ TEST_F(ReadEvents, KeepsAnUnfinishedEventBack) {
 
 class Strip {
 public:
-    explicit Strip(std::uint32_t value) : pixels_(width * height, 128) {
-        for (std::size_t y = height - height / 12; y < height; ++y) {
-            for (std::size_t x = 0; x < width; ++x) {
-                const bool white = (value >> (31 - x * 32 / width) & 1U) != 0;
-                pixels_[y * width + x] = white ? 235 : 16;
+    explicit Strip(std::uint32_t value) : pixels_(kWidth * kHeight, 128) {
+        for (std::size_t y = kHeight - kHeight / 12; y < kHeight; ++y) {
+            for (std::size_t x = 0; x < kWidth; ++x) {
+                const bool white = (value >> (31 - x * 32 / kWidth) & 1U) != 0;
+                pixels_[y * kWidth + x] = white ? 235 : 16;
             }
         }
     }
 
     void paintCell(std::size_t cell, std::uint8_t brightness) {
-        for (std::size_t y = height - height / 12; y < height; ++y) {
-            std::fill_n(pixels_.begin() + static_cast<std::ptrdiff_t>(y * width + cell * width / 32), width / 32,
+        for (std::size_t y = kHeight - kHeight / 12; y < kHeight; ++y) {
+            std::fill_n(pixels_.begin() + static_cast<std::ptrdiff_t>(y * kWidth + cell * kWidth / 32), kWidth / 32,
                         brightness);
         }
     }
 
     LumaPlane plane() const {
-        return {pixels_.data(), width, width, height};
+        return {pixels_.data(), kWidth, kWidth, kHeight};
     }
 
 private:
-    static constexpr std::size_t width = 320;
-    static constexpr std::size_t height = 180;
+    static constexpr std::size_t kWidth = 320;
+    static constexpr std::size_t kHeight = 180;
     std::vector<std::uint8_t> pixels_;
 };
 
@@ -148,7 +148,7 @@ TEST(ReadOptions, TakesWhatACallNeeds) {
     ASSERT_EQ(options.switches.size(), 1U);
     EXPECT_EQ(options.switches[0].at, Milliseconds(1500));
     EXPECT_EQ(options.switches[0].stream, 2);
-    EXPECT_EQ(options.abortPoint, AbortPoint::afterTime);
+    EXPECT_EQ(options.abortPoint, AbortPoint::kAfterTime);
     EXPECT_EQ(options.abortAfter, Milliseconds(2000));
     EXPECT_FALSE(options.trickle);
 }

@@ -13,7 +13,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using namespace std::chrono_literals;
 
-constexpr auto LONG = 20s;
+constexpr auto kLong = 20s;
 
 std::vector<std::string> dataOf(const EventLog::Batch& batch) {
     std::vector<std::string> data;
@@ -49,14 +49,14 @@ TEST(EventLogTest, NothingNewIsAnEmptyBatchWhenTheTimeIsUp) {
 TEST(EventLogTest, AWaitingReaderIsWokenByAnEvent) {
     EventLog log;
     std::thread writer([&] { log.append("state", "a"); });
-    EXPECT_THAT(dataOf(log.next(0, LONG)), ElementsAre("a"));
+    EXPECT_THAT(dataOf(log.next(0, kLong)), ElementsAre("a"));
     writer.join();
 }
 
 TEST(EventLogTest, AWaitingReaderIsWokenByTheEnd) {
     EventLog log;
     std::thread writer([&] { log.close(); });
-    EXPECT_TRUE(log.next(0, LONG).last);
+    EXPECT_TRUE(log.next(0, kLong).last);
     writer.join();
 }
 

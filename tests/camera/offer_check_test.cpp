@@ -9,7 +9,7 @@ namespace {
 
 using ::testing::HasSubstr;
 
-constexpr const char* SDP = "v=0\r\nm=audio 9 UDP/TLS/RTP/SAVPF 0\r\nm=video 9 UDP/TLS/RTP/SAVPF 96\r\n";
+constexpr const char* kSdp = "v=0\r\nm=audio 9 UDP/TLS/RTP/SAVPF 0\r\nm=video 9 UDP/TLS/RTP/SAVPF 96\r\n";
 
 struct Refusal {
     int status;
@@ -27,7 +27,7 @@ Refusal refusalOf(Check check, const std::string& text) {
 }
 
 TEST(OfferCheckTest, AnOfferWithVideoPasses) {
-    EXPECT_EQ(refusalOf(checkOffer, offerFromSdp(SDP)).status, 0);
+    EXPECT_EQ(refusalOf(checkOffer, offerFromSdp(kSdp)).status, 0);
 }
 
 TEST(OfferCheckTest, WhatIsNoOfferIsABadRequest) {
@@ -45,7 +45,7 @@ TEST(OfferCheckTest, AnOfferWithoutVideoIsToldSo) {
 }
 
 TEST(OfferCheckTest, AViewerWithoutH264IsToldSo) {
-    const Refusal refusal = refusalOf(checkOffer, offerFromSdp(std::string(SDP) + "a=rtpmap:96 VP8/90000\r\n"));
+    const Refusal refusal = refusalOf(checkOffer, offerFromSdp(std::string(kSdp) + "a=rtpmap:96 VP8/90000\r\n"));
     EXPECT_EQ(refusal.status, 422);
     EXPECT_THAT(refusal.reason, HasSubstr("cannot show H.264"));
 }
@@ -53,17 +53,17 @@ TEST(OfferCheckTest, AViewerWithoutH264IsToldSo) {
 TEST(OfferCheckTest, H264AmongOtherCodecsPassesInAnyCase) {
     for (const char* name : {"H264", "h264"}) {
         const std::string mappings = "a=rtpmap:96 VP8/90000\r\na=rtpmap:102 " + std::string(name) + "/90000\r\n";
-        EXPECT_EQ(refusalOf(checkOffer, offerFromSdp(SDP + mappings)).status, 0) << name;
+        EXPECT_EQ(refusalOf(checkOffer, offerFromSdp(kSdp + mappings)).status, 0) << name;
     }
 }
 
 TEST(OfferCheckTest, TheCodecsOfOtherSectionsAreNotThoseOfTheVideo) {
-    const std::string sdp = std::string(SDP) + "a=rtpmap:96 VP8/90000\r\nm=audio 9 UDP/TLS/RTP/SAVPF 97\r\n";
+    const std::string sdp = std::string(kSdp) + "a=rtpmap:96 VP8/90000\r\nm=audio 9 UDP/TLS/RTP/SAVPF 97\r\n";
     EXPECT_EQ(refusalOf(checkOffer, offerFromSdp(sdp + "a=rtpmap:97 H264/90000\r\n")).status, 422);
 }
 
 TEST(OfferCheckTest, AnOfferTooLongForTheSdkIsTooLarge) {
-    EXPECT_EQ(refusalOf(checkOffer, offerFromSdp(SDP + std::string(25000, 'a'))).status, 413);
+    EXPECT_EQ(refusalOf(checkOffer, offerFromSdp(kSdp + std::string(25000, 'a'))).status, 413);
 }
 
 TEST(OfferCheckTest, ACandidateOf255CharactersPassesAndALongerOneDoesNot) {

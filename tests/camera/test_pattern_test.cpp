@@ -7,30 +7,30 @@
 namespace zelrtc::camera {
 namespace {
 
-constexpr size_t WIDTH = 640;
-constexpr size_t HEIGHT = 360;
-constexpr uint8_t BRIGHT = 128;
+constexpr size_t kWidth = 640;
+constexpr size_t kHeight = 360;
+constexpr uint8_t kBright = 128;
 
 // A picture with memory of its own, its lines padded with bytes that nothing may touch.
 class Canvas {
 public:
     Canvas(size_t width, size_t height) : width_(width), height_(height) {
-        planes_[0].assign((width + PADDING) * height, UNTOUCHED);
-        planes_[1].assign((width / 2 + PADDING) * height / 2, UNTOUCHED);
+        planes_[0].assign((width + kPadding) * height, kUntouched);
+        planes_[1].assign((width / 2 + kPadding) * height / 2, kUntouched);
         planes_[2] = planes_[1];
     }
     Picture picture() {
-        return {{planes_[0].data(), width_ + PADDING},
-                {planes_[1].data(), width_ / 2 + PADDING},
-                {planes_[2].data(), width_ / 2 + PADDING}};
+        return {{planes_[0].data(), width_ + kPadding},
+                {planes_[1].data(), width_ / 2 + kPadding},
+                {planes_[2].data(), width_ / 2 + kPadding}};
     }
     uint8_t luma(size_t x, size_t y) const {
-        return planes_[0][y * (width_ + PADDING) + x];
+        return planes_[0][y * (width_ + kPadding) + x];
     }
     bool isPaddingUntouched() const {
         for (size_t y = 0; y < height_; ++y) {
-            for (size_t x = width_; x < width_ + PADDING; ++x) {
-                if (luma(x, y) != UNTOUCHED) {
+            for (size_t x = width_; x < width_ + kPadding; ++x) {
+                if (luma(x, y) != kUntouched) {
                     return false;
                 }
             }
@@ -41,14 +41,14 @@ public:
         uint32_t value = 0;
         for (size_t cell = 0; cell < 32; ++cell) {
             const size_t x = cell * width_ / 32 + width_ / 64;
-            value = value << 1 | (luma(x, height_ - height_ / 24) > BRIGHT ? 1U : 0U);
+            value = value << 1 | (luma(x, height_ - height_ / 24) > kBright ? 1U : 0U);
         }
         return value;
     }
 
 private:
-    static constexpr size_t PADDING = 32;
-    static constexpr uint8_t UNTOUCHED = 7;
+    static constexpr size_t kPadding = 32;
+    static constexpr uint8_t kUntouched = 7;
 
     size_t width_;
     size_t height_;
@@ -57,8 +57,8 @@ private:
 
 TEST(TestPictureTest, TheStripHoldsTheTimeOfCapture) {
     for (const uint32_t time : {0U, 1U, 0x80000000U, 0xdeadbeefU, 0xffffffffU}) {
-        Canvas canvas(WIDTH, HEIGHT);
-        TestPicture(WIDTH, HEIGHT).draw(canvas.picture(), time, "12:34:56");
+        Canvas canvas(kWidth, kHeight);
+        TestPicture(kWidth, kHeight).draw(canvas.picture(), time, "12:34:56");
         EXPECT_EQ(canvas.strip(), time);
     }
 }
@@ -73,36 +73,36 @@ TEST(TestPictureTest, EverySizeIsDrawnInsideItsLines) {
 }
 
 TEST(TestPictureTest, EightBarsGetDarkerFromLeftToRight) {
-    Canvas canvas(WIDTH, HEIGHT);
-    TestPicture(WIDTH, HEIGHT).draw(canvas.picture(), 0, "00:00:00");
+    Canvas canvas(kWidth, kHeight);
+    TestPicture(kWidth, kHeight).draw(canvas.picture(), 0, "00:00:00");
     for (size_t bar = 1; bar < 8; ++bar) {
         EXPECT_LT(canvas.luma(bar * 80 + 40, 0), canvas.luma(bar * 80 - 40, 0)) << "bar " << bar;
     }
 }
 
 TEST(TestPictureTest, TheBlockMoves) {
-    Canvas one(WIDTH, HEIGHT);
-    Canvas other(WIDTH, HEIGHT);
-    TestPicture(WIDTH, HEIGHT).draw(one.picture(), 1000, "00:00:00");
-    TestPicture(WIDTH, HEIGHT).draw(other.picture(), 1033, "00:00:00");
+    Canvas one(kWidth, kHeight);
+    Canvas other(kWidth, kHeight);
+    TestPicture(kWidth, kHeight).draw(one.picture(), 1000, "00:00:00");
+    TestPicture(kWidth, kHeight).draw(other.picture(), 1033, "00:00:00");
     size_t different = 0;
-    for (size_t x = 0; x < WIDTH; ++x) {
-        different += one.luma(x, HEIGHT / 2 + 10) != other.luma(x, HEIGHT / 2 + 10) ? 1 : 0;
+    for (size_t x = 0; x < kWidth; ++x) {
+        different += one.luma(x, kHeight / 2 + 10) != other.luma(x, kHeight / 2 + 10) ? 1 : 0;
     }
     EXPECT_GT(different, 0U);
 }
 
 TEST(TestPictureTest, TheClockShowsItsTime) {
-    Canvas one(WIDTH, HEIGHT);
-    Canvas other(WIDTH, HEIGHT);
-    TestPicture(WIDTH, HEIGHT).draw(one.picture(), 0, "11:11:11");
-    TestPicture(WIDTH, HEIGHT).draw(other.picture(), 0, "88:88:88");
+    Canvas one(kWidth, kHeight);
+    Canvas other(kWidth, kHeight);
+    TestPicture(kWidth, kHeight).draw(one.picture(), 0, "11:11:11");
+    TestPicture(kWidth, kHeight).draw(other.picture(), 0, "88:88:88");
     size_t litInOne = 0;
     size_t litInOther = 0;
-    for (size_t y = HEIGHT / 8; y < HEIGHT / 4; ++y) {
-        for (size_t x = WIDTH / 4; x < WIDTH * 3 / 4; ++x) {
-            litInOne += one.luma(x, y) == WHITE.y ? 1 : 0;
-            litInOther += other.luma(x, y) == WHITE.y ? 1 : 0;
+    for (size_t y = kHeight / 8; y < kHeight / 4; ++y) {
+        for (size_t x = kWidth / 4; x < kWidth * 3 / 4; ++x) {
+            litInOne += one.luma(x, y) == kWhite.y ? 1 : 0;
+            litInOther += other.luma(x, y) == kWhite.y ? 1 : 0;
         }
     }
     EXPECT_GT(litInOne, 0U);

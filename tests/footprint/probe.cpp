@@ -15,12 +15,12 @@
 
 namespace {
 
-const size_t STACK_SIZE = 1024 * 1024;
-const unsigned char PAINT = 0xa5;
+const size_t kStackSize = 1024 * 1024;
+const unsigned char kPaint = 0xa5;
 // Of the lengths that a TURN service hands out.
-const char SERVER_URL[] = "turns:192-0-2-17.turn.service.example.net:443?transport=tcp";
-const char SERVER_USER[] = "1767225600:arn-of-a-channel-or-a-user-name-of-this-length/0123456789abcdef";
-const char SERVER_CREDENTIAL[] = "bm90IGEgcmVhbCBzZWNyZXQsIGp1c3QgbG9uZyBlbm91Z2g=";
+const char kServerUrl[] = "turns:192-0-2-17.turn.service.example.net:443?transport=tcp";
+const char kServerUser[] = "1767225600:arn-of-a-channel-or-a-user-name-of-this-length/0123456789abcdef";
+const char kServerCredential[] = "bm90IGEgcmVhbCBzZWNyZXQsIGp1c3QgbG9uZyBlbm91Z2g=";
 
 long heapHeld = 0;
 bool isFirst = true;
@@ -29,13 +29,13 @@ ZelRtcSessionConfig configWithServers(size_t count, bool trickle) {
     ZelRtcSessionConfig config;
     config.trickleIce = trickle;
     for (size_t i = 0; i < count; i++) {
-        config.iceServers.push_back(ZelRtcIceServer{SERVER_URL, SERVER_USER, SERVER_CREDENTIAL});
+        config.iceServers.push_back(ZelRtcIceServer{kServerUrl, kServerUser, kServerCredential});
     }
     return config;
 }
 
 // Built before anything is measured.
-const std::string OFFER(4000, 'o');
+const std::string kOffer(4000, 'o');
 
 // What the operations work on: built before the painted thread starts, so that only the operation itself is measured.
 struct Scene {
@@ -57,7 +57,7 @@ void prepareNothing(Scene&) {
 }
 
 void prepareCall(Scene& scene) {
-    scene.session.init(OFFER);
+    scene.session.init(kOffer);
 }
 
 void prepareConnected(Scene& scene) {
@@ -79,18 +79,18 @@ alignas(ZelRtcSession) unsigned char sessionPlace[sizeof(ZelRtcSession)];
 
 void prepareDestruction(Scene& scene) {
     ZelRtcSession* session = new (sessionPlace) ZelRtcSession(8, scene.config, nullptr);
-    session->init(OFFER);
+    session->init(kOffer);
 }
 
 // What it takes to call an operation at all.
-const Operation NOTHING = {"nothing", true, prepareNothing, [](Scene&) {}};
+const Operation kNothing = {"nothing", true, prepareNothing, [](Scene&) {}};
 
-const Operation OPERATIONS[] = {
+const Operation kOperations[] = {
     {"ZelRtcSession", true, prepareNothing,
      [](Scene& scene) { new (sessionPlace) ZelRtcSession(8, scene.config, nullptr); }},
-    {"init (trickle)", true, prepareNothing, [](Scene& scene) { scene.session.init(OFFER); }},
-    {"init (complete answer)", false, prepareNothing, [](Scene& scene) { scene.session.init(OFFER); }},
-    {"addRemoteCandidate", true, prepareCall, [](Scene& scene) { scene.session.addRemoteCandidate(OFFER); }},
+    {"init (trickle)", true, prepareNothing, [](Scene& scene) { scene.session.init(kOffer); }},
+    {"init (complete answer)", false, prepareNothing, [](Scene& scene) { scene.session.init(kOffer); }},
+    {"addRemoteCandidate", true, prepareCall, [](Scene& scene) { scene.session.addRemoteCandidate(kOffer); }},
     {"setAudioVideoType", true, prepareCall, [](Scene& scene) { scene.session.setAudioVideoType(1, 2); }},
     {"writeVideoData", true, prepareConnected,
      [](Scene& scene) { scene.session.writeVideoData(media, sizeof(media), 1000, ZELRTC_FRAME_FLAG_KEY_FRAME, 1); }},
@@ -121,13 +121,13 @@ ucontext_t mainContext;
 ucontext_t paintedContext;
 const Operation* currentOperation;
 Scene* currentScene;
-unsigned char paintedStack[STACK_SIZE];
+unsigned char paintedStack[kStackSize];
 size_t untouchedStack;
 
 // Looks at the paint before it returns, because returning to the other stack touches this one.
 void runCurrentOperation() {
     currentOperation->run(*currentScene);
-    for (untouchedStack = 0; paintedStack[untouchedStack] == PAINT; untouchedStack++) {
+    for (untouchedStack = 0; paintedStack[untouchedStack] == kPaint; untouchedStack++) {
     }
 }
 
@@ -138,7 +138,7 @@ size_t touchedStack(const Operation& operation) {
     currentOperation = &operation;
     currentScene = &scene;
 
-    memset(paintedStack, PAINT, sizeof(paintedStack));
+    memset(paintedStack, kPaint, sizeof(paintedStack));
     getcontext(&paintedContext);
     paintedContext.uc_stack.ss_sp = paintedStack;
     paintedContext.uc_stack.ss_size = sizeof(paintedStack);
@@ -159,7 +159,7 @@ void printHeap(size_t serverCount) {
     long held = 0;
     {
         ZelRtcSession session(7, config, nullptr);
-        session.init(OFFER);
+        session.init(kOffer);
         held = heapHeld - before;
     }
     if (heapHeld != before) {
@@ -195,8 +195,8 @@ int main() {
     for (const size_t serverCount : {0, 5, 21}) {
         printHeap(serverCount);
     }
-    const size_t nothing = touchedStack(NOTHING);
-    for (const Operation& operation : OPERATIONS) {
+    const size_t nothing = touchedStack(kNothing);
+    for (const Operation& operation : kOperations) {
         printFigure((std::string("stack ") + operation.name).c_str(),
                     static_cast<long>(touchedStack(operation) - nothing));
     }

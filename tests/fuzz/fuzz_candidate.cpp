@@ -14,7 +14,7 @@ using zelrtc::fuzz::require;
 
 namespace {
 
-const CHAR UNTOUCHED = '#';
+const CHAR kUntouched = '#';
 
 }  // namespace
 
@@ -23,7 +23,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::unique_ptr<CHAR[]> json(new CHAR[size > 0 ? size : 1]);
     std::copy(data, data + size, json.get());
     RtcIceCandidateInit candidate;
-    memset(&candidate, UNTOUCHED, sizeof(candidate));
+    memset(&candidate, kUntouched, sizeof(candidate));
     RtcIceCandidateInit before = candidate;
 
     const STATUS status = deserializeRtcIceCandidateInit(json.get(), static_cast<UINT32>(size), &candidate);

@@ -15,7 +15,7 @@ using zelrtc::fuzz::require;
 
 namespace {
 
-const CHAR UNTOUCHED = '#';
+const CHAR kUntouched = '#';
 
 void negotiate(const std::string& sdp) {
     for (const zelrtc::hostsdk::OfferedMedia& media : zelrtc::hostsdk::parseOffer(sdp)) {
@@ -38,7 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::unique_ptr<CHAR[]> json(new CHAR[size > 0 ? size : 1]);
     std::copy(data, data + size, json.get());
     RtcSessionDescriptionInit description;
-    memset(&description, UNTOUCHED, sizeof(description));
+    memset(&description, kUntouched, sizeof(description));
     RtcSessionDescriptionInit before = description;
 
     const STATUS status = deserializeSessionDescriptionInit(json.get(), static_cast<UINT32>(size), &description);

@@ -15,7 +15,7 @@ using zelrtc::fuzz::require;
 
 namespace {
 
-const size_t LARGEST_ESCAPE = sizeof("\\u0000") - 1;
+const size_t kLargestEscape = sizeof("\\u0000") - 1;
 
 // JSON text is UTF-8, and a field ends at its terminator; everything else may stand in either.
 std::string plainText(FuzzedDataProvider* input, size_t limit) {
@@ -39,7 +39,7 @@ void describe(FuzzedDataProvider* input) {
     UINT32 length = static_cast<UINT32>(room);
     const STATUS status = serializeSessionDescriptionInit(&written, buffer.data(), &length);
     if (status == STATUS_BUFFER_TOO_SMALL) {
-        require(room < sdp.size() * LARGEST_ESCAPE + sizeof(R"({"type": "answer", "sdp": ""})"),
+        require(room < sdp.size() * kLargestEscape + sizeof(R"({"type": "answer", "sdp": ""})"),
                 "a text that fits is written");
         return;
     }

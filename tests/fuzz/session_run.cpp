@@ -14,18 +14,18 @@ using zelrtc_test::SdkFunction;
 
 namespace {
 
-const size_t MAX_STEPS = 60;
-const size_t MAX_SERVERS = 24;
-const size_t MAX_SERVER_TEXT = 256;
-const size_t LARGEST_ANSWER = 10240;
+const size_t kMaxSteps = 60;
+const size_t kMaxServers = 24;
+const size_t kMaxServerText = 256;
+const size_t kLargestAnswer = 10240;
 
 // Where the SDK's threads may come in while an operation is under way: gathering starts with the descriptions.
-const SdkFunction INTERRUPTED[] = {SdkFunction::setRemoteDescription, SdkFunction::createAnswer,
-                                   SdkFunction::setLocalDescription, SdkFunction::serializeSessionDescriptionInit,
-                                   SdkFunction::closePeerConnection};
+const SdkFunction kInterrupted[] = {SdkFunction::setRemoteDescription, SdkFunction::createAnswer,
+                                    SdkFunction::setLocalDescription, SdkFunction::serializeSessionDescriptionInit,
+                                    SdkFunction::closePeerConnection};
 
 bool isTooLong(const ZelRtcIceServer& server) {
-    return std::max({server.url.size(), server.username.size(), server.credential.size()}) > MAX_SERVER_TEXT;
+    return std::max({server.url.size(), server.username.size(), server.credential.size()}) > kMaxServerText;
 }
 
 ZelRtcSessionConfig corrected(const ZelRtcSessionConfig& given) {
@@ -55,7 +55,7 @@ SessionRun::~SessionRun() {
 
 void SessionRun::run() {
     construct();
-    for (size_t i = 0; i < MAX_STEPS && input_.remaining_bytes() > 0; ++i) {
+    for (size_t i = 0; i < kMaxSteps && input_.remaining_bytes() > 0; ++i) {
         forget();
         step();
         expectAll();
@@ -74,7 +74,7 @@ void SessionRun::construct() {
     given.isAlexaCall = input_.ConsumeIntegralInRange(0, 7) == 0;
     given.trickleIce = input_.ConsumeBool();
     given.relayOnly = input_.ConsumeBool();
-    const size_t serverCount = input_.ConsumeIntegralInRange<size_t>(0, MAX_SERVERS);
+    const size_t serverCount = input_.ConsumeIntegralInRange<size_t>(0, kMaxServers);
     const bool areAlike = input_.ConsumeBool();
     for (size_t i = 0; i < serverCount; ++i) {
         given.iceServers.push_back(areAlike && i > 0 ? given.iceServers[0] : server());
@@ -175,13 +175,13 @@ void SessionRun::scriptSdk() {
 
 void SessionRun::deliverDefaults() {
     sdk_.deliver = zelrtc_test::SdkDeliveries();
-    sdk_.deliver.iceServers.resize(MAX_SERVERS);
+    sdk_.deliver.iceServers.resize(kMaxServers);
 }
 
 // Lets an event come in while the next operation is inside the SDK.
 void SessionRun::interruptNext() {
-    const SdkFunction function = input_.PickValueInArray(INTERRUPTED);
-    for (const SdkFunction other : INTERRUPTED) {
+    const SdkFunction function = input_.PickValueInArray(kInterrupted);
+    for (const SdkFunction other : kInterrupted) {
         sdk_.during(other, nullptr);
     }
     if (input_.ConsumeBool()) {
@@ -244,7 +244,7 @@ std::vector<SdkCall> SessionRun::ownCallsSince(size_t first) const {
 }
 
 bool SessionRun::answerFits() const {
-    return sdk_.deliver.serializedJson.size() < LARGEST_ANSWER;
+    return sdk_.deliver.serializedJson.size() < kLargestAnswer;
 }
 
 std::string SessionRun::answerText(const std::string& sdp) const {

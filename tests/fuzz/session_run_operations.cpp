@@ -14,28 +14,28 @@ using zelrtc_test::SdkFunction;
 
 namespace {
 
-const size_t MAX_MESSAGE = 10240;
-const int KEY_FRAME = 0x10;
-const UINT32 REFUSED = 2;
+const size_t kMaxMessage = 10240;
+const int kKeyFrame = 0x10;
+const UINT32 kRefused = 2;
 
 // The road of a negotiation; serialization follows in a trickle call.
-const SdkFunction NEGOTIATION[] = {SdkFunction::createPeerConnection,
-                                   SdkFunction::peerConnectionOnIceCandidate,
-                                   SdkFunction::peerConnectionOnConnectionStateChange,
-                                   SdkFunction::peerConnectionOnSenderBandwidthEstimation,
-                                   SdkFunction::addSupportedCodec,
-                                   SdkFunction::addSupportedCodec,
-                                   SdkFunction::addTransceiver,
-                                   SdkFunction::transceiverOnBandwidthEstimation,
-                                   SdkFunction::transceiverOnFrame,
-                                   SdkFunction::addTransceiver,
-                                   SdkFunction::transceiverOnBandwidthEstimation,
-                                   SdkFunction::transceiverOnFrame,
-                                   SdkFunction::deserializeSessionDescriptionInit,
-                                   SdkFunction::setRemoteDescription,
-                                   SdkFunction::createAnswer,
-                                   SdkFunction::setLocalDescription,
-                                   SdkFunction::serializeSessionDescriptionInit};
+const SdkFunction kNegotiation[] = {SdkFunction::createPeerConnection,
+                                    SdkFunction::peerConnectionOnIceCandidate,
+                                    SdkFunction::peerConnectionOnConnectionStateChange,
+                                    SdkFunction::peerConnectionOnSenderBandwidthEstimation,
+                                    SdkFunction::addSupportedCodec,
+                                    SdkFunction::addSupportedCodec,
+                                    SdkFunction::addTransceiver,
+                                    SdkFunction::transceiverOnBandwidthEstimation,
+                                    SdkFunction::transceiverOnFrame,
+                                    SdkFunction::addTransceiver,
+                                    SdkFunction::transceiverOnBandwidthEstimation,
+                                    SdkFunction::transceiverOnFrame,
+                                    SdkFunction::deserializeSessionDescriptionInit,
+                                    SdkFunction::setRemoteDescription,
+                                    SdkFunction::createAnswer,
+                                    SdkFunction::setLocalDescription,
+                                    SdkFunction::serializeSessionDescriptionInit};
 
 std::string statusLine(const char* function, UINT32 status) {
     char line[128];
@@ -55,17 +55,17 @@ void SessionRun::init() {
     const std::vector<SdkCall> calls = ownCallsSince(0);
 
     if (hadConnection) {
-        require(result == static_cast<int>(REFUSED), "a second init is refused");
+        require(result == static_cast<int>(kRefused), "a second init is refused");
         require(calls.empty(), "a second init leaves the connection alone");
         return;
     }
 
     const bool hasTold = model_.corrected.trickleIce && model_.hasCallback;
-    const size_t wholeRoad = sizeof(NEGOTIATION) / sizeof(NEGOTIATION[0]) - (hasTold ? 0 : 1);
+    const size_t wholeRoad = sizeof(kNegotiation) / sizeof(kNegotiation[0]) - (hasTold ? 0 : 1);
     UINT32 expected = STATUS_SUCCESS;
     size_t done = 0;
     while (done < wholeRoad && expected == STATUS_SUCCESS) {
-        require(calls.at(done).function == NEGOTIATION[done], "negotiation keeps to its order");
+        require(calls.at(done).function == kNegotiation[done], "negotiation keeps to its order");
         expected = calls[done].status;
         ++done;
     }
@@ -103,12 +103,12 @@ void SessionRun::addRemoteCandidate() {
     const UINT32 result = static_cast<UINT32>(session_->addRemoteCandidate(json));
 
     const std::vector<SdkCall> calls = ownCallsSince(before);
-    if (json.size() > MAX_MESSAGE) {
-        require(calls.empty() && result == REFUSED, "a candidate that is too long never reaches the SDK");
+    if (json.size() > kMaxMessage) {
+        require(calls.empty() && result == kRefused, "a candidate that is too long never reaches the SDK");
     } else if (calls.at(0).status != STATUS_SUCCESS) {
         require(calls.size() == 1 && result == calls[0].status, "an unreadable candidate goes no further");
     } else if (!isTerminated) {
-        require(calls.size() == 1 && result == REFUSED, "a candidate line that is too long is not added");
+        require(calls.size() == 1 && result == kRefused, "a candidate line that is too long is not added");
     } else {
         require(calls.size() == 2 && result == calls[1].status, "a readable candidate is added");
         require(calls[1].text == untilTerminator(line), "the line is added as it was read");
@@ -132,12 +132,12 @@ void SessionRun::setAudioVideoType() {
 
 void SessionRun::writeVideo() {
     const int videoType = input_.ConsumeBool() ? static_cast<int>(model_.videoType) : input_.ConsumeIntegral<int8_t>();
-    const int flags = input_.ConsumeBool() ? KEY_FRAME : input_.ConsumeIntegral<int>();
+    const int flags = input_.ConsumeBool() ? kKeyFrame : input_.ConsumeIntegral<int>();
     const size_t size = input_.ConsumeIntegral<UINT32>();
     const int64_t time = input_.ConsumeIntegral<int64_t>();
     const bool isSelected = static_cast<UINT32>(videoType) == model_.videoType;
     const bool isOpen = model_.connected && !model_.terminated && model_.hasTransceivers;
-    const bool waits = model_.waitsForKeyFrame && (flags & KEY_FRAME) == 0;
+    const bool waits = model_.waitsForKeyFrame && (flags & kKeyFrame) == 0;
     const int refusal = isOpen ? ZELRTC_WRITE_WAITING_KEY_FRAME : ZELRTC_WRITE_NOT_CONNECTED;
     const bool isSent = isSelected && isOpen && !waits;
     model_.waitsForKeyFrame = model_.waitsForKeyFrame && !isSent;

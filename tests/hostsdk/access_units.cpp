@@ -5,7 +5,7 @@
 namespace {
 
 std::vector<std::vector<uint8_t>> encode() {
-    std::vector<std::vector<uint8_t>> units;
+    std::vector<std::vector<uint8_t>> kUnits;
     gst_init(nullptr, nullptr);
     GstElement* const pipeline = gst_parse_launch(
         "videotestsrc pattern=ball num-buffers=60 ! video/x-raw,width=160,height=120,framerate=30/1 ! "
@@ -19,18 +19,18 @@ std::vector<std::vector<uint8_t>> encode() {
         GstBuffer* const buffer = gst_sample_get_buffer(sample);
         std::vector<uint8_t> unit(gst_buffer_get_size(buffer));
         gst_buffer_extract(buffer, 0, unit.data(), unit.size());
-        units.push_back(unit);
+        kUnits.push_back(unit);
         gst_sample_unref(sample);
     }
     gst_element_set_state(pipeline, GST_STATE_NULL);
     gst_object_unref(sink);
     gst_object_unref(pipeline);
-    return units;
+    return kUnits;
 }
 
 }  // namespace
 
 const std::vector<std::vector<uint8_t>>& accessUnits() {
-    static const std::vector<std::vector<uint8_t>> units = encode();
-    return units;
+    static const std::vector<std::vector<uint8_t>> kUnits = encode();
+    return kUnits;
 }

@@ -1,6 +1,6 @@
 // Something to send.
-#ifndef ACCESS_UNITS_H
-#define ACCESS_UNITS_H
+#ifndef TESTS_HOSTSDK_ACCESS_UNITS_H
+#define TESTS_HOSTSDK_ACCESS_UNITS_H
 
 #include <cstdint>
 #include <vector>

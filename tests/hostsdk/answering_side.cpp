@@ -9,10 +9,10 @@
 
 namespace {
 
-constexpr UINT64 VIDEO_INTERVAL = 333333;  // 100 ns
-constexpr UINT64 AUDIO_INTERVAL = 200000;
-constexpr UINT32 AUDIO_SIZE = 160;
-constexpr BYTE MULAW_SILENCE = 0xff;
+constexpr UINT64 kVideoInterval = 333333;  // 100 ns
+constexpr UINT64 kAudioInterval = 200000;
+constexpr UINT32 kAudioSize = 160;
+constexpr BYTE kMulawSilence = 0xff;
 
 }  // namespace
 
@@ -88,21 +88,21 @@ STATUS AnsweringSide::writeVideo(size_t index) {
     Frame frame{};
     frame.frameData = unit.data();
     frame.size = static_cast<UINT32>(unit.size());
-    frame.presentationTs = index * VIDEO_INTERVAL;
+    frame.presentationTs = index * kVideoInterval;
     return writeFrame(video_, &frame);
 }
 
 STATUS AnsweringSide::writeAudio(size_t index) {
-    std::vector<BYTE> samples(AUDIO_SIZE, MULAW_SILENCE);
+    std::vector<BYTE> samples(kAudioSize, kMulawSilence);
     Frame frame{};
     frame.frameData = samples.data();
-    frame.size = AUDIO_SIZE;
-    frame.presentationTs = index * AUDIO_INTERVAL;
+    frame.size = kAudioSize;
+    frame.presentationTs = index * kAudioInterval;
     return writeFrame(audio_, &frame);
 }
 
 bool AnsweringSide::writeUntil(const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + DEADLINE;
+    const auto end = std::chrono::steady_clock::now() + kDeadline;
     for (size_t index = 0; std::chrono::steady_clock::now() < end; index++) {
         if (condition()) {
             return true;

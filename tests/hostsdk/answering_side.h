@@ -1,6 +1,6 @@
 // The near end of a call in the tests: hostsdk through its C functions, as a session drives it.
-#ifndef ANSWERING_SIDE_H
-#define ANSWERING_SIDE_H
+#ifndef TESTS_HOSTSDK_ANSWERING_SIDE_H
+#define TESTS_HOSTSDK_ANSWERING_SIDE_H
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
@@ -14,7 +14,7 @@
 
 class AnsweringSide {
 public:
-    static constexpr std::chrono::seconds DEADLINE{30};
+    static constexpr std::chrono::seconds kDeadline{30};
 
     explicit AnsweringSide(const std::string& iceServer = "", ICE_TRANSPORT_POLICY policy = ICE_TRANSPORT_POLICY_ALL);
     AnsweringSide(const AnsweringSide&) = delete;
@@ -41,8 +41,8 @@ public:
 
     // Each false at the deadline.
     bool waitForState(RTC_PEER_CONNECTION_STATE state);
-    bool waitForGathering(std::chrono::milliseconds limit = DEADLINE);
-    bool waitFor(const std::function<bool()>& condition, std::chrono::milliseconds limit = DEADLINE);
+    bool waitForGathering(std::chrono::milliseconds limit = kDeadline);
+    bool waitFor(const std::function<bool()>& condition, std::chrono::milliseconds limit = kDeadline);
 
     // What the handlers were given so far.
     std::vector<RTC_PEER_CONNECTION_STATE> states();

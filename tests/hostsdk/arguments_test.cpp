@@ -9,9 +9,9 @@
 
 namespace {
 
-constexpr STATUS SDP_UNREADABLE = 0x55000008;
-constexpr STATUS NO_REMOTE_DESCRIPTION = 0x5e000001;
-constexpr STATUS ICE_SERVER_INDEX = 0x5a000028;
+constexpr STATUS kSdpUnreadable = 0x55000008;
+constexpr STATUS kNoRemoteDescription = 0x5e000001;
+constexpr STATUS kIceServerIndex = 0x5a000028;
 
 VOID ignoreCandidate(UINT64, PCHAR) {
 }
@@ -134,14 +134,14 @@ TEST(Offers, thatAreNoneAreRefused) {
     for (const char* const sdp : {"", "nonsense", "v=0\r\n", "v=0\r\ns=-\r\nt=0 0\r\n",
                                   "v=0\r\no=- 1 1 IN IP4 0.0.0.0\r\ns=-\r\nm=video 9 UDP/TLS/RTP/SAVPF 96\r\n"}) {
         AnsweringSide side;
-        EXPECT_EQ(side.setOffer(sdp), SDP_UNREADABLE) << sdp;
+        EXPECT_EQ(side.setOffer(sdp), kSdpUnreadable) << sdp;
     }
 }
 
 TEST(Answers, needAnOfferFirst) {
     AnsweringSide side;
     RtcSessionDescriptionInit description{};
-    EXPECT_EQ(createAnswer(side.connection(), &description), NO_REMOTE_DESCRIPTION);
+    EXPECT_EQ(createAnswer(side.connection(), &description), kNoRemoteDescription);
     EXPECT_EQ(setLocalDescription(side.connection(), &description), STATUS_INVALID_OPERATION);
     EXPECT_EQ(peerConnectionGetCurrentLocalDescription(side.connection(), &description), STATUS_INVALID_OPERATION);
 }
@@ -168,11 +168,11 @@ TEST(UnusableCandidates, areIgnored) {
 
 TEST(Frames, areRefusedBeforeTheTransportIsReadyAndAfterClosing) {
     AnsweringSide side;
-    EXPECT_EQ(side.writeVideo(0), TRANSPORT_NOT_READY);
-    EXPECT_EQ(side.writeAudio(0), TRANSPORT_NOT_READY);
+    EXPECT_EQ(side.writeVideo(0), kTransportNotReady);
+    EXPECT_EQ(side.writeAudio(0), kTransportNotReady);
     side.close();
-    EXPECT_EQ(side.writeVideo(0), TRANSPORT_NOT_READY);
-    EXPECT_EQ(side.writeAudio(0), TRANSPORT_NOT_READY);
+    EXPECT_EQ(side.writeVideo(0), kTransportNotReady);
+    EXPECT_EQ(side.writeAudio(0), kTransportNotReady);
 }
 
 TEST(Frames, withoutBytesAreRefused) {
@@ -200,9 +200,9 @@ TEST(Statistics, ofAnIceServerBeyondTheConfiguredOnesAreRefused) {
     AnsweringSide side("stun:127.0.0.1:3478");
     RtcStats stats{};
     stats.rtcStatsObject.iceServerStats.iceServerIndex = 1;
-    EXPECT_EQ(statistics(&side, RTC_STATS_TYPE_ICE_SERVER, &stats), ICE_SERVER_INDEX);
+    EXPECT_EQ(statistics(&side, RTC_STATS_TYPE_ICE_SERVER, &stats), kIceServerIndex);
     stats.rtcStatsObject.iceServerStats.iceServerIndex = UINT32_MAX;
-    EXPECT_EQ(statistics(&side, RTC_STATS_TYPE_ICE_SERVER, &stats), ICE_SERVER_INDEX);
+    EXPECT_EQ(statistics(&side, RTC_STATS_TYPE_ICE_SERVER, &stats), kIceServerIndex);
 }
 
 TEST(Statistics, ofAnIceServerThatWasNeverContactedAreZero) {

@@ -45,7 +45,7 @@ TEST_F(CallEnd, isReportedAsClosedWhenTheViewerCloses) {
     EXPECT_TRUE(side.waitForState(RTC_PEER_CONNECTION_STATE_CLOSED));
     const std::vector<RTC_PEER_CONNECTION_STATE> states = side.states();
     EXPECT_EQ(std::count(states.begin(), states.end(), RTC_PEER_CONNECTION_STATE_CLOSED), 1);
-    EXPECT_EQ(side.writeVideo(0), TRANSPORT_NOT_READY);
+    EXPECT_EQ(side.writeVideo(0), kTransportNotReady);
 }
 
 TEST_F(CallEnd, isNotReportedToTheSideThatCloses) {
@@ -61,7 +61,7 @@ TEST_F(CallEnd, isToldToTheFarEnd) {
     WebrtcbinViewer viewer("video audio");
     connect(&side, &viewer);
     side.close();
-    EXPECT_TRUE(viewer.waitForClose(AnsweringSide::DEADLINE));
+    EXPECT_TRUE(viewer.waitForClose(AnsweringSide::kDeadline));
 }
 
 TEST_F(CallEnd, showsAsDisconnectedWhenTheViewerFallsSilentAndEndsWhenItSpeaksAgain) {
@@ -112,7 +112,7 @@ TEST_F(CallEnd, isTheEndOfAllHandlers) {
     const size_t heard = side.audioSizes().size();
     // The viewer goes on talking for a while.
     const int sent = viewer.talkPackets();
-    ASSERT_TRUE(viewer.waitForTalk(sent + 20, AnsweringSide::DEADLINE));
+    ASSERT_TRUE(viewer.waitForTalk(sent + 20, AnsweringSide::kDeadline));
     EXPECT_EQ(late, 0);
     EXPECT_EQ(side.audioSizes().size(), heard);
 }
@@ -128,7 +128,7 @@ TEST_F(CallEnd, canComeFromInsideAHandler) {
         }
     };
     connect(&side, &viewer);
-    EXPECT_TRUE(viewer.waitForClose(AnsweringSide::DEADLINE));
+    EXPECT_TRUE(viewer.waitForClose(AnsweringSide::kDeadline));
     while (!closed) {
         std::this_thread::yield();
     }

@@ -26,7 +26,7 @@ protected:
         return stats;
     }
 
-    const bool started = initKvsWebRtc() == STATUS_SUCCESS;
+    const bool kStarted = initKvsWebRtc() == STATUS_SUCCESS;
     AnsweringSide side;
     std::unique_ptr<WebrtcbinViewer> viewer;
 };
@@ -64,18 +64,18 @@ TEST_F(Call, sharesVideoWithAViewerThatPutsAudioFirst) {
 
 TEST_F(Call, refusesFramesForWhatTheViewerDidNotAskFor) {
     place("video");
-    EXPECT_EQ(side.writeAudio(0), TRANSPORT_NOT_READY);
+    EXPECT_EQ(side.writeAudio(0), kTransportNotReady);
     EXPECT_EQ(side.writeVideo(0), STATUS_SUCCESS);
 }
 
 TEST_F(Call, goesOnWithoutTheSectionThatHasNoCommonCodec) {
     place("vp8 audio");
-    EXPECT_EQ(side.writeVideo(0), TRANSPORT_NOT_READY);
+    EXPECT_EQ(side.writeVideo(0), kTransportNotReady);
     EXPECT_TRUE(side.writeUntil([&] { return viewer->audioFrames() >= 10 && side.audioSizes().size() >= 10; }));
 }
 
 TEST_F(Call, takesFramesFromInsideTheConnectedHandler) {
-    STATUS written = TRANSPORT_NOT_READY;
+    STATUS written = kTransportNotReady;
     side.duringState = [&](RTC_PEER_CONNECTION_STATE state) {
         if (state == RTC_PEER_CONNECTION_STATE_CONNECTED) {
             written = side.writeVideo(0);

@@ -10,8 +10,8 @@
 
 namespace {
 
-constexpr STATUS NO_OBJECT = 0x5a000011;
-constexpr STATUS NO_CANDIDATE = 0x5a000012;
+constexpr STATUS kNoObject = 0x5a000011;
+constexpr STATUS kNoCandidate = 0x5a000012;
 
 // The record with a guard behind it.
 struct GuardedRecord {
@@ -45,20 +45,20 @@ TEST(CandidateJson, isReadWithItsMembersInAnyOrder) {
 
 TEST(CandidateJson, thatIsNotJsonIsRefused) {
     for (const char* const text : {"", "{}", "[]", "nonsense", R"({"candidate":"candidate:1)", R"({"candidate")"}) {
-        EXPECT_EQ(statusOfCandidate(text), NOT_JSON) << text;
+        EXPECT_EQ(statusOfCandidate(text), kNotJson) << text;
     }
 }
 
 TEST(CandidateJson, mustNotBeABareLine) {
-    EXPECT_EQ(statusOfCandidate("candidate:1 1 udp 2130706431 192.0.2.2 45020 typ host"), NO_OBJECT);
-    EXPECT_EQ(statusOfCandidate("a=candidate:1 1 udp 2130706431 192.0.2.2 45020 typ host"), NO_OBJECT);
-    EXPECT_EQ(statusOfCandidate(R"(["candidate:1"])"), NO_OBJECT);
+    EXPECT_EQ(statusOfCandidate("candidate:1 1 udp 2130706431 192.0.2.2 45020 typ host"), kNoObject);
+    EXPECT_EQ(statusOfCandidate("a=candidate:1 1 udp 2130706431 192.0.2.2 45020 typ host"), kNoObject);
+    EXPECT_EQ(statusOfCandidate(R"(["candidate:1"])"), kNoObject);
 }
 
 TEST(CandidateJson, withoutACandidateIsRefused) {
-    EXPECT_EQ(statusOfCandidate(R"({"sdpMid":"0"})"), NO_CANDIDATE);
-    EXPECT_EQ(statusOfCandidate(R"({"candidate":"","sdpMid":"0"})"), NO_CANDIDATE);
-    EXPECT_EQ(statusOfCandidate(R"({"candidate":null})"), NO_CANDIDATE);
+    EXPECT_EQ(statusOfCandidate(R"({"sdpMid":"0"})"), kNoCandidate);
+    EXPECT_EQ(statusOfCandidate(R"({"candidate":"","sdpMid":"0"})"), kNoCandidate);
+    EXPECT_EQ(statusOfCandidate(R"({"candidate":null})"), kNoCandidate);
 }
 
 TEST(CandidateJson, of255CharactersIsTerminated) {

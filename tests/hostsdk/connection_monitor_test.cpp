@@ -20,7 +20,7 @@ protected:
 
     void connect() {
         start();
-        monitor.onTransport(TransportEvent::CONNECTED, now);
+        monitor.onTransport(TransportEvent::kConnected, now);
         lastPacket = now;
     }
 
@@ -39,57 +39,57 @@ protected:
     ConnectionMonitor monitor{[this](RTC_PEER_CONNECTION_STATE state) { states.push_back(state); }};
 };
 
-constexpr RTC_PEER_CONNECTION_STATE CONNECTING = RTC_PEER_CONNECTION_STATE_CONNECTING;
-constexpr RTC_PEER_CONNECTION_STATE CONNECTED = RTC_PEER_CONNECTION_STATE_CONNECTED;
-constexpr RTC_PEER_CONNECTION_STATE DISCONNECTED = RTC_PEER_CONNECTION_STATE_DISCONNECTED;
-constexpr RTC_PEER_CONNECTION_STATE FAILED = RTC_PEER_CONNECTION_STATE_FAILED;
-constexpr RTC_PEER_CONNECTION_STATE CLOSED = RTC_PEER_CONNECTION_STATE_CLOSED;
+constexpr RTC_PEER_CONNECTION_STATE kConnecting = RTC_PEER_CONNECTION_STATE_CONNECTING;
+constexpr RTC_PEER_CONNECTION_STATE kConnected = RTC_PEER_CONNECTION_STATE_CONNECTED;
+constexpr RTC_PEER_CONNECTION_STATE kDisconnected = RTC_PEER_CONNECTION_STATE_DISCONNECTED;
+constexpr RTC_PEER_CONNECTION_STATE kFailed = RTC_PEER_CONNECTION_STATE_FAILED;
+constexpr RTC_PEER_CONNECTION_STATE kClosed = RTC_PEER_CONNECTION_STATE_CLOSED;
 
 }  // namespace
 
 TEST_F(ReportedStates, ofAGoodCallAreConnectingConnectedAndClosed) {
     connect();
-    monitor.onTransport(TransportEvent::CLOSED_BY_FAR_END, now);
-    EXPECT_EQ(states, (States{CONNECTING, CONNECTED, CLOSED}));
+    monitor.onTransport(TransportEvent::kClosedByFarEnd, now);
+    EXPECT_EQ(states, (States{kConnecting, kConnected, kClosed}));
 }
 
 TEST_F(ReportedStates, comeOncePerChange) {
     connect();
     start();
-    monitor.onTransport(TransportEvent::CONNECTED, now);
-    monitor.onTransport(TransportEvent::CLOSED_BY_FAR_END, now);
-    monitor.onTransport(TransportEvent::CLOSED_BY_FAR_END, now);
-    EXPECT_EQ(states, (States{CONNECTING, CONNECTED, CLOSED}));
+    monitor.onTransport(TransportEvent::kConnected, now);
+    monitor.onTransport(TransportEvent::kClosedByFarEnd, now);
+    monitor.onTransport(TransportEvent::kClosedByFarEnd, now);
+    EXPECT_EQ(states, (States{kConnecting, kConnected, kClosed}));
 }
 
 TEST_F(ReportedStates, areNoneBeforeTheAnswer) {
-    monitor.onTransport(TransportEvent::CONNECTED, now);
+    monitor.onTransport(TransportEvent::kConnected, now);
     pass(1h);
     EXPECT_TRUE(states.empty());
 }
 
 TEST_F(ReportedStates, endWithFailedWhenIceFails) {
     start();
-    monitor.onTransport(TransportEvent::FAILED, now);
-    monitor.onTransport(TransportEvent::CONNECTED, now);
+    monitor.onTransport(TransportEvent::kFailed, now);
+    monitor.onTransport(TransportEvent::kConnected, now);
     pass(1h);
-    EXPECT_EQ(states, (States{CONNECTING, FAILED}));
+    EXPECT_EQ(states, (States{kConnecting, kFailed}));
 }
 
 TEST_F(ReportedStates, endWithFailedWhenNobodyAnswers) {
     start();
     pass(29900ms);
-    EXPECT_EQ(states, (States{CONNECTING}));
+    EXPECT_EQ(states, (States{kConnecting}));
     pass(100ms);
-    EXPECT_EQ(states, (States{CONNECTING, FAILED}));
+    EXPECT_EQ(states, (States{kConnecting, kFailed}));
 }
 
 TEST_F(ReportedStates, showSilenceAfterFiveSeconds) {
     connect();
     pass(4900ms);
-    EXPECT_EQ(states, (States{CONNECTING, CONNECTED}));
+    EXPECT_EQ(states, (States{kConnecting, kConnected}));
     pass(100ms);
-    EXPECT_EQ(states, (States{CONNECTING, CONNECTED, DISCONNECTED}));
+    EXPECT_EQ(states, (States{kConnecting, kConnected, kDisconnected}));
 }
 
 TEST_F(ReportedStates, comeBackToConnectedWithTheNextPacket) {
@@ -97,36 +97,36 @@ TEST_F(ReportedStates, comeBackToConnectedWithTheNextPacket) {
     pass(5s);
     receivePacket();
     pass(250ms);
-    EXPECT_EQ(states, (States{CONNECTING, CONNECTED, DISCONNECTED, CONNECTED}));
+    EXPECT_EQ(states, (States{kConnecting, kConnected, kDisconnected, kConnected}));
 }
 
 TEST_F(ReportedStates, endWithFailedAfterThirtySecondsOfSilenceMore) {
     connect();
     pass(5s);
     pass(29900ms);
-    EXPECT_EQ(states.back(), DISCONNECTED);
+    EXPECT_EQ(states.back(), kDisconnected);
     pass(100ms);
-    EXPECT_EQ(states.back(), FAILED);
+    EXPECT_EQ(states.back(), kFailed);
     receivePacket();
     pass(250ms);
-    EXPECT_EQ(states.back(), FAILED);
+    EXPECT_EQ(states.back(), kFailed);
 }
 
 TEST_F(ReportedStates, countTheSilenceOfAFarEndThatNeverSpokeFromTheConnection) {
     connect();
     lastPacket.reset();
     pass(4900ms);
-    EXPECT_EQ(states.back(), CONNECTED);
+    EXPECT_EQ(states.back(), kConnected);
     pass(100ms);
-    EXPECT_EQ(states.back(), DISCONNECTED);
+    EXPECT_EQ(states.back(), kDisconnected);
     pass(29900ms);
-    EXPECT_EQ(states.back(), DISCONNECTED);
+    EXPECT_EQ(states.back(), kDisconnected);
     pass(100ms);
-    EXPECT_EQ(states.back(), FAILED);
+    EXPECT_EQ(states.back(), kFailed);
 }
 
 TEST_F(ReportedStates, leaveTheVerdictToSilenceOnceConnected) {
     connect();
-    monitor.onTransport(TransportEvent::FAILED, now);
-    EXPECT_EQ(states, (States{CONNECTING, CONNECTED}));
+    monitor.onTransport(TransportEvent::kFailed, now);
+    EXPECT_EQ(states, (States{kConnecting, kConnected}));
 }

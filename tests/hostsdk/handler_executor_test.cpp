@@ -11,8 +11,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto NEVER = 1h;
-constexpr auto DEADLINE = 20s;
+constexpr auto kNever = 1h;
+constexpr auto kDeadline = 20s;
 
 void doNothing() {
 }
@@ -20,7 +20,7 @@ void doNothing() {
 }  // namespace
 
 TEST(HandlerExecutor, runsTasksInTheirOrderOnOneThread) {
-    HandlerExecutor executor(doNothing, NEVER);
+    HandlerExecutor executor(doNothing, kNever);
     std::vector<int> order;
     std::vector<std::thread::id> threads;
     std::promise<void> done;
@@ -31,7 +31,7 @@ TEST(HandlerExecutor, runsTasksInTheirOrderOnOneThread) {
         });
     }
     executor.post([&] { done.set_value(); });
-    ASSERT_EQ(done.get_future().wait_for(DEADLINE), std::future_status::ready);
+    ASSERT_EQ(done.get_future().wait_for(kDeadline), std::future_status::ready);
     for (int i = 0; i < 100; i++) {
         EXPECT_EQ(order[static_cast<size_t>(i)], i);
         EXPECT_EQ(threads[static_cast<size_t>(i)], threads[0]);
@@ -49,12 +49,12 @@ TEST(HandlerExecutor, runsThePeriodicTaskBetweenOthers) {
             }
         },
         1ms);
-    EXPECT_EQ(third.get_future().wait_for(DEADLINE), std::future_status::ready);
+    EXPECT_EQ(third.get_future().wait_for(kDeadline), std::future_status::ready);
     executor.stop();
 }
 
 TEST(HandlerExecutor, waitsForTheRunningTaskWhenItStops) {
-    HandlerExecutor executor(doNothing, NEVER);
+    HandlerExecutor executor(doNothing, kNever);
     std::promise<void> started;
     std::promise<void> release;
     std::atomic<bool> finished{false};
@@ -76,7 +76,7 @@ TEST(HandlerExecutor, waitsForTheRunningTaskWhenItStops) {
 TEST(HandlerExecutor, dropsWhatHasNotStartedWhenItStops) {
     std::atomic<int> late{0};
     {
-        HandlerExecutor executor(doNothing, NEVER);
+        HandlerExecutor executor(doNothing, kNever);
         std::promise<void> queued;
         executor.post([&] {
             queued.get_future().wait();
@@ -91,21 +91,21 @@ TEST(HandlerExecutor, dropsWhatHasNotStartedWhenItStops) {
 }
 
 TEST(HandlerExecutor, canBeStoppedFromInsideATask) {
-    HandlerExecutor executor(doNothing, NEVER);
+    HandlerExecutor executor(doNothing, kNever);
     std::promise<void> done;
     executor.post([&] {
         executor.stop();
         done.set_value();
     });
-    EXPECT_EQ(done.get_future().wait_for(DEADLINE), std::future_status::ready);
+    EXPECT_EQ(done.get_future().wait_for(kDeadline), std::future_status::ready);
 }
 
 TEST(HandlerExecutor, canBeDestroyedFromInsideATask) {
-    auto* const executor = new HandlerExecutor(doNothing, NEVER);
+    auto* const executor = new HandlerExecutor(doNothing, kNever);
     std::promise<void> done;
     executor->post([&] {
         delete executor;
         done.set_value();
     });
-    EXPECT_EQ(done.get_future().wait_for(DEADLINE), std::future_status::ready);
+    EXPECT_EQ(done.get_future().wait_for(kDeadline), std::future_status::ready);
 }

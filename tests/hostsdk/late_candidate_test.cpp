@@ -35,10 +35,10 @@ public:
     }
 
 private:
-    static constexpr int SERVER_REFLEXIVE = 1;  // libnice's number, the candidate's first field
+    static constexpr int kServerReflexive = 1;  // libnice's number, the candidate's first field
 
     static gboolean hold(GSignalInvocationHint*, guint, const GValue* arguments, gpointer data) {
-        if (*static_cast<const int*>(g_value_get_boxed(arguments + 1)) == SERVER_REFLEXIVE) {
+        if (*static_cast<const int*>(g_value_get_boxed(arguments + 1)) == kServerReflexive) {
             auto* const self = static_cast<HeldBackCandidate*>(data);
             self->held_ = true;
             self->side_->waitForGathering(300ms);
@@ -53,7 +53,7 @@ private:
 };
 
 bool isMapped(const std::string& candidate) {
-    return candidate.find(StunServer::MAPPED_ADDRESS) != std::string::npos;
+    return candidate.find(StunServer::kMappedAddress) != std::string::npos;
 }
 
 }  // namespace
@@ -68,5 +68,5 @@ TEST(Gathering, endsAfterACandidateThatTheEndHasOvertaken) {
     EXPECT_TRUE(held.wasHeld());
     const std::vector<std::string> candidates = side.candidates();
     EXPECT_TRUE(std::any_of(candidates.begin(), candidates.end(), isMapped));
-    EXPECT_NE(side.localSdp().find(StunServer::MAPPED_ADDRESS), std::string::npos);
+    EXPECT_NE(side.localSdp().find(StunServer::kMappedAddress), std::string::npos);
 }

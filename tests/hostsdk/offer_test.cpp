@@ -6,13 +6,13 @@
 
 namespace {
 
-constexpr RTC_CODEC H264 = RTC_CODEC_H264_PROFILE_42E01F_LEVEL_ASYMMETRY_ALLOWED_PACKETIZATION_MODE;
-constexpr RTC_CODEC MULAW = RTC_CODEC_MULAW;
+constexpr RTC_CODEC kH264 = RTC_CODEC_H264_PROFILE_42E01F_LEVEL_ASYMMETRY_ALLOWED_PACKETIZATION_MODE;
+constexpr RTC_CODEC kMulaw = RTC_CODEC_MULAW;
 
-constexpr RTC_RTP_TRANSCEIVER_DIRECTION SENDRECV = RTC_RTP_TRANSCEIVER_DIRECTION_SENDRECV;
-constexpr RTC_RTP_TRANSCEIVER_DIRECTION SENDONLY = RTC_RTP_TRANSCEIVER_DIRECTION_SENDONLY;
-constexpr RTC_RTP_TRANSCEIVER_DIRECTION RECVONLY = RTC_RTP_TRANSCEIVER_DIRECTION_RECVONLY;
-constexpr RTC_RTP_TRANSCEIVER_DIRECTION INACTIVE = RTC_RTP_TRANSCEIVER_DIRECTION_INACTIVE;
+constexpr RTC_RTP_TRANSCEIVER_DIRECTION kSendrecv = RTC_RTP_TRANSCEIVER_DIRECTION_SENDRECV;
+constexpr RTC_RTP_TRANSCEIVER_DIRECTION kSendonly = RTC_RTP_TRANSCEIVER_DIRECTION_SENDONLY;
+constexpr RTC_RTP_TRANSCEIVER_DIRECTION kRecvonly = RTC_RTP_TRANSCEIVER_DIRECTION_RECVONLY;
+constexpr RTC_RTP_TRANSCEIVER_DIRECTION kInactive = RTC_RTP_TRANSCEIVER_DIRECTION_INACTIVE;
 
 zelrtc::hostsdk::OfferedMedia videoSection(const std::string& lines) {
     return zelrtc::hostsdk::parseOffer("v=0\r\nm=video 9 UDP/TLS/RTP/SAVPF 96 97 98 99\r\n" + lines).at(0);
@@ -20,7 +20,7 @@ zelrtc::hostsdk::OfferedMedia videoSection(const std::string& lines) {
 
 int chosenVideo(const std::string& lines) {
     const std::optional<zelrtc::hostsdk::PayloadFormat> format =
-        zelrtc::hostsdk::chooseFormat(videoSection(lines), H264);
+        zelrtc::hostsdk::chooseFormat(videoSection(lines), kH264);
     return format ? format->payloadType : -1;
 }
 
@@ -40,11 +40,11 @@ TEST(Offer, listsItsMediaInTheirOrder) {
     EXPECT_EQ(media[0].kind, "application");
     EXPECT_EQ(media[0].mid, "data");
     EXPECT_EQ(media[1].kind, "audio");
-    EXPECT_EQ(media[1].direction, SENDRECV);
+    EXPECT_EQ(media[1].direction, kSendrecv);
     EXPECT_TRUE(media[1].rejected);
     EXPECT_EQ(media[2].kind, "video");
     EXPECT_EQ(media[2].mid, "v");
-    EXPECT_EQ(media[2].direction, RECVONLY);
+    EXPECT_EQ(media[2].direction, kRecvonly);
     EXPECT_FALSE(media[2].rejected);
 }
 
@@ -85,12 +85,12 @@ TEST(ChosenVideo, isNothingWithoutH264) {
 TEST(ChosenAudio, isMulawWithOrWithoutItsRtpmap) {
     const auto bare =
         zelrtc::hostsdk::parseOffer("v=0\r\nm=audio 9 RTP/SAVPF 111 0 8\r\na=rtpmap:111 opus/48000/2\r\n");
-    EXPECT_EQ(zelrtc::hostsdk::chooseFormat(bare.at(0), MULAW)
+    EXPECT_EQ(zelrtc::hostsdk::chooseFormat(bare.at(0), kMulaw)
                   .value_or(zelrtc::hostsdk::PayloadFormat{-1, "", ""})
                   .payloadType,
               0);
     const auto mapped = zelrtc::hostsdk::parseOffer("v=0\r\nm=audio 9 RTP/SAVPF 111 101\r\na=rtpmap:101 pcmu/8000\r\n");
-    EXPECT_EQ(zelrtc::hostsdk::chooseFormat(mapped.at(0), MULAW)
+    EXPECT_EQ(zelrtc::hostsdk::chooseFormat(mapped.at(0), kMulaw)
                   .value_or(zelrtc::hostsdk::PayloadFormat{-1, "", ""})
                   .payloadType,
               101);
@@ -98,17 +98,17 @@ TEST(ChosenAudio, isMulawWithOrWithoutItsRtpmap) {
 
 TEST(ChosenAudio, isNothingWithoutMulaw) {
     const auto media = zelrtc::hostsdk::parseOffer("v=0\r\nm=audio 9 RTP/SAVPF 111 8\r\na=rtpmap:111 opus/48000/2\r\n");
-    EXPECT_FALSE(zelrtc::hostsdk::chooseFormat(media.at(0), MULAW));
+    EXPECT_FALSE(zelrtc::hostsdk::chooseFormat(media.at(0), kMulaw));
 }
 
 TEST(AnswerDirection, isWhatBothSidesWant) {
-    EXPECT_EQ(zelrtc::hostsdk::answerDirection(SENDRECV, SENDRECV), SENDRECV);
-    EXPECT_EQ(zelrtc::hostsdk::answerDirection(RECVONLY, SENDRECV), SENDONLY);
-    EXPECT_EQ(zelrtc::hostsdk::answerDirection(SENDONLY, SENDRECV), RECVONLY);
-    EXPECT_EQ(zelrtc::hostsdk::answerDirection(INACTIVE, SENDRECV), INACTIVE);
-    EXPECT_EQ(zelrtc::hostsdk::answerDirection(SENDRECV, SENDONLY), SENDONLY);
-    EXPECT_EQ(zelrtc::hostsdk::answerDirection(SENDONLY, SENDONLY), INACTIVE);
-    EXPECT_EQ(zelrtc::hostsdk::answerDirection(SENDRECV, RECVONLY), RECVONLY);
+    EXPECT_EQ(zelrtc::hostsdk::answerDirection(kSendrecv, kSendrecv), kSendrecv);
+    EXPECT_EQ(zelrtc::hostsdk::answerDirection(kRecvonly, kSendrecv), kSendonly);
+    EXPECT_EQ(zelrtc::hostsdk::answerDirection(kSendonly, kSendrecv), kRecvonly);
+    EXPECT_EQ(zelrtc::hostsdk::answerDirection(kInactive, kSendrecv), kInactive);
+    EXPECT_EQ(zelrtc::hostsdk::answerDirection(kSendrecv, kSendonly), kSendonly);
+    EXPECT_EQ(zelrtc::hostsdk::answerDirection(kSendonly, kSendonly), kInactive);
+    EXPECT_EQ(zelrtc::hostsdk::answerDirection(kSendrecv, kRecvonly), kRecvonly);
 }
 
 TEST(CompleteAnswer, namesTheOfferedProfile) {

@@ -49,13 +49,13 @@ TEST_F(DefaultPrinter, writesLongLinesWhole) {
 }
 
 TEST_F(DefaultPrinter, keepsTheLinesOfSeveralThreadsApart) {
-    constexpr int THREADS = 4;
-    constexpr int LINES = 200;
+    constexpr int kThreads = 4;
+    constexpr int kLines = 200;
     testing::internal::CaptureStdout();
     std::vector<std::thread> threads;
-    for (int i = 0; i < THREADS; i++) {
+    for (int i = 0; i < kThreads; i++) {
         threads.emplace_back([] {
-            for (int line = 0; line < LINES; line++) {
+            for (int line = 0; line < kLines; line++) {
                 print(LOG_LEVEL_ERROR, "0123456789");
             }
         });
@@ -68,7 +68,7 @@ TEST_F(DefaultPrinter, keepsTheLinesOfSeveralThreadsApart) {
     for (std::string line; std::getline(lines, line); count++) {
         EXPECT_EQ(line.substr(line.size() - 24), "ERROR   test: 0123456789") << line;
     }
-    EXPECT_EQ(count, THREADS * LINES);
+    EXPECT_EQ(count, kThreads * kLines);
 }
 
 TEST(Atomics, loadWhatWasStored) {

@@ -7,39 +7,39 @@ using zelrtc::hostsdk::PresentationClock;
 namespace {
 
 // Presentation times count units of 100 ns, running times nanoseconds.
-constexpr UINT64 TICKS_PER_SECOND = 10000000;
+constexpr UINT64 kTicksPerSecond = 10000000;
 
 }  // namespace
 
 TEST(PresentationClock, keepsTheDifferencesOfATrack) {
     PresentationClock clock;
     std::optional<gint64> track;
-    const GstClockTime first = clock.toRunningTime(5 * TICKS_PER_SECOND, 7 * GST_SECOND, &track);
+    const GstClockTime first = clock.toRunningTime(5 * kTicksPerSecond, 7 * GST_SECOND, &track);
     EXPECT_EQ(first, 7 * GST_SECOND);
-    EXPECT_EQ(clock.toRunningTime(6 * TICKS_PER_SECOND, 9 * GST_SECOND, &track), first + GST_SECOND);
-    EXPECT_EQ(clock.toRunningTime(5 * TICKS_PER_SECOND, 9 * GST_SECOND, &track), first);
+    EXPECT_EQ(clock.toRunningTime(6 * kTicksPerSecond, 9 * GST_SECOND, &track), first + GST_SECOND);
+    EXPECT_EQ(clock.toRunningTime(5 * kTicksPerSecond, 9 * GST_SECOND, &track), first);
 }
 
 TEST(PresentationClock, putsTracksOfOneTimelineTogether) {
     PresentationClock clock;
     std::optional<gint64> video;
     std::optional<gint64> audio;
-    clock.toRunningTime(5 * TICKS_PER_SECOND, 7 * GST_SECOND, &video);
+    clock.toRunningTime(5 * kTicksPerSecond, 7 * GST_SECOND, &video);
     // The audio frame of the same moment was written 300 ms later.
-    EXPECT_EQ(clock.toRunningTime(5 * TICKS_PER_SECOND, 7 * GST_SECOND + 300 * GST_MSECOND, &audio), 7 * GST_SECOND);
+    EXPECT_EQ(clock.toRunningTime(5 * kTicksPerSecond, 7 * GST_SECOND + 300 * GST_MSECOND, &audio), 7 * GST_SECOND);
 }
 
 TEST(PresentationClock, givesATrackWithAnotherTimelineItsOwn) {
     PresentationClock clock;
     std::optional<gint64> video;
     std::optional<gint64> audio;
-    clock.toRunningTime(5000 * TICKS_PER_SECOND, 7 * GST_SECOND, &video);
+    clock.toRunningTime(5000 * kTicksPerSecond, 7 * GST_SECOND, &video);
     EXPECT_EQ(clock.toRunningTime(0, 8 * GST_SECOND, &audio), 8 * GST_SECOND);
 }
 
 TEST(PresentationClock, startsAgainWhereTheTimelineWouldBecomeNegative) {
     PresentationClock clock;
     std::optional<gint64> track;
-    clock.toRunningTime(5000 * TICKS_PER_SECOND, 7 * GST_SECOND, &track);
+    clock.toRunningTime(5000 * kTicksPerSecond, 7 * GST_SECOND, &track);
     EXPECT_EQ(clock.toRunningTime(0, 8 * GST_SECOND, &track), 8 * GST_SECOND);
 }

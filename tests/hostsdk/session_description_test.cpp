@@ -9,10 +9,10 @@
 
 namespace {
 
-constexpr STATUS UNKNOWN_TYPE = 0x55000003;
-constexpr STATUS NO_SDP = 0x55000004;
-constexpr STATUS NO_TYPE = 0x55000005;
-constexpr STATUS SDP_TOO_LONG = 0x55000006;
+constexpr STATUS kUnknownType = 0x55000003;
+constexpr STATUS kNoSdp = 0x55000004;
+constexpr STATUS kNoType = 0x55000005;
+constexpr STATUS kSdpTooLong = 0x55000006;
 
 STATUS read(std::string json, RtcSessionDescriptionInit* description) {
     return deserializeSessionDescriptionInit(json.data(), static_cast<UINT32>(json.size()), description);
@@ -61,30 +61,30 @@ TEST(SessionDescriptionJson, isReadNoFurtherThanItsLength) {
 TEST(SessionDescriptionJson, thatIsNoObjectIsRefused) {
     for (const char* const text : {"", "offer", "{}", "[]", R"({"type":"offer","sdp":"v=0)", "\"text\"", "7", "{\"a\"}",
                                    R"([{"type":"offer","sdp":"v=0"}])", "\xff\xfe"}) {
-        EXPECT_EQ(statusOfDescription(text), NOT_JSON) << text;
+        EXPECT_EQ(statusOfDescription(text), kNotJson) << text;
     }
 }
 
 TEST(SessionDescriptionJson, withoutATypeIsRefused) {
-    EXPECT_EQ(statusOfDescription(R"({"sdp":"v=0"})"), NO_TYPE);
-    EXPECT_EQ(statusOfDescription(R"({"nested":{"type":"offer"},"sdp":"v=0"})"), NO_TYPE);
+    EXPECT_EQ(statusOfDescription(R"({"sdp":"v=0"})"), kNoType);
+    EXPECT_EQ(statusOfDescription(R"({"nested":{"type":"offer"},"sdp":"v=0"})"), kNoType);
 }
 
 TEST(SessionDescriptionJson, withAnotherTypeIsRefused) {
-    EXPECT_EQ(statusOfDescription(R"({"type":"pranswer","sdp":"v=0"})"), UNKNOWN_TYPE);
-    EXPECT_EQ(statusOfDescription(R"({"type":"Offer","sdp":"v=0"})"), UNKNOWN_TYPE);
-    EXPECT_EQ(statusOfDescription(R"({"type":1,"sdp":"v=0"})"), UNKNOWN_TYPE);
+    EXPECT_EQ(statusOfDescription(R"({"type":"pranswer","sdp":"v=0"})"), kUnknownType);
+    EXPECT_EQ(statusOfDescription(R"({"type":"Offer","sdp":"v=0"})"), kUnknownType);
+    EXPECT_EQ(statusOfDescription(R"({"type":1,"sdp":"v=0"})"), kUnknownType);
 }
 
 TEST(SessionDescriptionJson, withoutAnSdpIsRefused) {
-    EXPECT_EQ(statusOfDescription(R"({"type":"offer"})"), NO_SDP);
-    EXPECT_EQ(statusOfDescription(R"({"type":"offer","sdp":""})"), NO_SDP);
-    EXPECT_EQ(statusOfDescription(R"({"type":"offer","sdp":null})"), NO_SDP);
+    EXPECT_EQ(statusOfDescription(R"({"type":"offer"})"), kNoSdp);
+    EXPECT_EQ(statusOfDescription(R"({"type":"offer","sdp":""})"), kNoSdp);
+    EXPECT_EQ(statusOfDescription(R"({"type":"offer","sdp":null})"), kNoSdp);
 }
 
 TEST(SessionDescriptionJson, withRawLineEndsInTheSdpIsRefused) {
-    EXPECT_EQ(statusOfDescription("{\"type\":\"offer\",\"sdp\":\"v=0\r\ns=-\r\n\"}"), NO_SDP);
-    EXPECT_EQ(statusOfDescription("{\"type\":\"offer\",\"sdp\":\"v=0\\r\\ns=-\n\"}"), NO_SDP);
+    EXPECT_EQ(statusOfDescription("{\"type\":\"offer\",\"sdp\":\"v=0\r\ns=-\r\n\"}"), kNoSdp);
+    EXPECT_EQ(statusOfDescription("{\"type\":\"offer\",\"sdp\":\"v=0\\r\\ns=-\n\"}"), kNoSdp);
 }
 
 TEST(SessionDescriptionJson, mayHaveLineEndsBetweenItsMembers) {
@@ -94,15 +94,15 @@ TEST(SessionDescriptionJson, mayHaveLineEndsBetweenItsMembers) {
 TEST(SessionDescriptionJson, holdsUpTo25000CharactersOfEscapedSdp) {
     const std::string head = R"({"type":"offer","sdp":")";
     EXPECT_EQ(statusOfDescription(head + std::string(25000, 'a') + "\"}"), STATUS_SUCCESS);
-    EXPECT_EQ(statusOfDescription(head + std::string(25001, 'a') + "\"}"), SDP_TOO_LONG);
+    EXPECT_EQ(statusOfDescription(head + std::string(25001, 'a') + "\"}"), kSdpTooLong);
     // The escaped text counts, not what it stands for.
     EXPECT_EQ(statusOfDescription(head + std::string(24996, 'a') + "\\r\\n\"}"), STATUS_SUCCESS);
-    EXPECT_EQ(statusOfDescription(head + std::string(24997, 'a') + "\\r\\n\"}"), SDP_TOO_LONG);
+    EXPECT_EQ(statusOfDescription(head + std::string(24997, 'a') + "\\r\\n\"}"), kSdpTooLong);
 }
 
 TEST(SessionDescriptionJson, thatIsRefusedLeavesTheRecordAlone) {
     RtcSessionDescriptionInit description = makeDescription(SDP_TYPE_ANSWER, "before");
-    EXPECT_EQ(read(R"({"type":"offer"})", &description), NO_SDP);
+    EXPECT_EQ(read(R"({"type":"offer"})", &description), kNoSdp);
     EXPECT_EQ(description.type, SDP_TYPE_ANSWER);
     EXPECT_STREQ(description.sdp, "before");
 }

@@ -3,5 +3,5 @@
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
-constexpr STATUS NOT_JSON = 0x1500000c;
-constexpr STATUS TRANSPORT_NOT_READY = 0x5b000006;
+constexpr STATUS kNotJson = 0x1500000c;
+constexpr STATUS kTransportNotReady = 0x5b000006;

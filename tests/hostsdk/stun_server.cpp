@@ -13,20 +13,20 @@
 
 namespace {
 
-constexpr size_t HEADER_SIZE = 20;
+constexpr size_t kHeaderSize = 20;
 // Success of a binding, followed by one attribute of 12 bytes: MAPPED-ADDRESS, IPv4 (RFC 8489).
-constexpr std::array<uint8_t, 4> RESPONSE{0x01, 0x01, 0x00, 0x0c};
-constexpr std::array<uint8_t, 6> ATTRIBUTE{0x00, 0x01, 0x00, 0x08, 0x00, 0x01};
+constexpr std::array<uint8_t, 4> kResponse{0x01, 0x01, 0x00, 0x0c};
+constexpr std::array<uint8_t, 6> kAttribute{0x00, 0x01, 0x00, 0x08, 0x00, 0x01};
 
-using Message = std::array<uint8_t, HEADER_SIZE + 12>;
+using Message = std::array<uint8_t, kHeaderSize + 12>;
 
 // What identifies the transaction is the request's.
 Message responseTo(const Message& request, const sockaddr_in& client) {
     Message response = request;
-    std::copy(RESPONSE.begin(), RESPONSE.end(), response.begin());
-    auto* place = std::copy(ATTRIBUTE.begin(), ATTRIBUTE.end(), response.begin() + HEADER_SIZE);
+    std::copy(kResponse.begin(), kResponse.end(), response.begin());
+    auto* place = std::copy(kAttribute.begin(), kAttribute.end(), response.begin() + kHeaderSize);
     place = std::copy_n(reinterpret_cast<const uint8_t*>(&client.sin_port), sizeof client.sin_port, place);
-    const in_addr_t address = inet_addr(StunServer::MAPPED_ADDRESS);
+    const in_addr_t address = inet_addr(StunServer::kMappedAddress);
     std::copy_n(reinterpret_cast<const uint8_t*>(&address), sizeof address, place);
     return response;
 }
@@ -61,7 +61,7 @@ void StunServer::serve() const {
     socklen_t size = sizeof client;
     auto* const address = reinterpret_cast<sockaddr*>(&client);
     // A message without a byte is the end.
-    while (recvfrom(socket_, request.data(), request.size(), 0, address, &size) >= static_cast<ssize_t>(HEADER_SIZE)) {
+    while (recvfrom(socket_, request.data(), request.size(), 0, address, &size) >= static_cast<ssize_t>(kHeaderSize)) {
         const Message response = responseTo(request, client);
         sendto(socket_, response.data(), response.size(), 0, address, size);
     }

@@ -1,6 +1,6 @@
 // A STUN server that sees every client behind the same distant address.
-#ifndef STUN_SERVER_H
-#define STUN_SERVER_H
+#ifndef TESTS_HOSTSDK_STUN_SERVER_H
+#define TESTS_HOSTSDK_STUN_SERVER_H
 
 #include <netinet/in.h>
 
@@ -10,7 +10,7 @@
 class StunServer {
 public:
     // Of a network for documentation (RFC 5737), so that it is none of this machine's.
-    static constexpr const char* MAPPED_ADDRESS = "203.0.113.7";
+    static constexpr const char* kMappedAddress = "203.0.113.7";
 
     StunServer();
     StunServer(const StunServer&) = delete;

@@ -37,15 +37,15 @@ struct WebrtcbinViewer::Observer {
 
 namespace {
 
-constexpr int DTLS_CLOSED = 1;
-constexpr int DTLS_CONNECTED = 4;
-constexpr std::chrono::seconds GATHERING_LIMIT{20};
+constexpr int kDtlsClosed = 1;
+constexpr int kDtlsConnected = 4;
+constexpr std::chrono::seconds kGatheringLimit{20};
 
-constexpr const char* VIDEO_CAPS =
+constexpr const char* kVideoCaps =
     "application/x-rtp,media=video,encoding-name=H264,clock-rate=90000,payload=96,"
     "packetization-mode=(string)1,profile-level-id=(string)42e01f";
-constexpr const char* VP8_CAPS = "application/x-rtp,media=video,encoding-name=VP8,clock-rate=90000,payload=98";
-constexpr const char* AUDIO_CAPS = "application/x-rtp,media=audio,encoding-name=PCMU,clock-rate=8000,payload=0";
+constexpr const char* kVp8Caps = "application/x-rtp,media=video,encoding-name=VP8,clock-rate=90000,payload=98";
+constexpr const char* kAudioCaps = "application/x-rtp,media=audio,encoding-name=PCMU,clock-rate=8000,payload=0";
 
 std::string textOf(GstWebRTCSessionDescription* description) {
     char* const written = gst_sdp_message_as_text(description->sdp);
@@ -75,9 +75,9 @@ void apply(GstElement* webrtcbin, const char* action, GstWebRTCSDPType type, con
 
 const char* capsFor(const std::string& section) {
     if (section == "video") {
-        return VIDEO_CAPS;
+        return kVideoCaps;
     }
-    return section == "vp8" ? VP8_CAPS : AUDIO_CAPS;
+    return section == "vp8" ? kVp8Caps : kAudioCaps;
 }
 
 }  // namespace
@@ -125,8 +125,8 @@ void WebrtcbinViewer::Observer::onDtlsState(GstElement* dtlsdec, GParamSpec*, Ob
     gint state = 0;
     g_object_get(dtlsdec, "connection-state", &state, nullptr);
     const std::lock_guard<std::mutex> lock(self->mutex);
-    self->connected = self->connected || state == DTLS_CONNECTED;
-    self->closed = self->connected && state == DTLS_CLOSED;
+    self->connected = self->connected || state == kDtlsConnected;
+    self->closed = self->connected && state == kDtlsClosed;
     self->changed.notify_all();
 }
 
@@ -243,7 +243,7 @@ std::string WebrtcbinViewer::makeOffer() {
     gst_promise_unref(promise);
     apply(webrtcbin_, "set-local-description", GST_WEBRTC_SDP_TYPE_OFFER, textOf(offer));
 
-    if (!waitFor(GATHERING_LIMIT, [this] { return observer_->gathered; })) {
+    if (!waitFor(kGatheringLimit, [this] { return observer_->gathered; })) {
         throw std::runtime_error("the viewer does not finish gathering");
     }
     GstWebRTCSessionDescription* local = nullptr;

@@ -1,6 +1,6 @@
 // The far end of a call in the tests: a plain webrtcbin that makes the offer.
-#ifndef WEBRTCBIN_VIEWER_H
-#define WEBRTCBIN_VIEWER_H
+#ifndef TESTS_HOSTSDK_WEBRTCBIN_VIEWER_H
+#define TESTS_HOSTSDK_WEBRTCBIN_VIEWER_H
 
 #include <gst/gst.h>
 

@@ -9,33 +9,33 @@
 
 namespace {
 
-constexpr int SESSIONS = 200;
-constexpr size_t SERVERS = 21;
+constexpr int kSessions = 200;
+constexpr size_t kServers = 21;
 // A session's own copy of its servers is below 8 kB; see docs/footprint.md.
-constexpr uint64_t HELD_BY_A_SESSION = 10000;
+constexpr uint64_t kHeldByASession = 10000;
 // Less than a byte may stay for each session.
-constexpr uint64_t HELD_AFTERWARDS = SESSIONS - 1;
+constexpr uint64_t kHeldAfterwards = kSessions - 1;
 
 ZelRtcSessionConfig fullConfig() {
     const ZelRtcIceServer server{"turn:turn-01.some-region.example.net:443?transport=tcp",
                                  "1767225600:arn-of-a-channel-or-a-user-name-of-this-length/0123456789abcdef",
                                  "bm90IGEgcmVhbCBzZWNyZXQsIGp1c3QgbG9uZyBlbm91Z2g="};
     ZelRtcSessionConfig config;
-    config.iceServers.assign(SERVERS, server);
+    config.iceServers.assign(kServers, server);
     return config;
 }
 
 void makeAndDestroy(const ZelRtcSessionConfig& config) {
-    std::vector<std::unique_ptr<ZelRtcSession>> sessions(SESSIONS);
+    std::vector<std::unique_ptr<ZelRtcSession>> sessions(kSessions);
     const int descriptors = zelrtc::camera::openDescriptors();
     const int threads = zelrtc::camera::runningThreads();
     const uint64_t heap = zelrtc::camera::heapBytes().value_or(0);
-    for (int i = 0; i < SESSIONS; i++) {
+    for (int i = 0; i < kSessions; i++) {
         sessions[static_cast<size_t>(i)] = std::make_unique<ZelRtcSession>(i, config, nullptr);
     }
     EXPECT_EQ(zelrtc::camera::openDescriptors(), descriptors);
     EXPECT_EQ(zelrtc::camera::runningThreads(), threads);
-    EXPECT_LT(zelrtc::camera::heapBytes().value_or(0) - heap, SESSIONS * HELD_BY_A_SESSION);
+    EXPECT_LT(zelrtc::camera::heapBytes().value_or(0) - heap, kSessions * kHeldByASession);
 }
 
 }  // namespace
@@ -50,5 +50,5 @@ TEST(SessionsWithoutInit, HoldNoDescriptorAndNoThreadAndLeaveNothingBehind) {
     makeAndDestroy(config);
     EXPECT_EQ(zelrtc::camera::openDescriptors(), descriptors);
     EXPECT_EQ(zelrtc::camera::runningThreads(), threads);
-    EXPECT_LE(zelrtc::camera::heapBytes().value_or(0), heap + HELD_AFTERWARDS);
+    EXPECT_LE(zelrtc::camera::heapBytes().value_or(0), heap + kHeldAfterwards);
 }

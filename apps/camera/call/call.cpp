@@ -12,11 +12,11 @@ namespace {
 using nlohmann::json;
 using namespace std::chrono_literals;
 
-constexpr auto TIME_TO_CONNECT = 30s;
+constexpr auto kTimeToConnect = 30s;
 // A connection that is silent may come back; the SDK has waited some seconds before it says so.
-constexpr auto TIME_TO_COME_BACK = 2s;
-constexpr auto KEY_FRAME_RETRY = 100ms;
-constexpr size_t KEPT_LEVELS = 5;
+constexpr auto kTimeToComeBack = 2s;
+constexpr auto kKeyFrameRetry = 100ms;
+constexpr size_t kKeptLevels = 5;
 
 std::chrono::milliseconds since(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
@@ -97,7 +97,7 @@ void Call::tick() {
         return;
     }
     if (const auto level = talkBack_.process()) {
-        events_->appendPassing("level", json{{"rms", level->rms}, {"frames", level->frames}}.dump(), KEPT_LEVELS);
+        events_->appendPassing("level", json{{"rms", level->rms}, {"frames", level->frames}}.dump(), kKeptLevels);
     }
 }
 
@@ -108,9 +108,9 @@ std::optional<std::string> Call::reasonToEnd() const {
         case RTC_PEER_CONNECTION_STATE_FAILED:
             return "the connection failed";
         case RTC_PEER_CONNECTION_STATE_DISCONNECTED:
-            return timeInState() > TIME_TO_COME_BACK ? std::optional("the viewer is gone") : std::nullopt;
+            return timeInState() > kTimeToComeBack ? std::optional("the viewer is gone") : std::nullopt;
         default:
-            return !wasConnected_ && age() > TIME_TO_CONNECT ? std::optional("the call never connected") : std::nullopt;
+            return !wasConnected_ && age() > kTimeToConnect ? std::optional("the call never connected") : std::nullopt;
     }
 }
 
@@ -162,7 +162,7 @@ void Call::askForKeyFrameAgain(bool isKeyFrame, int result) {
     if (isKeyFrame) {
         wantsKeyFrame_ = isSdkStatus(result);
     }
-    if (wantsKeyFrame_ && since(askedForKeyFrame_) >= KEY_FRAME_RETRY) {
+    if (wantsKeyFrame_ && since(askedForKeyFrame_) >= kKeyFrameRetry) {
         askedForKeyFrame_ = Clock::now();
         hub_.requestKeyFrame(video_);
     }

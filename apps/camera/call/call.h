@@ -6,8 +6,8 @@
  * which steering also takes, because a choice of streams must not overlap a write. The SDK's threads call back; they
  * take neither, only note what happened and return: the session's destruction waits for them, under controlMutex_.
  */
-#ifndef CAMERA_CALL_H
-#define CAMERA_CALL_H
+#ifndef APPS_CAMERA_CALL_CALL_H
+#define APPS_CAMERA_CALL_CALL_H
 
 #include <atomic>
 #include <chrono>

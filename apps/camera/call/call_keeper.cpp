@@ -9,9 +9,9 @@ namespace zelrtc::camera {
 namespace {
 
 // Also how often a viewer's sound level is reported.
-constexpr auto PERIOD = std::chrono::milliseconds(200);
+constexpr auto kPeriod = std::chrono::milliseconds(200);
 // Two seconds: by then the last call's threads have ended, too.
-constexpr int ROUNDS_UNTIL_QUIET = 10;
+constexpr int kRoundsUntilQuiet = 10;
 
 }  // namespace
 
@@ -29,7 +29,7 @@ CallKeeper::~CallKeeper() {
 
 void CallKeeper::run() {
     std::unique_lock<std::mutex> lock(mutex_);
-    while (!stopping_.wait_for(lock, PERIOD, [this] { return stop_; })) {
+    while (!stopping_.wait_for(lock, kPeriod, [this] { return stop_; })) {
         lock.unlock();
         lookAfterAll();
         lock.lock();
@@ -42,7 +42,7 @@ void CallKeeper::lookAfterAll() {
         lookAfter(*call);
     }
     roundsWithoutCall_ = calls.empty() ? roundsWithoutCall_ + 1 : 0;
-    if (roundsWithoutCall_ == ROUNDS_UNTIL_QUIET) {
+    if (roundsWithoutCall_ == kRoundsUntilQuiet) {
         returnFreeMemory();
     }
 }

@@ -1,6 +1,6 @@
 /** @file call_keeper.h The thread that looks after calls: records talk-back, ends what is over, tidies up. */
-#ifndef CAMERA_CALL_KEEPER_H
-#define CAMERA_CALL_KEEPER_H
+#ifndef APPS_CAMERA_CALL_CALL_KEEPER_H
+#define APPS_CAMERA_CALL_CALL_KEEPER_H
 
 #include <condition_variable>
 #include <cstdint>

@@ -9,7 +9,7 @@ namespace zelrtc::camera {
 
 namespace {
 
-constexpr size_t KEPT_ENDED_CALLS = 8;
+constexpr size_t kKeptEndedCalls = 8;
 
 Problem noSuchCall(int id) {
     return {404, "there is no call " + std::to_string(id)};
@@ -83,7 +83,7 @@ std::shared_ptr<Call> CallRegistry::remove(int id) {
     calls_.erase(found);
     ++ending_;
     ended_[id] = call->events();
-    if (ended_.size() > KEPT_ENDED_CALLS) {
+    if (ended_.size() > kKeptEndedCalls) {
         ended_.erase(ended_.begin());
     }
     return call;

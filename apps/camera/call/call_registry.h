@@ -1,6 +1,6 @@
 /** @file call_registry.h The calls that are up. */
-#ifndef CAMERA_CALL_REGISTRY_H
-#define CAMERA_CALL_REGISTRY_H
+#ifndef APPS_CAMERA_CALL_CALL_REGISTRY_H
+#define APPS_CAMERA_CALL_CALL_REGISTRY_H
 
 #include <map>
 #include <memory>

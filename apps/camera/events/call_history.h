@@ -1,6 +1,6 @@
 /** @file event_log.h What happened in a call, for any number of readers at their own pace. */
-#ifndef CAMERA_EVENT_LOG_H
-#define CAMERA_EVENT_LOG_H
+#ifndef APPS_CAMERA_EVENTS_CALL_HISTORY_H
+#define APPS_CAMERA_EVENTS_CALL_HISTORY_H
 
 #include <chrono>
 #include <condition_variable>

@@ -22,12 +22,12 @@ namespace zelrtc::camera {
 
 namespace {
 
-constexpr int NO_SESSION = 0;
-constexpr size_t KEPT_LINES = 200;
-constexpr size_t LONGEST_EVENT_TEXT = 2000;
+constexpr int kNoSession = 0;
+constexpr size_t kKeptLines = 200;
+constexpr size_t kLongestEventText = 2000;
 
 std::atomic<UINT32> lowestLevel{LOG_LEVEL_INFO};
-thread_local int sessionOfThread = NO_SESSION;
+thread_local int sessionOfThread = kNoSession;
 
 struct Subscribers {
     std::mutex mutex;
@@ -40,10 +40,10 @@ Subscribers& subscribers() {
 }
 
 spdlog::level::level_enum spdlogLevel(UINT32 level) {
-    constexpr std::array<spdlog::level::level_enum, 7> levels = {
+    constexpr std::array<spdlog::level::level_enum, 7> kLevels = {
         spdlog::level::trace, spdlog::level::trace, spdlog::level::debug,   spdlog::level::info,
         spdlog::level::warn,  spdlog::level::err,   spdlog::level::critical};
-    return level < levels.size() ? levels.at(level) : spdlog::level::info;
+    return level < kLevels.size() ? kLevels.at(level) : spdlog::level::info;
 }
 
 std::string format(const char* form, va_list values) {
@@ -59,13 +59,13 @@ std::string format(const char* form, va_list values) {
 // A line that names no session and comes from one of the SDK's threads could be any call's: all are told.
 void tellCalls(UINT32 level, const std::string& text) {
     using nlohmann::json;
-    const std::string data = json{{"level", level}, {"text", text.substr(0, LONGEST_EVENT_TEXT)}}.dump(
+    const std::string data = json{{"level", level}, {"text", text.substr(0, kLongestEventText)}}.dump(
         -1, ' ', false, json::error_handler_t::replace);
     const int session = sessionNamedIn(text).value_or(sessionOfThread);
     const std::lock_guard<std::mutex> lock(subscribers().mutex);
     for (const auto& [id, events] : subscribers().events) {
-        if (session == NO_SESSION || session == id) {
-            events->appendPassing("log", data, KEPT_LINES);
+        if (session == kNoSession || session == id) {
+            events->appendPassing("log", data, kKeptLines);
         }
     }
 }

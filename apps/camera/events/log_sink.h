@@ -1,6 +1,6 @@
 /** @file log_sink.h Where the log goes: to standard error or a file, and to the call that a line speaks of. */
-#ifndef CAMERA_LOG_SINK_H
-#define CAMERA_LOG_SINK_H
+#ifndef APPS_CAMERA_EVENTS_LOG_SINK_H
+#define APPS_CAMERA_EVENTS_LOG_SINK_H
 
 #include <memory>
 #include <string>

@@ -1,6 +1,6 @@
 /** @file log_text.h The text of log lines: which call they speak of, and how they are made safe to print. */
-#ifndef CAMERA_LOG_TEXT_H
-#define CAMERA_LOG_TEXT_H
+#ifndef APPS_CAMERA_EVENTS_LOG_TEXT_H
+#define APPS_CAMERA_EVENTS_LOG_TEXT_H
 
 #include <optional>
 #include <string>

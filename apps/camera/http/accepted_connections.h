@@ -1,6 +1,6 @@
 /** @file connections.h The TCP connections that this process has accepted. */
-#ifndef CAMERA_CONNECTIONS_H
-#define CAMERA_CONNECTIONS_H
+#ifndef APPS_CAMERA_HTTP_ACCEPTED_CONNECTIONS_H
+#define APPS_CAMERA_HTTP_ACCEPTED_CONNECTIONS_H
 
 namespace zelrtc::camera {
 

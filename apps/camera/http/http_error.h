@@ -1,6 +1,6 @@
 /** @file problem.h What went wrong with a request, in words for the person who sent it. */
-#ifndef CAMERA_PROBLEM_H
-#define CAMERA_PROBLEM_H
+#ifndef APPS_CAMERA_HTTP_HTTP_ERROR_H
+#define APPS_CAMERA_HTTP_HTTP_ERROR_H
 
 #include <stdexcept>
 #include <string>

@@ -1,6 +1,6 @@
 /** @file http_library.h cpp-httplib, made fit to stand beside the SDK. */
-#ifndef CAMERA_HTTP_LIBRARY_H
-#define CAMERA_HTTP_LIBRARY_H
+#ifndef APPS_CAMERA_HTTP_HTTP_LIBRARY_H
+#define APPS_CAMERA_HTTP_HTTP_LIBRARY_H
 
 #include <httplib.h>
 

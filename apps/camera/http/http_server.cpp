@@ -21,13 +21,13 @@ namespace zelrtc::camera {
 namespace {
 
 // An offer holds 25000 characters at the most; escaped as JSON it is somewhat longer.
-constexpr size_t LONGEST_BODY = size_t{64} * 1024;
+constexpr size_t kLongestBody = size_t{64} * 1024;
 // Long enough for packets that a bad network loses a few times in a row, which also holds for a connection's first
 // request; short enough that idle connections do not take up the threads.
-constexpr time_t KEEP_ALIVE_SECONDS = 4;
-constexpr time_t TRANSFER_SECONDS = 8;
-constexpr size_t REQUESTS_PER_CONNECTION = 1000;
-constexpr unsigned VANISHED_CLIENT_MS = 10000;
+constexpr time_t kKeepAliveSeconds = 4;
+constexpr time_t kTransferSeconds = 8;
+constexpr size_t kRequestsPerConnection = 1000;
+constexpr unsigned kVanishedClientMs = 10000;
 
 template <typename Value>
 void setOption(int socket, int level, int option, Value value) {
@@ -37,7 +37,7 @@ void setOption(int socket, int level, int option, Value value) {
 // Without SO_REUSEPORT, so that a second camera on the same port is told; a client whose host is gone is given up.
 void setSocketOptions(int socket) {
     setOption(socket, SOL_SOCKET, SO_REUSEADDR, 1);
-    setOption(socket, IPPROTO_TCP, TCP_USER_TIMEOUT, VANISHED_CLIENT_MS);
+    setOption(socket, IPPROTO_TCP, TCP_USER_TIMEOUT, kVanishedClientMs);
 }
 
 const char* titleOf(int status) {
@@ -101,7 +101,7 @@ std::string joined(const std::vector<std::string>& words) {
 // What the HTTP layer itself refuses, before a handler sees it.
 std::string ownReason(int status, const httplib::Request& request) {
     if (status == 413) {
-        return "the body is longer than " + std::to_string(LONGEST_BODY) + " bytes";
+        return "the body is longer than " + std::to_string(kLongestBody) + " bytes";
     }
     if (status == 404) {
         return "there is nothing at " + request.path;
@@ -122,11 +122,11 @@ HttpServer::HttpServer(size_t mostThreads) {
     server_.new_task_queue = [mostThreads] { return new WorkerPool(mostThreads); };
     server_.set_socket_options(setSocketOptions);
     server_.set_tcp_nodelay(true);
-    server_.set_payload_max_length(LONGEST_BODY);
-    server_.set_keep_alive_timeout(KEEP_ALIVE_SECONDS);
-    server_.set_keep_alive_max_count(REQUESTS_PER_CONNECTION);
-    server_.set_read_timeout(TRANSFER_SECONDS);
-    server_.set_write_timeout(TRANSFER_SECONDS);
+    server_.set_payload_max_length(kLongestBody);
+    server_.set_keep_alive_timeout(kKeepAliveSeconds);
+    server_.set_keep_alive_max_count(kRequestsPerConnection);
+    server_.set_read_timeout(kTransferSeconds);
+    server_.set_write_timeout(kTransferSeconds);
     server_.set_error_handler(httplib::Server::Handler(
         [this](const httplib::Request& request, httplib::Response& response) { completeError(request, response); }));
     server_.set_exception_handler(

@@ -1,6 +1,6 @@
 /** @file http_server.h The camera's HTTP interface: which request goes where, and how errors look. */
-#ifndef CAMERA_HTTP_SERVER_H
-#define CAMERA_HTTP_SERVER_H
+#ifndef APPS_CAMERA_HTTP_HTTP_SERVER_H
+#define APPS_CAMERA_HTTP_HTTP_SERVER_H
 
 #include <functional>
 #include <string>

@@ -1,6 +1,6 @@
 /** @file letter_case.h For names whose case does not matter. */
-#ifndef CAMERA_LETTER_CASE_H
-#define CAMERA_LETTER_CASE_H
+#ifndef APPS_CAMERA_HTTP_LETTER_CASE_H
+#define APPS_CAMERA_HTTP_LETTER_CASE_H
 
 #include <string>
 

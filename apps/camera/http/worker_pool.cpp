@@ -8,8 +8,8 @@ namespace zelrtc::camera {
 
 namespace {
 
-constexpr size_t KEPT_WHEN_IDLE = 2;
-constexpr auto IDLE_LIMIT = std::chrono::seconds(2);
+constexpr size_t kKeptWhenIdle = 2;
+constexpr auto kIdleLimit = std::chrono::seconds(2);
 
 }  // namespace
 
@@ -60,7 +60,7 @@ void WorkerPool::work() {
 bool WorkerPool::waitForJob(std::unique_lock<std::mutex>& lock) {
     ++idle_;
     const auto wakes = [this] { return !jobs_.empty() || isShutDown_; };
-    while (!jobArrived_.wait_for(lock, IDLE_LIMIT, wakes) && idle_ <= KEPT_WHEN_IDLE) {
+    while (!jobArrived_.wait_for(lock, kIdleLimit, wakes) && idle_ <= kKeptWhenIdle) {
     }
     --idle_;
     return !jobs_.empty();

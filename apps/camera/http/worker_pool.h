@@ -1,6 +1,6 @@
 /** @file worker_pool.h Threads for HTTP connections: as many as are busy, few when nothing happens. */
-#ifndef CAMERA_WORKER_POOL_H
-#define CAMERA_WORKER_POOL_H
+#ifndef APPS_CAMERA_HTTP_WORKER_POOL_H
+#define APPS_CAMERA_HTTP_WORKER_POOL_H
 
 #include <condition_variable>
 #include <cstddef>

@@ -15,13 +15,13 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr double PI = 3.14159265358979323846;
-constexpr int TONE_HZ = 440;
-constexpr int TONE_MS = 800;
-constexpr double TONE_PEAK = 8000.0;
-constexpr auto FRAME = std::chrono::milliseconds(MULAW_FRAME_MS);
+constexpr double kPi = 3.14159265358979323846;
+constexpr int kToneHz = 440;
+constexpr int kToneMs = 800;
+constexpr double kTonePeak = 8000.0;
+constexpr auto kFrame = std::chrono::milliseconds(kMulawFrameMs);
 // Later than this the missed frames are left out instead of being sent in a burst.
-constexpr auto TOO_LATE = std::chrono::milliseconds(200);
+constexpr auto kTooLate = std::chrono::milliseconds(200);
 
 int64_t microseconds(Clock::time_point time) {
     return std::chrono::duration_cast<std::chrono::microseconds>(time.time_since_epoch()).count();
@@ -31,10 +31,10 @@ int64_t microseconds(Clock::time_point time) {
 
 std::vector<uint8_t> tonePattern() {
     std::vector<uint8_t> pattern;
-    pattern.reserve(MULAW_RATE);
-    for (int i = 0; i < MULAW_RATE; ++i) {
-        const bool isOn = i < MULAW_RATE * TONE_MS / 1000;
-        const double sample = isOn ? TONE_PEAK * std::sin(2.0 * PI * TONE_HZ * i / MULAW_RATE) : 0.0;
+    pattern.reserve(kMulawRate);
+    for (int i = 0; i < kMulawRate; ++i) {
+        const bool isOn = i < kMulawRate * kToneMs / 1000;
+        const double sample = isOn ? kTonePeak * std::sin(2.0 * kPi * kToneHz * i / kMulawRate) : 0.0;
         pattern.push_back(mulawEncode(static_cast<int16_t>(std::lround(sample))));
     }
     return pattern;
@@ -43,7 +43,7 @@ std::vector<uint8_t> tonePattern() {
 std::vector<uint8_t> readMulawFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     std::vector<uint8_t> samples{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (samples.size() < MULAW_FRAME_BYTES) {
+    if (samples.size() < kMulawFrameBytes) {
         throw std::runtime_error("the audio file " + path + " cannot be read or is shorter than 20 ms");
     }
     return samples;
@@ -80,18 +80,18 @@ void AudioSource::run() {
     Clock::time_point due = Clock::now();
     std::unique_lock<std::mutex> lock(mutex_);
     while (!stopping_.wait_until(lock, due, [this] { return stop_; })) {
-        if (Clock::now() - due > TOO_LATE) {
+        if (Clock::now() - due > kTooLate) {
             due = Clock::now();
         }
         lock.unlock();
         handOverNext(microseconds(due));
         lock.lock();
-        due += FRAME;
+        due += kFrame;
     }
 }
 
 void AudioSource::handOverNext(int64_t timeUs) {
-    std::array<uint8_t, MULAW_FRAME_BYTES> frame{};
+    std::array<uint8_t, kMulawFrameBytes> frame{};
     for (uint8_t& sample : frame) {
         sample = loop_[position_];
         position_ = (position_ + 1) % loop_.size();

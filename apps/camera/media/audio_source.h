@@ -1,6 +1,6 @@
 /** @file audio_source.h The camera's sound: a loop of mu-law samples, paced by the clock. */
-#ifndef CAMERA_AUDIO_SOURCE_H
-#define CAMERA_AUDIO_SOURCE_H
+#ifndef APPS_CAMERA_MEDIA_AUDIO_SOURCE_H
+#define APPS_CAMERA_MEDIA_AUDIO_SOURCE_H
 
 #include <condition_variable>
 #include <cstdint>

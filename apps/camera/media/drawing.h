@@ -1,6 +1,6 @@
 /** @file picture.h Drawing rectangles into I420 pictures that belong to someone else. */
-#ifndef CAMERA_PICTURE_H
-#define CAMERA_PICTURE_H
+#ifndef APPS_CAMERA_MEDIA_DRAWING_H
+#define APPS_CAMERA_MEDIA_DRAWING_H
 
 #include <cstddef>
 #include <cstdint>
@@ -27,8 +27,8 @@ struct Colour {
     uint8_t v;
 };
 
-constexpr Colour WHITE = {235, 128, 128};
-constexpr Colour BLACK = {16, 128, 128};
+constexpr Colour kWhite = {235, 128, 128};
+constexpr Colour kBlack = {16, 128, 128};
 
 /** In pixels, the ends excluded. Chroma has half the resolution: odd edges move by one pixel there. */
 struct Area {

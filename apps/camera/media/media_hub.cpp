@@ -6,24 +6,24 @@ namespace zelrtc::camera {
 
 namespace {
 
-constexpr std::array<VideoFormat, VIDEO_STREAMS> FORMATS = {{{1280, 720, 2000}, {640, 360, 800}, {320, 180, 300}}};
+constexpr std::array<VideoFormat, kVideoStreams> kFormats = {{{1280, 720, 2000}, {640, 360, 800}, {320, 180, 300}}};
 
 }  // namespace
 
-MediaHub::MediaHub(const std::array<VideoInput, VIDEO_STREAMS>& inputs, std::vector<uint8_t> audioLoop)
+MediaHub::MediaHub(const std::array<VideoInput, kVideoStreams>& inputs, std::vector<uint8_t> audioLoop)
     : audio_(std::move(audioLoop), [this](const AudioFrame& frame) {
           for (const auto& sink : allSinks()) {
               sink->onAudio(frame);
           }
       }) {
-    for (int stream = 0; stream < VIDEO_STREAMS; ++stream) {
+    for (int stream = 0; stream < kVideoStreams; ++stream) {
         const auto deliver = [this](const AccessUnit& unit) {
             for (const auto& sink : sinksOf(unit.stream)) {
                 sink->onVideo(unit);
             }
         };
         const auto number = static_cast<size_t>(stream);
-        video_.at(number) = std::make_unique<VideoSource>(stream, inputs.at(number), FORMATS.at(number), deliver);
+        video_.at(number) = std::make_unique<VideoSource>(stream, inputs.at(number), kFormats.at(number), deliver);
     }
 }
 
@@ -83,7 +83,7 @@ MediaHub::Sinks MediaHub::allSinks() {
 }
 
 void MediaHub::runWhatIsWanted() {
-    for (int stream = 0; stream < VIDEO_STREAMS; ++stream) {
+    for (int stream = 0; stream < kVideoStreams; ++stream) {
         VideoSource& source = *video_.at(static_cast<size_t>(stream));
         if (sinksOf(stream).empty()) {
             source.stop();

@@ -1,6 +1,6 @@
 /** @file media_hub.h Brings the streams to the calls: one encoder per stream, however many watch it. */
-#ifndef CAMERA_MEDIA_HUB_H
-#define CAMERA_MEDIA_HUB_H
+#ifndef APPS_CAMERA_MEDIA_MEDIA_HUB_H
+#define APPS_CAMERA_MEDIA_MEDIA_HUB_H
 
 #include <array>
 #include <memory>
@@ -12,7 +12,7 @@
 
 namespace zelrtc::camera {
 
-constexpr int VIDEO_STREAMS = 3;
+constexpr int kVideoStreams = 3;
 
 /** Where frames go. Called on the sources' threads, video and audio at the same time. */
 class FrameSink {
@@ -29,7 +29,7 @@ public:
 class MediaHub {
 public:
     /** @throw std::runtime_error with a sentence for the user when a stream cannot be built */
-    MediaHub(const std::array<VideoInput, VIDEO_STREAMS>& inputs, std::vector<uint8_t> audioLoop);
+    MediaHub(const std::array<VideoInput, kVideoStreams>& inputs, std::vector<uint8_t> audioLoop);
 
     /** Sends a sink the frames of a stream, and of no other, from now on; and the sound. */
     void attach(const std::shared_ptr<FrameSink>& sink, int stream);
@@ -59,7 +59,7 @@ private:
     std::mutex sourcesMutex_;  // held while sources start and stop
     std::mutex viewersMutex_;  // held for a moment only, also by the sources' threads
     std::vector<Viewer> viewers_;
-    std::array<std::unique_ptr<VideoSource>, VIDEO_STREAMS> video_;
+    std::array<std::unique_ptr<VideoSource>, kVideoStreams> video_;
     AudioSource audio_;
 };
 

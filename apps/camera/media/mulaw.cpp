@@ -7,8 +7,8 @@ namespace zelrtc::camera {
 namespace {
 
 // G.711 codes the magnitude as segment and step of a logarithmic scale; the bias makes each segment a power of two.
-constexpr int BIAS = 0x84;
-constexpr int LARGEST = 32635;
+constexpr int kBias = 0x84;
+constexpr int kLargest = 32635;
 
 int segmentOf(int magnitude) {
     int segment = 7;
@@ -22,7 +22,7 @@ int segmentOf(int magnitude) {
 
 uint8_t mulawEncode(int16_t sample) {
     const int sign = sample < 0 ? 0x80 : 0;
-    const int magnitude = std::min(sample < 0 ? -int{sample} : int{sample}, LARGEST) + BIAS;
+    const int magnitude = std::min(sample < 0 ? -int{sample} : int{sample}, kLargest) + kBias;
     const int segment = segmentOf(magnitude);
     const int step = (magnitude >> (segment + 3)) & 0x0f;
     return static_cast<uint8_t>(~(sign | (segment << 4) | step));
@@ -32,7 +32,7 @@ int16_t mulawDecode(uint8_t code) {
     const int bits = ~code & 0xff;
     const int segment = (bits >> 4) & 0x07;
     const int step = bits & 0x0f;
-    const int magnitude = (((step << 3) + BIAS) << segment) - BIAS;
+    const int magnitude = (((step << 3) + kBias) << segment) - kBias;
     return static_cast<int16_t>((bits & 0x80) != 0 ? -magnitude : magnitude);
 }
 

@@ -1,15 +1,15 @@
 /** @file mulaw.h G.711 mu-law, the calls' audio format: 8000 samples a second, one byte each. */
-#ifndef CAMERA_MULAW_H
-#define CAMERA_MULAW_H
+#ifndef APPS_CAMERA_MEDIA_MULAW_H
+#define APPS_CAMERA_MEDIA_MULAW_H
 
 #include <cstddef>
 #include <cstdint>
 
 namespace zelrtc::camera {
 
-constexpr int MULAW_RATE = 8000;
-constexpr int MULAW_FRAME_MS = 20;
-constexpr size_t MULAW_FRAME_BYTES = static_cast<size_t>(MULAW_RATE) * MULAW_FRAME_MS / 1000;
+constexpr int kMulawRate = 8000;
+constexpr int kMulawFrameMs = 20;
+constexpr size_t kMulawFrameBytes = static_cast<size_t>(kMulawRate) * kMulawFrameMs / 1000;
 
 /** The mu-law byte nearest to a 16-bit sample. */
 uint8_t mulawEncode(int16_t sample);

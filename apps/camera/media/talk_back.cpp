@@ -15,14 +15,14 @@ namespace zelrtc::camera {
 
 namespace {
 
-constexpr size_t MOST_BYTES = static_cast<size_t>(MULAW_RATE) * 10;
-constexpr double FULL_SCALE = 32768.0;
+constexpr size_t kMostBytes = static_cast<size_t>(kMulawRate) * 10;
+constexpr double kFullScale = 32768.0;
 
 double rmsOf(const std::vector<int16_t>& samples) {
     const double energy = std::accumulate(samples.begin(), samples.end(), 0.0, [](double sum, int16_t sample) {
         return sum + static_cast<double>(sample) * static_cast<double>(sample);
     });
-    return std::sqrt(energy / static_cast<double>(samples.size())) / FULL_SCALE;
+    return std::sqrt(energy / static_cast<double>(samples.size())) / kFullScale;
 }
 
 }  // namespace
@@ -34,7 +34,7 @@ void TalkBack::push(const void* data, size_t size) {
     const auto* bytes = static_cast<const uint8_t*>(data);
     const std::lock_guard<std::mutex> lock(mutex_);
     ++frames_;
-    if (arrived_.size() + size <= MOST_BYTES) {
+    if (arrived_.size() + size <= kMostBytes) {
         arrived_.insert(arrived_.end(), bytes, bytes + size);
     }
 }

@@ -1,6 +1,6 @@
 /** @file talk_back.h The viewer's voice: taken from the SDK's thread, recorded and measured on another. */
-#ifndef CAMERA_TALK_BACK_H
-#define CAMERA_TALK_BACK_H
+#ifndef APPS_CAMERA_MEDIA_TALK_BACK_H
+#define APPS_CAMERA_MEDIA_TALK_BACK_H
 
 #include <cstddef>
 #include <cstdint>

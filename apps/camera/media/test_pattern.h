@@ -1,6 +1,6 @@
 /** @file test_picture.h The built-in picture: colour bars, a moving block and the time of capture for machines. */
-#ifndef CAMERA_TEST_PICTURE_H
-#define CAMERA_TEST_PICTURE_H
+#ifndef APPS_CAMERA_MEDIA_TEST_PATTERN_H
+#define APPS_CAMERA_MEDIA_TEST_PATTERN_H
 
 #include <cstddef>
 #include <cstdint>

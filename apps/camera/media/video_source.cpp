@@ -15,26 +15,26 @@ namespace zelrtc::camera {
 
 namespace {
 
-constexpr int FRAMES_PER_SECOND = 30;
+constexpr int kFramesPerSecond = 30;
 
 // Baseline without B-frames or look-ahead: what every browser decodes and what adds no delay. One slice per frame.
 std::string testPictureText(const VideoFormat& format) {
     return "videotestsrc name=picture is-live=true pattern=black ! video/x-raw,format=I420,width=" +
            std::to_string(format.width) + ",height=" + std::to_string(format.height) +
-           ",framerate=" + std::to_string(FRAMES_PER_SECOND) +
+           ",framerate=" + std::to_string(kFramesPerSecond) +
            "/1,colorimetry=bt601 ! x264enc tune=zerolatency speed-preset=ultrafast threads=1 sliced-threads=false "
            "bframes=0 "
            "key-int-max=" +
-           std::to_string(FRAMES_PER_SECOND) + " bitrate=" + std::to_string(format.kilobitsPerSecond) +
+           std::to_string(kFramesPerSecond) + " bitrate=" + std::to_string(format.kilobitsPerSecond) +
            " ! video/x-h264,profile=constrained-baseline";
 }
 
 // All of it, whatever the stream shows: each key frame gets its parameter sets, each buffer is one access unit.
 std::string pipelineText(const VideoInput& input, const VideoFormat& format) {
     std::string source = testPictureText(format);
-    if (input.kind == VideoInput::Kind::FILE) {
+    if (input.kind == VideoInput::Kind::kFile) {
         source = "multifilesrc name=file loop=true caps=\"video/x-h264,stream-format=byte-stream\"";
-    } else if (input.kind == VideoInput::Kind::PIPELINE) {
+    } else if (input.kind == VideoInput::Kind::kPipeline) {
         source = input.text;
     }
     return source +
@@ -134,12 +134,12 @@ private:
         callbacks.new_sample = [](GstAppSink*, gpointer self) { return static_cast<Pipeline*>(self)->handOver(); };
         gst_app_sink_set_callbacks(GST_APP_SINK(appsink_.get()), &callbacks, this, nullptr);
         // A live source paces itself; anything else is paced by the time stamps.
-        const bool isLive = source_.input_.kind == VideoInput::Kind::TEST_PICTURE;
+        const bool isLive = source_.input_.kind == VideoInput::Kind::kTestPicture;
         g_object_set(appsink_.get(), "sync", isLive ? FALSE : TRUE, nullptr);
     }
 
     void connectPicture() {
-        if (source_.input_.kind != VideoInput::Kind::TEST_PICTURE) {
+        if (source_.input_.kind != VideoInput::Kind::kTestPicture) {
             return;
         }
         gst_video_info_set_format(&info_, GST_VIDEO_FORMAT_I420, static_cast<guint>(source_.format_.width),
@@ -155,7 +155,7 @@ private:
     }
 
     void connectFile() {
-        if (source_.input_.kind != VideoInput::Kind::FILE) {
+        if (source_.input_.kind != VideoInput::Kind::kFile) {
             return;
         }
         g_object_set(find(pipeline_.get(), "file").get(), "location", escaped(source_.input_.text).c_str(), nullptr);
@@ -196,7 +196,7 @@ private:
             gst_caps_unref(caps);
         }
         const GstClockTime duration =
-            gst_util_uint64_scale_int(GST_SECOND, rate > 0 ? per : 1, rate > 0 ? rate : FRAMES_PER_SECOND);
+            gst_util_uint64_scale_int(GST_SECOND, rate > 0 ? per : 1, rate > 0 ? rate : kFramesPerSecond);
         GST_BUFFER_PTS(buffer) = nextTime_;
         GST_BUFFER_DTS(buffer) = nextTime_;
         GST_BUFFER_DURATION(buffer) = duration;

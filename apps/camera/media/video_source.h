@@ -1,6 +1,6 @@
 /** @file video_source.h One of the camera's H.264 streams: an encoder that runs while somebody watches. */
-#ifndef CAMERA_VIDEO_SOURCE_H
-#define CAMERA_VIDEO_SOURCE_H
+#ifndef APPS_CAMERA_MEDIA_VIDEO_SOURCE_H
+#define APPS_CAMERA_MEDIA_VIDEO_SOURCE_H
 
 #include <atomic>
 #include <cstddef>
@@ -13,8 +13,8 @@ namespace zelrtc::camera {
 
 /** What a stream shows. */
 struct VideoInput {
-    enum class Kind { TEST_PICTURE, FILE, PIPELINE };
-    Kind kind = Kind::TEST_PICTURE;
+    enum class Kind { kTestPicture, kFile, kPipeline };
+    Kind kind = Kind::kTestPicture;
     std::string text; /**< path of an H.264 file (Annex B), or a GStreamer pipeline that ends in H.264 */
 };
 

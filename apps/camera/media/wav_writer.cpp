@@ -10,8 +10,8 @@ namespace zelrtc::camera {
 
 namespace {
 
-constexpr uint32_t HEADER_BYTES = 44;
-constexpr uint32_t SAMPLE_BYTES = 2;
+constexpr uint32_t kHeaderBytes = 44;
+constexpr uint32_t kSampleBytes = 2;
 
 using Bytes = std::vector<uint8_t>;
 
@@ -29,16 +29,16 @@ void addTag(Bytes& bytes, const char* tag) {
 Bytes header(uint32_t dataBytes) {
     Bytes bytes;
     addTag(bytes, "RIFF");
-    addNumber(bytes, dataBytes + HEADER_BYTES - 8, 4);
+    addNumber(bytes, dataBytes + kHeaderBytes - 8, 4);
     addTag(bytes, "WAVE");
     addTag(bytes, "fmt ");
     addNumber(bytes, 16, 4);
     addNumber(bytes, 1, 2);  // PCM
     addNumber(bytes, 1, 2);  // mono
-    addNumber(bytes, MULAW_RATE, 4);
-    addNumber(bytes, MULAW_RATE * SAMPLE_BYTES, 4);
-    addNumber(bytes, SAMPLE_BYTES, 2);
-    addNumber(bytes, SAMPLE_BYTES * 8, 2);
+    addNumber(bytes, kMulawRate, 4);
+    addNumber(bytes, kMulawRate * kSampleBytes, 4);
+    addNumber(bytes, kSampleBytes, 2);
+    addNumber(bytes, kSampleBytes * 8, 2);
     addTag(bytes, "data");
     addNumber(bytes, dataBytes, 4);
     return bytes;
@@ -57,14 +57,14 @@ WavWriter::WavWriter(const std::string& path) : file_(std::fopen(path.c_str(), "
 }
 
 bool WavWriter::append(const std::vector<int16_t>& samples) {
-    constexpr uint32_t mostBytes = std::numeric_limits<uint32_t>::max() - HEADER_BYTES;
-    if (samples.size() > (mostBytes - dataBytes_) / SAMPLE_BYTES) {
+    constexpr uint32_t kMostBytes = std::numeric_limits<uint32_t>::max() - kHeaderBytes;
+    if (samples.size() > (kMostBytes - dataBytes_) / kSampleBytes) {
         return false;
     }
     Bytes bytes;
-    bytes.reserve(samples.size() * SAMPLE_BYTES);
+    bytes.reserve(samples.size() * kSampleBytes);
     for (const int16_t sample : samples) {
-        addNumber(bytes, static_cast<uint16_t>(sample), SAMPLE_BYTES);
+        addNumber(bytes, static_cast<uint16_t>(sample), kSampleBytes);
     }
     if (std::fseek(file_.get(), 0, SEEK_END) != 0 || !write(file_.get(), bytes)) {
         return false;

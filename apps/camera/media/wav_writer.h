@@ -1,6 +1,6 @@
 /** @file wav_writer.h A WAV file (16 bit, mono, 8 kHz) that can be played at any moment, also while it grows. */
-#ifndef CAMERA_WAV_WRITER_H
-#define CAMERA_WAV_WRITER_H
+#ifndef APPS_CAMERA_MEDIA_WAV_WRITER_H
+#define APPS_CAMERA_MEDIA_WAV_WRITER_H
 
 #include <cstdint>
 #include <cstdio>

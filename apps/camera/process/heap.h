@@ -1,6 +1,6 @@
 /** @file memory.h How the process treats its heap. Both do nothing where the C library has no such thing. */
-#ifndef CAMERA_MEMORY_H
-#define CAMERA_MEMORY_H
+#ifndef APPS_CAMERA_PROCESS_HEAP_H
+#define APPS_CAMERA_PROCESS_HEAP_H
 
 namespace zelrtc::camera {
 

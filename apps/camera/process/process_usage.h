@@ -1,6 +1,6 @@
 /** @file process_figures.h What the process holds, so that a leak can be seen from outside. */
-#ifndef CAMERA_PROCESS_FIGURES_H
-#define CAMERA_PROCESS_FIGURES_H
+#ifndef APPS_CAMERA_PROCESS_PROCESS_USAGE_H
+#define APPS_CAMERA_PROCESS_PROCESS_USAGE_H
 
 #include <cstdint>
 #include <optional>

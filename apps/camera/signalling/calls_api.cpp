@@ -18,7 +18,7 @@ using httplib::Response;
 using nlohmann::json;
 using namespace std::chrono_literals;
 
-constexpr auto ANSWER_LIMIT = 10s;
+constexpr auto kAnswerLimit = 10s;
 
 void respond(Response& response, int status, const json& body) {
     response.status = status;
@@ -65,7 +65,7 @@ std::optional<int> videoIn(const json& wish) {
     if (member == wish.end()) {
         return std::nullopt;
     }
-    if (!member->is_number_integer() || *member < 0 || *member >= VIDEO_STREAMS) {
+    if (!member->is_number_integer() || *member < 0 || *member >= kVideoStreams) {
         throw Problem(400, "video is not the number of a stream: 0, 1 or 2");
     }
     return member->get<int>();
@@ -128,7 +128,7 @@ int callIdIn(const Request& request) {
 }
 
 std::string answerOf(Call& call, CallRegistry& calls) {
-    const auto answer = call.waitForAnswer(ANSWER_LIMIT);
+    const auto answer = call.waitForAnswer(kAnswerLimit);
     if (answer) {
         return *answer;
     }
@@ -141,7 +141,7 @@ std::string answerOf(Call& call, CallRegistry& calls) {
 void addCallRoutes(HttpServer& server, CallRegistry& calls, const MediaHub& hub) {
     server.route("GET", "/", [](const Request&, Response& response) {
         response.set_header("Cache-Control", "no-cache");
-        response.set_content(page.data(), page.size(), "text/html; charset=utf-8");
+        response.set_content(kPage.data(), kPage.size(), "text/html; charset=utf-8");
     });
     server.route("GET", "/health", [&](const Request&, Response& response) { tellHealth(response, calls, hub); });
     server.route("GET", "/calls", [&](const Request&, Response& response) { listCalls(response, calls); });

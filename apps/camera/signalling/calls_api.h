@@ -1,6 +1,6 @@
 /** @file calls_api.h The page's own signalling: /calls, and what can be asked about the camera. */
-#ifndef CAMERA_CALLS_API_H
-#define CAMERA_CALLS_API_H
+#ifndef APPS_CAMERA_SIGNALLING_CALLS_API_H
+#define APPS_CAMERA_SIGNALLING_CALLS_API_H
 
 #include "call/call_registry.h"
 #include "http/http_server.h"

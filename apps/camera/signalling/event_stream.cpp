@@ -10,8 +10,8 @@ namespace {
 using namespace std::chrono_literals;
 
 // Short, so that a stopping server need not wait for quiet streams.
-constexpr auto WAIT = 500ms;
-constexpr int QUIET_WAITS = 10;
+constexpr auto kWait = 500ms;
+constexpr int kQuietWaits = 10;
 
 uint64_t lastSeenBy(const httplib::Request& request) {
     const std::string text = request.get_header_value("Last-Event-ID");
@@ -32,7 +32,7 @@ public:
 
     // Sends what there is; false when the client is gone.
     bool send(httplib::DataSink& sink) {
-        const EventLog::Batch batch = events_->next(seen_, WAIT);
+        const EventLog::Batch batch = events_->next(seen_, kWait);
         std::string text;
         for (const Event& event : batch.events) {
             text += streamForm(event);
@@ -52,7 +52,7 @@ private:
     // A comment now and then: only writing shows that a client has vanished.
     std::string sign(bool isQuiet) {
         quiet_ = isQuiet ? quiet_ + 1 : 0;
-        if (quiet_ < QUIET_WAITS) {
+        if (quiet_ < kQuietWaits) {
             return {};
         }
         quiet_ = 0;

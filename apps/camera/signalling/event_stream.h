@@ -1,6 +1,6 @@
 /** @file event_stream.h Sends a call's events to an HTTP client as they happen (server-sent events). */
-#ifndef CAMERA_EVENT_STREAM_H
-#define CAMERA_EVENT_STREAM_H
+#ifndef APPS_CAMERA_SIGNALLING_EVENT_STREAM_H
+#define APPS_CAMERA_SIGNALLING_EVENT_STREAM_H
 
 #include <memory>
 

@@ -12,8 +12,8 @@ namespace {
 using nlohmann::json;
 
 // The SDK reads at most this much SDP, and a candidate line of at most 255 characters.
-constexpr size_t LONGEST_SDP = 25000;
-constexpr size_t LONGEST_CANDIDATE = 255;
+constexpr size_t kLongestSdp = 25000;
+constexpr size_t kLongestCandidate = 255;
 
 json parseObject(const std::string& text, const char* what) {
     json object = json::parse(text, nullptr, false);
@@ -49,8 +49,8 @@ std::string videoSection(const std::string& sdp) {
 
 // Whether a section maps a payload type to a codec whose name begins so.
 bool namesCodec(const std::string& section, const std::string& name) {
-    constexpr const char* MAPPING = "\na=rtpmap:";
-    for (size_t at = section.find(MAPPING); at != std::string::npos; at = section.find(MAPPING, at + 1)) {
+    constexpr const char* kMapping = "\na=rtpmap:";
+    for (size_t at = section.find(kMapping); at != std::string::npos; at = section.find(kMapping, at + 1)) {
         const size_t space = section.find(' ', at);
         if (space != std::string::npos && section.compare(space + 1, name.size(), name) == 0) {
             return true;
@@ -67,7 +67,7 @@ void checkOffer(const std::string& text) {
         throw Problem(400, "the description's type is not \"offer\"");
     }
     const std::string sdp = stringMember(offer, "sdp", "offer");
-    if (sdp.size() > LONGEST_SDP) {
+    if (sdp.size() > kLongestSdp) {
         throw Problem(413, "the offer's sdp is longer than 25000 characters");
     }
     if (!startsWith(sdp, "v=0")) {
@@ -85,7 +85,7 @@ void checkOffer(const std::string& text) {
 
 void checkCandidate(const std::string& text) {
     const std::string line = stringMember(parseObject(text, "candidate"), "candidate", "candidate");
-    if (line.size() > LONGEST_CANDIDATE) {
+    if (line.size() > kLongestCandidate) {
         throw Problem(400, "the candidate is longer than 255 characters");
     }
 }

@@ -1,6 +1,6 @@
 /** @file offer_check.h Looks at what viewers send before it reaches a session, to tell them in words what is wrong. */
-#ifndef CAMERA_OFFER_CHECK_H
-#define CAMERA_OFFER_CHECK_H
+#ifndef APPS_CAMERA_SIGNALLING_OFFER_CHECK_H
+#define APPS_CAMERA_SIGNALLING_OFFER_CHECK_H
 
 #include <string>
 

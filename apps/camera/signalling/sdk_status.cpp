@@ -14,7 +14,7 @@ struct Meaning {
     const char* reason;
 };
 
-constexpr std::array<Meaning, 15> MEANINGS = {{
+constexpr std::array<Meaning, 15> kMeanings = {{
     {0x00000002, 400, "it is longer than can be taken"},
     {0x00000004, 503, "the camera is out of memory"},
     {0x00000005, 422, "the answer to it would be too long"},
@@ -42,7 +42,7 @@ std::string hexadecimal(uint32_t status) {
 
 Problem problemOf(const std::string& what, int status) {
     const auto code = static_cast<uint32_t>(status);
-    for (const Meaning& meaning : MEANINGS) {
+    for (const Meaning& meaning : kMeanings) {
         if (meaning.status == code) {
             return {meaning.httpStatus, what + ": " + meaning.reason + " (status " + hexadecimal(code) + ")"};
         }
@@ -51,10 +51,10 @@ Problem problemOf(const std::string& what, int status) {
 }
 
 std::string stateName(RTC_PEER_CONNECTION_STATE state) {
-    constexpr std::array<const char*, RTC_PEER_CONNECTION_TOTAL_STATE_COUNT> names = {
+    constexpr std::array<const char*, RTC_PEER_CONNECTION_TOTAL_STATE_COUNT> kNames = {
         "none", "new", "connecting", "connected", "disconnected", "failed", "closed"};
     const auto number = static_cast<size_t>(state);
-    return number < names.size() ? names.at(number) : "unknown";
+    return number < kNames.size() ? kNames.at(number) : "unknown";
 }
 
 }  // namespace zelrtc::camera

@@ -1,6 +1,6 @@
 /** @file sdk_status.h The SDK's statuses and states, in words. */
-#ifndef CAMERA_SDK_STATUS_H
-#define CAMERA_SDK_STATUS_H
+#ifndef APPS_CAMERA_SIGNALLING_SDK_STATUS_H
+#define APPS_CAMERA_SIGNALLING_SDK_STATUS_H
 
 #include <string>
 

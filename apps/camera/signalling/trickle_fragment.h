@@ -1,6 +1,6 @@
 /** @file trickle_fragment.h The body of a WHEP trickle request (application/trickle-ice-sdpfrag). */
-#ifndef CAMERA_TRICKLE_FRAGMENT_H
-#define CAMERA_TRICKLE_FRAGMENT_H
+#ifndef APPS_CAMERA_SIGNALLING_TRICKLE_FRAGMENT_H
+#define APPS_CAMERA_SIGNALLING_TRICKLE_FRAGMENT_H
 
 #include <string>
 #include <vector>

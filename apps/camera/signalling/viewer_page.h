@@ -1,13 +1,13 @@
 /** @file page.h The viewer page, built into the program. */
-#ifndef CAMERA_PAGE_H
-#define CAMERA_PAGE_H
+#ifndef APPS_CAMERA_SIGNALLING_VIEWER_PAGE_H
+#define APPS_CAMERA_SIGNALLING_VIEWER_PAGE_H
 
 #include <string_view>
 
 namespace zelrtc::camera {
 
 /** The page as UTF-8 HTML. */
-extern const std::string_view page;
+extern const std::string_view kPage;
 
 }  // namespace zelrtc::camera
 

@@ -13,9 +13,9 @@ namespace {
 using httplib::Request;
 using httplib::Response;
 
-constexpr const char* ENDPOINT = "/whep";
-constexpr const char* SDP = "application/sdp";
-constexpr const char* FRAGMENT = "application/trickle-ice-sdpfrag";
+constexpr const char* kEndpoint = "/whep";
+constexpr const char* kSdp = "application/sdp";
+constexpr const char* kFragment = "application/trickle-ice-sdpfrag";
 
 // Without its parameters, in lower case.
 std::string mediaTypeOf(const Request& request) {
@@ -46,22 +46,22 @@ void requireSession(const Request& request, int id) {
 
 // One complete answer: players need not support trickle, and the rest of the exchange stays optional.
 void place(const Request& request, Response& response, CallRegistry& calls) {
-    requireType(request, SDP);
+    requireType(request, kSdp);
     const std::string offer = offerFromSdp(request.body);
     checkOffer(offer);
     const auto call = calls.place(offer, false);
     const std::string answer = answerOf(*call, calls);
     response.status = 201;
-    response.set_header("Location", std::string(ENDPOINT) + "/" + std::to_string(call->id()));
+    response.set_header("Location", std::string(kEndpoint) + "/" + std::to_string(call->id()));
     response.set_header("ETag", tagOf(call->id()));
-    response.set_header("Accept-Patch", FRAGMENT);
-    response.set_content(sdpOfAnswer(answer), SDP);
+    response.set_header("Accept-Patch", kFragment);
+    response.set_content(sdpOfAnswer(answer), kSdp);
 }
 
 void trickle(const Request& request, Response& response, CallRegistry& calls) {
     const int id = callIdIn(request);
     const auto call = calls.find(id);
-    requireType(request, FRAGMENT);
+    requireType(request, kFragment);
     requireSession(request, id);
     for (const std::string& candidate : candidatesOfFragment(request.body)) {
         checkCandidate(candidate);
@@ -76,7 +76,7 @@ void hangUp(const Request& request, Response& response, CallRegistry& calls) {
 }
 
 bool isWhep(const std::string& path) {
-    return path == ENDPOINT || path.rfind(std::string(ENDPOINT) + "/", 0) == 0;
+    return path == kEndpoint || path.rfind(std::string(kEndpoint) + "/", 0) == 0;
 }
 
 // Players run on pages of other sites, which must be able to read why something was refused, too.
@@ -97,12 +97,12 @@ void answerPreflight(Response& response, const char* accepted, const char* type)
 }  // namespace
 
 void addWhepRoutes(HttpServer& server, CallRegistry& calls) {
-    const std::string session = std::string(ENDPOINT) + "/" CAMERA_PATH_NUMBER;
-    server.route("OPTIONS", ENDPOINT,
-                 [](const Request&, Response& response) { answerPreflight(response, "Accept-Post", SDP); });
+    const std::string session = std::string(kEndpoint) + "/" CAMERA_PATH_NUMBER;
+    server.route("OPTIONS", kEndpoint,
+                 [](const Request&, Response& response) { answerPreflight(response, "Accept-Post", kSdp); });
     server.route("OPTIONS", session,
-                 [](const Request&, Response& response) { answerPreflight(response, "Accept-Patch", FRAGMENT); });
-    server.route("POST", ENDPOINT,
+                 [](const Request&, Response& response) { answerPreflight(response, "Accept-Patch", kFragment); });
+    server.route("POST", kEndpoint,
                  [&calls](const Request& request, Response& response) { place(request, response, calls); });
     server.route("PATCH", session,
                  [&calls](const Request& request, Response& response) { trickle(request, response, calls); });

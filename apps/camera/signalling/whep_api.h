@@ -1,6 +1,6 @@
 /** @file whep_api.h /whep: signalling as standard players speak it (WebRTC-HTTP egress protocol). */
-#ifndef CAMERA_WHEP_API_H
-#define CAMERA_WHEP_API_H
+#ifndef APPS_CAMERA_SIGNALLING_WHEP_API_H
+#define APPS_CAMERA_SIGNALLING_WHEP_API_H
 
 #include "call/call_registry.h"
 #include "http/http_server.h"

@@ -18,18 +18,18 @@ void ConnectionMonitor::onTransport(TransportEvent event, Clock::time_point now)
         return;
     }
     switch (event) {
-        case TransportEvent::CONNECTED:
+        case TransportEvent::kConnected:
             if (state_ == RTC_PEER_CONNECTION_STATE_CONNECTING) {
                 enter(RTC_PEER_CONNECTION_STATE_CONNECTED, now);
             }
             break;
-        case TransportEvent::FAILED:
+        case TransportEvent::kFailed:
             // Once connected, silence decides: the ICE agent's own verdict can be a passing one.
             if (state_ == RTC_PEER_CONNECTION_STATE_CONNECTING) {
                 enter(RTC_PEER_CONNECTION_STATE_FAILED, now);
             }
             break;
-        case TransportEvent::CLOSED_BY_FAR_END:
+        case TransportEvent::kClosedByFarEnd:
             enter(RTC_PEER_CONNECTION_STATE_CLOSED, now);
             break;
     }
@@ -38,11 +38,11 @@ void ConnectionMonitor::onTransport(TransportEvent event, Clock::time_point now)
 void ConnectionMonitor::check(std::optional<Clock::time_point> lastPacket, Clock::time_point now) {
     // A far end that vanished before its first packet has been silent since the connection.
     const bool isSilent = lastPacket
-                              ? now - *lastPacket >= SILENCE_LIMIT
-                              : state_ == RTC_PEER_CONNECTION_STATE_DISCONNECTED || now - since_ >= SILENCE_LIMIT;
+                              ? now - *lastPacket >= kSilenceLimit
+                              : state_ == RTC_PEER_CONNECTION_STATE_DISCONNECTED || now - since_ >= kSilenceLimit;
     switch (state_) {
         case RTC_PEER_CONNECTION_STATE_CONNECTING:
-            if (now - since_ >= CONNECTING_LIMIT) {
+            if (now - since_ >= kConnectingLimit) {
                 enter(RTC_PEER_CONNECTION_STATE_FAILED, now);
             }
             break;
@@ -54,7 +54,7 @@ void ConnectionMonitor::check(std::optional<Clock::time_point> lastPacket, Clock
         case RTC_PEER_CONNECTION_STATE_DISCONNECTED:
             if (!isSilent) {
                 enter(RTC_PEER_CONNECTION_STATE_CONNECTED, now);
-            } else if (now - since_ >= DISCONNECTED_LIMIT) {
+            } else if (now - since_ >= kDisconnectedLimit) {
                 enter(RTC_PEER_CONNECTION_STATE_FAILED, now);
             }
             break;

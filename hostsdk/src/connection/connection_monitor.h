@@ -1,6 +1,6 @@
 // Which connection states are reported, and when.
-#ifndef HOSTSDK_CONNECTION_MONITOR_H
-#define HOSTSDK_CONNECTION_MONITOR_H
+#ifndef HOSTSDK_SRC_CONNECTION_CONNECTION_MONITOR_H
+#define HOSTSDK_SRC_CONNECTION_CONNECTION_MONITOR_H
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
@@ -11,7 +11,7 @@
 namespace zelrtc::hostsdk {
 
 // What the transport tells of itself.
-enum class TransportEvent { CONNECTED, FAILED, CLOSED_BY_FAR_END };
+enum class TransportEvent { kConnected, kFailed, kClosedByFarEnd };
 
 // Turns transport events and the time since the last received packet into state reports, each change once.
 // Not thread-safe: one thread feeds it.
@@ -21,10 +21,10 @@ public:
     using Report = std::function<void(RTC_PEER_CONNECTION_STATE)>;
 
     // A live viewer's longest gap between packets is a little over a second.
-    static constexpr std::chrono::seconds SILENCE_LIMIT{5};
+    static constexpr std::chrono::seconds kSilenceLimit{5};
     // Neither ICE nor DTLS gives up when the far end never answers.
-    static constexpr std::chrono::seconds CONNECTING_LIMIT{30};
-    static constexpr std::chrono::seconds DISCONNECTED_LIMIT{30};
+    static constexpr std::chrono::seconds kConnectingLimit{30};
+    static constexpr std::chrono::seconds kDisconnectedLimit{30};
 
     explicit ConnectionMonitor(Report report);
 

@@ -11,7 +11,7 @@ void Gathering::onDone(std::size_t found, Clock::time_point now) {
 }
 
 bool Gathering::takeEnd(Clock::time_point now) {
-    if (!done_ || (told_ < done_->found && now - done_->when < LATE_CANDIDATE_LIMIT)) {
+    if (!done_ || (told_ < done_->found && now - done_->when < kLateCandidateLimit)) {
         return false;
     }
     done_.reset();

@@ -1,6 +1,6 @@
 // When the end of gathering is reported.
-#ifndef HOSTSDK_GATHERING_H
-#define HOSTSDK_GATHERING_H
+#ifndef HOSTSDK_SRC_CONNECTION_GATHERING_H
+#define HOSTSDK_SRC_CONNECTION_GATHERING_H
 
 #include <chrono>
 #include <cstddef>
@@ -15,7 +15,7 @@ public:
     using Clock = std::chrono::steady_clock;
 
     // One that is not told within this time is not coming.
-    static constexpr std::chrono::seconds LATE_CANDIDATE_LIMIT{1};
+    static constexpr std::chrono::seconds kLateCandidateLimit{1};
 
     void onCandidate();
     // The agent is done and has found so many candidates.

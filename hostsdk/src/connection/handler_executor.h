@@ -1,6 +1,6 @@
 // The thread on which a connection's handlers run.
-#ifndef HOSTSDK_HANDLER_EXECUTOR_H
-#define HOSTSDK_HANDLER_EXECUTOR_H
+#ifndef HOSTSDK_SRC_CONNECTION_HANDLER_EXECUTOR_H
+#define HOSTSDK_SRC_CONNECTION_HANDLER_EXECUTOR_H
 
 #include <chrono>
 #include <functional>

@@ -16,7 +16,7 @@ namespace zelrtc::hostsdk {
 
 namespace {
 
-constexpr std::chrono::milliseconds CHECK_PERIOD{250};
+constexpr std::chrono::milliseconds kCheckPeriod{250};
 
 // webrtcbin takes one STUN server, not over TLS, and any number of TURN servers.
 std::vector<IceServer> readServers(const RtcConfiguration& configuration) {
@@ -56,7 +56,7 @@ PeerConnection::PeerConnection(const RtcConfiguration& configuration)
     : RtcPeerConnection(),
       servers_(readServers(configuration)),
       monitor_([this](RTC_PEER_CONNECTION_STATE state) { reportState(state); }),
-      executor_(std::make_shared<HandlerExecutor>([this] { checkConnection(); }, CHECK_PERIOD)) {
+      executor_(std::make_shared<HandlerExecutor>([this] { checkConnection(); }, kCheckPeriod)) {
 }
 
 PeerConnection::~PeerConnection() {
@@ -118,7 +118,7 @@ void PeerConnection::reportGatheringEnd() {
     callCandidateHandler(nullptr);
     if (!gathering_.hasCandidate()) {
         logWarning("gathering ended without a candidate");
-        monitor_.onTransport(TransportEvent::FAILED, ConnectionMonitor::Clock::now());
+        monitor_.onTransport(TransportEvent::kFailed, ConnectionMonitor::Clock::now());
     }
 }
 
@@ -190,7 +190,7 @@ STATUS PeerConnection::setRemoteDescription(const RtcSessionDescriptionInit& des
     const std::string sdp = getField(description.sdp);
     std::vector<OfferedMedia> offer = parseOffer(sdp);
     if (description.type != SDP_TYPE_OFFER || offer.empty() || !pipeline_->setRemoteDescription(sdp)) {
-        return STATUS_SDP_UNREADABLE;
+        return kStatusSdpUnreadable;
     }
     offer_ = std::move(offer);
     addMedia();
@@ -237,7 +237,7 @@ STATUS PeerConnection::createAnswer(PRtcSessionDescriptionInit description) {
         return STATUS_INVALID_OPERATION;
     }
     if (offer_.empty()) {
-        return STATUS_NO_REMOTE_DESCRIPTION;
+        return kStatusNoRemoteDescription;
     }
     const std::optional<std::string> sdp = pipeline_->createAnswer();
     if (!sdp) {
@@ -258,7 +258,7 @@ STATUS PeerConnection::setLocalDescription(const RtcSessionDescriptionInit& desc
     }
     hasAskedServers_ = true;
     executor_->post([this] { monitor_.start(ConnectionMonitor::Clock::now()); });
-    return pipeline_->setLocalDescription(getField(description.sdp)) ? STATUS_SUCCESS : STATUS_SDP_UNREADABLE;
+    return pipeline_->setLocalDescription(getField(description.sdp)) ? STATUS_SUCCESS : kStatusSdpUnreadable;
 }
 
 STATUS PeerConnection::currentLocalDescription(PRtcSessionDescriptionInit description) {
@@ -294,9 +294,9 @@ STATUS PeerConnection::metrics(PRtcStats stats) {
     RtcStatsObject& object = stats->rtcStatsObject;
     switch (stats->requestedTypeOfStats) {
         case RTC_STATS_TYPE_LOCAL_CANDIDATE:
-            return selectedCandidate(Side::LOCAL, &object.localIceCandidateStats);
+            return selectedCandidate(Side::kLocal, &object.localIceCandidateStats);
         case RTC_STATS_TYPE_REMOTE_CANDIDATE:
-            return selectedCandidate(Side::REMOTE, &object.remoteIceCandidateStats);
+            return selectedCandidate(Side::kRemote, &object.remoteIceCandidateStats);
         case RTC_STATS_TYPE_ICE_SERVER:
             return iceServer(&object.iceServerStats);
         default:
@@ -316,7 +316,7 @@ STATUS PeerConnection::selectedCandidate(Side side, PRtcIceCandidateStats record
 STATUS PeerConnection::iceServer(PRtcIceServerStats record) {
     const UINT32 index = record->iceServerIndex;
     if (index >= servers_.size()) {
-        return STATUS_ICE_SERVER_INDEX;
+        return kStatusIceServerIndex;
     }
     // The ICE agent counts nothing per server: of one that it has asked, the figures are unknown.
     if (hasAskedServers_ && servers_[index].inUse) {

@@ -1,6 +1,6 @@
 // One call.
-#ifndef HOSTSDK_PEER_CONNECTION_H
-#define HOSTSDK_PEER_CONNECTION_H
+#ifndef HOSTSDK_SRC_CONNECTION_PEER_CONNECTION_H
+#define HOSTSDK_SRC_CONNECTION_PEER_CONNECTION_H
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 

@@ -8,11 +8,11 @@ namespace zelrtc::hostsdk {
 
 namespace {
 
-constexpr const char* NOT_APPLICABLE = "N/A";
+constexpr const char* kNotApplicable = "N/A";
 
 // webrtcbin names the sides right in the ids of its records, but swaps them in their types.
 const GstStructure* findCandidate(const GstStructure* statistics, Side side) {
-    const char* const prefix = side == Side::LOCAL ? "ice-candidate-local_" : "ice-candidate-remote_";
+    const char* const prefix = side == Side::kLocal ? "ice-candidate-local_" : "ice-candidate-remote_";
     for (gint i = 0; i < gst_structure_n_fields(statistics); i++) {
         const char* const name = gst_structure_nth_field_name(statistics, static_cast<guint>(i));
         const GValue* const value = gst_structure_get_value(statistics, name);
@@ -49,9 +49,9 @@ void setOrigin(RtcIceCandidateStats* record, const std::string& host, const std:
     const bool isRelay = getField(record->candidateType) == "relay";
     const IceServer* const server = findServer(servers, host, isRelay);
     setField(record->url, server == nullptr ? host : server->text);
-    setField(record->relayProtocol, isRelay && server != nullptr ? server->url->transport : NOT_APPLICABLE);
+    setField(record->relayProtocol, isRelay && server != nullptr ? server->url->transport : kNotApplicable);
     if (host.empty()) {
-        setField(record->url, NOT_APPLICABLE);
+        setField(record->url, kNotApplicable);
     }
 }
 
@@ -69,7 +69,7 @@ RtcIceCandidateStats candidateStatistics(const Reply& statistics, Side side, con
     setField(record.protocol, textField(candidate, "protocol"));
     record.port = numberField(candidate, "port");
     record.priority = numberField(candidate, "priority");
-    if (side == Side::LOCAL) {
+    if (side == Side::kLocal) {
         setOrigin(&record, textField(candidate, "url"), servers);
     }
     return record;

@@ -1,6 +1,6 @@
 // The SDK's statistics records, filled from what webrtcbin and the configuration know.
-#ifndef HOSTSDK_STATISTICS_H
-#define HOSTSDK_STATISTICS_H
+#ifndef HOSTSDK_SRC_CONNECTION_STATISTICS_H
+#define HOSTSDK_SRC_CONNECTION_STATISTICS_H
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
@@ -11,7 +11,7 @@
 
 namespace zelrtc::hostsdk {
 
-enum class Side { LOCAL, REMOTE };
+enum class Side { kLocal, kRemote };
 
 // The selected pair's candidate of that side; empty fields while no pair is selected. `servers` tell the address and
 // the transport of the server that a local candidate was learnt from, of which webrtcbin knows only the host.

@@ -40,7 +40,7 @@ STATUS Transceiver::write(const Frame& frame) {
     }
     const std::lock_guard<std::mutex> lock(mutex_);
     if (!ready_ || sender_ == nullptr) {
-        return STATUS_TRANSPORT_NOT_READY;
+        return kStatusTransportNotReady;
     }
     return sender_->write(frame);
 }

@@ -1,6 +1,6 @@
 // One track of a connection, out and in.
-#ifndef HOSTSDK_TRANSCEIVER_H
-#define HOSTSDK_TRANSCEIVER_H
+#ifndef HOSTSDK_SRC_CONNECTION_TRANSCEIVER_H
+#define HOSTSDK_SRC_CONNECTION_TRANSCEIVER_H
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 

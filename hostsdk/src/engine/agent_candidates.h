@@ -1,6 +1,6 @@
 // What the ICE agent under webrtcbin has found.
-#ifndef HOSTSDK_AGENT_CANDIDATES_H
-#define HOSTSDK_AGENT_CANDIDATES_H
+#ifndef HOSTSDK_SRC_ENGINE_AGENT_CANDIDATES_H
+#define HOSTSDK_SRC_ENGINE_AGENT_CANDIDATES_H
 
 #include <glib-object.h>
 

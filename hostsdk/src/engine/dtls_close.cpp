@@ -8,16 +8,16 @@ namespace zelrtc::hostsdk {
 
 namespace {
 
-constexpr std::chrono::milliseconds SENDING_LIMIT{200};
+constexpr std::chrono::milliseconds kSendingLimit{200};
 
-constexpr int DTLS_CONNECTED = 4;
+constexpr int kDtlsConnected = 4;
 
 using Signal = std::promise<void>;
 
 bool isConnected(GstElement* encoder) {
     gint state = 0;
     g_object_get(encoder, "connection-state", &state, nullptr);
-    return state == DTLS_CONNECTED;
+    return state == kDtlsConnected;
 }
 
 // Fulfils the promise at the pad's next occasion of that kind. The probe owns its share of the promise, since the
@@ -37,16 +37,16 @@ void closeEncoder(GstElement* encoder) {
     if (input == nullptr || output == nullptr || !isConnected(encoder)) {
         return;
     }
-    const auto started = std::make_shared<Signal>();
-    signalOnce(output.get(), GST_PAD_PROBE_TYPE_BUFFER, started);
+    const auto kStarted = std::make_shared<Signal>();
+    signalOnce(output.get(), GST_PAD_PROBE_TYPE_BUFFER, kStarted);
     // The end of the stream of application data is what makes the encoder close its side.
     gst_pad_send_event(input.get(), gst_event_new_eos());
-    if (started->get_future().wait_for(SENDING_LIMIT) != std::future_status::ready) {
+    if (kStarted->get_future().wait_for(kSendingLimit) != std::future_status::ready) {
         return;
     }
     const auto sent = std::make_shared<Signal>();
     signalOnce(output.get(), GST_PAD_PROBE_TYPE_IDLE, sent);
-    sent->get_future().wait_for(SENDING_LIMIT);
+    sent->get_future().wait_for(kSendingLimit);
 }
 
 }  // namespace

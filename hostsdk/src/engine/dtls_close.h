@@ -1,6 +1,6 @@
 // Telling the far end that the call is over.
-#ifndef HOSTSDK_DTLS_CLOSE_H
-#define HOSTSDK_DTLS_CLOSE_H
+#ifndef HOSTSDK_SRC_ENGINE_DTLS_CLOSE_H
+#define HOSTSDK_SRC_ENGINE_DTLS_CLOSE_H
 
 #include <gst/gst.h>
 

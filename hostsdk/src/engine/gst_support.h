@@ -1,6 +1,6 @@
 // Ownership of GStreamer's objects.
-#ifndef HOSTSDK_GST_SUPPORT_H
-#define HOSTSDK_GST_SUPPORT_H
+#ifndef HOSTSDK_SRC_ENGINE_GST_SUPPORT_H
+#define HOSTSDK_SRC_ENGINE_GST_SUPPORT_H
 
 #include <gst/gst.h>
 #include <gst/webrtc/webrtc.h>

@@ -11,7 +11,7 @@ namespace zelrtc::hostsdk {
 
 namespace {
 
-constexpr GstClockTime NANOSECONDS_PER_TICK = 100;
+constexpr GstClockTime kNanosecondsPerTick = 100;
 
 // What the sink's callbacks and the executor's tasks share.
 struct Inbox {
@@ -22,7 +22,7 @@ struct Inbox {
 };
 
 UINT64 toTicks(GstClockTime time) {
-    return GST_CLOCK_TIME_IS_VALID(time) ? time / NANOSECONDS_PER_TICK : 0;
+    return GST_CLOCK_TIME_IS_VALID(time) ? time / kNanosecondsPerTick : 0;
 }
 
 void deliver(Inbox* inbox, GstSample* sample) {

@@ -1,6 +1,6 @@
 // One track on its way in: RTP packets into frames.
-#ifndef HOSTSDK_MEDIA_RECEIVER_H
-#define HOSTSDK_MEDIA_RECEIVER_H
+#ifndef HOSTSDK_SRC_ENGINE_MEDIA_RECEIVER_H
+#define HOSTSDK_SRC_ENGINE_MEDIA_RECEIVER_H
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 

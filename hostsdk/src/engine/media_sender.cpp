@@ -11,10 +11,10 @@ namespace zelrtc::hostsdk {
 
 namespace {
 
-constexpr gint64 NANOSECONDS_PER_TICK = 100;
-constexpr gint64 SAME_TIMELINE = 2 * static_cast<gint64>(GST_SECOND);
+constexpr gint64 kNanosecondsPerTick = 100;
+constexpr gint64 kSameTimeline = 2 * static_cast<gint64>(GST_SECOND);
 // Some seconds of a rich stream: only a stuck transport gathers as much.
-constexpr guint64 MAX_QUEUED_BYTES = guint64{8} * 1024 * 1024;
+constexpr guint64 kMaxQueuedBytes = guint64{8} * 1024 * 1024;
 
 // h264parse repeats the parameter sets with each key frame, so that late joiners see a picture. The audio packetiser
 // must not count samples for its timestamps: a pause in the frames is a pause in the call.
@@ -35,12 +35,12 @@ std::string senderDescription(RTC_CODEC codec, int payloadType, guint ssrc) {
 
 GstClockTime PresentationClock::toRunningTime(UINT64 presentationTs, GstClockTime runningTime,
                                               std::optional<gint64>* trackOffset) {
-    const auto presentation = static_cast<gint64>(presentationTs) * NANOSECONDS_PER_TICK;
+    const auto presentation = static_cast<gint64>(presentationTs) * kNanosecondsPerTick;
     const gint64 offset = static_cast<gint64>(runningTime) - presentation;
     if (!*trackOffset) {
         const std::lock_guard<std::mutex> lock(mutex_);
         offset_ = offset_.value_or(offset);
-        *trackOffset = std::llabs(*offset_ - offset) < SAME_TIMELINE ? *offset_ : offset;
+        *trackOffset = std::llabs(*offset_ - offset) < kSameTimeline ? *offset_ : offset;
     }
     if (presentation + **trackOffset < 0) {
         *trackOffset = offset;
@@ -73,7 +73,7 @@ MediaSender::MediaSender(GstElement* pipeline, GstPtr<GstElement> source, std::s
 
 STATUS MediaSender::write(const Frame& frame) {
     GstAppSrc* const source = GST_APP_SRC(source_.get());
-    if (gst_app_src_get_current_level_bytes(source) > MAX_QUEUED_BYTES) {
+    if (gst_app_src_get_current_level_bytes(source) > kMaxQueuedBytes) {
         return STATUS_NOT_ENOUGH_MEMORY;
     }
     GstBuffer* const buffer = gst_buffer_new_memdup(frame.frameData, frame.size);

@@ -1,6 +1,6 @@
 // One track on its way out: frames into RTP packets.
-#ifndef HOSTSDK_MEDIA_SENDER_H
-#define HOSTSDK_MEDIA_SENDER_H
+#ifndef HOSTSDK_SRC_ENGINE_MEDIA_SENDER_H
+#define HOSTSDK_SRC_ENGINE_MEDIA_SENDER_H
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 

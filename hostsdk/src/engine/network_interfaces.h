@@ -1,6 +1,6 @@
 // What the host's network offers to the ICE agent.
-#ifndef HOSTSDK_NETWORK_INTERFACES_H
-#define HOSTSDK_NETWORK_INTERFACES_H
+#ifndef HOSTSDK_SRC_ENGINE_NETWORK_INTERFACES_H
+#define HOSTSDK_SRC_ENGINE_NETWORK_INTERFACES_H
 
 namespace zelrtc::hostsdk {
 

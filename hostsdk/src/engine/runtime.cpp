@@ -11,9 +11,9 @@ namespace zelrtc::hostsdk {
 namespace {
 
 // dtlsdec makes the certificate when the first one of the process is created.
-constexpr const char* ELEMENTS[] = {"webrtcbin", "nicesrc",    "nicesink",     "dtlsdec",    "dtlsenc",
-                                    "srtpenc",   "srtpdec",    "rtpbin",       "appsrc",     "appsink",
-                                    "h264parse", "rtph264pay", "rtph264depay", "rtppcmupay", "rtppcmudepay"};
+constexpr const char* kElements[] = {"webrtcbin", "nicesrc",    "nicesink",     "dtlsdec",    "dtlsenc",
+                                     "srtpenc",   "srtpdec",    "rtpbin",       "appsrc",     "appsink",
+                                     "h264parse", "rtph264pay", "rtph264depay", "rtppcmupay", "rtppcmudepay"};
 
 bool createOnce(const char* name) {
     GstElement* const element = gst_element_factory_make(name, nullptr);
@@ -34,7 +34,7 @@ bool start() {
         return false;
     }
     bool complete = true;
-    for (const char* const name : ELEMENTS) {
+    for (const char* const name : kElements) {
         complete = createOnce(name) && complete;
     }
     return complete;
@@ -43,8 +43,8 @@ bool start() {
 }  // namespace
 
 bool startRuntime() {
-    static const bool started = start();
-    return started;
+    static const bool kStarted = start();
+    return kStarted;
 }
 
 }  // namespace zelrtc::hostsdk

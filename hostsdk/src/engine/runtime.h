@@ -1,6 +1,6 @@
 // What a process does once.
-#ifndef HOSTSDK_RUNTIME_H
-#define HOSTSDK_RUNTIME_H
+#ifndef HOSTSDK_SRC_ENGINE_RUNTIME_H
+#define HOSTSDK_SRC_ENGINE_RUNTIME_H
 
 namespace zelrtc::hostsdk {
 

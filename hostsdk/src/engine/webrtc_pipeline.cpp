@@ -16,14 +16,14 @@ namespace zelrtc::hostsdk {
 
 namespace {
 
-constexpr guint JITTER_BUFFER_MS = 100;
+constexpr guint kJitterBufferMs = 100;
 // Two instead of seven: gathering through a TURN server ends in 0.8 s instead of 2.0 s.
-constexpr guint STUN_RETRANSMISSIONS = 2;
+constexpr guint kStunRetransmissions = 2;
 // Between two connectivity checks: the shortest pause that RFC 8445 allows. With the agent's own 20 ms, waiting for the
 // next check is most of the time that a call on a near network takes to connect.
-constexpr guint CHECK_PACING_MS = 5;
-constexpr int DTLS_CLOSED = 1;
-constexpr int DTLS_CONNECTED = 4;
+constexpr guint kCheckPacingMs = 5;
+constexpr int kDtlsClosed = 1;
+constexpr int kDtlsConnected = 4;
 
 // RTP and RTCP packets, among everything that shares the transport (RFC 7983).
 bool isMediaPacket(guint8 firstByte) {
@@ -133,9 +133,9 @@ void WebRtcPipeline::Link::onConnectionState(GstElement* webrtcbin, GParamSpec*,
     GstWebRTCPeerConnectionState state = GST_WEBRTC_PEER_CONNECTION_STATE_NEW;
     g_object_get(webrtcbin, "connection-state", &state, nullptr);
     if (state == GST_WEBRTC_PEER_CONNECTION_STATE_CONNECTED) {
-        postTransport(*link, TransportEvent::CONNECTED);
+        postTransport(*link, TransportEvent::kConnected);
     } else if (state == GST_WEBRTC_PEER_CONNECTION_STATE_FAILED) {
-        postTransport(*link, TransportEvent::FAILED);
+        postTransport(*link, TransportEvent::kFailed);
     }
 }
 
@@ -153,10 +153,10 @@ void WebRtcPipeline::Link::onElementAdded(GstBin*, GstBin*, GstElement* element,
 void WebRtcPipeline::Link::onDtlsState(GstElement* dtlsdec, GParamSpec*, std::shared_ptr<Link>* link) {
     gint state = 0;
     g_object_get(dtlsdec, "connection-state", &state, nullptr);
-    if (state == DTLS_CONNECTED) {
+    if (state == kDtlsConnected) {
         (*link)->dtlsConnected = true;
-    } else if (state == DTLS_CLOSED && (*link)->dtlsConnected.exchange(false)) {
-        postTransport(*link, TransportEvent::CLOSED_BY_FAR_END);
+    } else if (state == kDtlsClosed && (*link)->dtlsConnected.exchange(false)) {
+        postTransport(*link, TransportEvent::kClosedByFarEnd);
     }
 }
 
@@ -233,7 +233,7 @@ WebRtcPipeline::~WebRtcPipeline() {
 }
 
 void WebRtcPipeline::configure(bool relayOnly, const std::vector<IceServer>& servers) {
-    g_object_set(webrtcbin_, "bundle-policy", GST_WEBRTC_BUNDLE_POLICY_MAX_BUNDLE, "latency", JITTER_BUFFER_MS,
+    g_object_set(webrtcbin_, "bundle-policy", GST_WEBRTC_BUNDLE_POLICY_MAX_BUNDLE, "latency", kJitterBufferMs,
                  "ice-transport-policy",
                  relayOnly ? GST_WEBRTC_ICE_TRANSPORT_POLICY_RELAY : GST_WEBRTC_ICE_TRANSPORT_POLICY_ALL, nullptr);
     configureAgent();
@@ -261,8 +261,8 @@ void WebRtcPipeline::configureAgent() {
 
     const GstPtr<GObject> agent = objectProperty(ice.get(), "agent");
     // The router's port mapping costs 200 ms of gathering, answered or not.
-    g_object_set(agent.get(), "upnp", FALSE, "stun-max-retransmissions", STUN_RETRANSMISSIONS, "stun-pacing-timer",
-                 CHECK_PACING_MS, nullptr);
+    g_object_set(agent.get(), "upnp", FALSE, "stun-max-retransmissions", kStunRetransmissions, "stun-pacing-timer",
+                 kCheckPacingMs, nullptr);
     connectSignal(agent.get(), "candidate-gathering-done", G_CALLBACK(Link::onGatheringDone), link_);
 }
 

@@ -1,6 +1,6 @@
 // webrtcbin and what surrounds it: one call's transport and negotiation.
-#ifndef HOSTSDK_WEBRTC_PIPELINE_H
-#define HOSTSDK_WEBRTC_PIPELINE_H
+#ifndef HOSTSDK_SRC_ENGINE_WEBRTC_PIPELINE_H
+#define HOSTSDK_SRC_ENGINE_WEBRTC_PIPELINE_H
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 

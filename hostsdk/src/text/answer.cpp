@@ -6,7 +6,7 @@ namespace zelrtc::hostsdk {
 
 namespace {
 
-constexpr const char* DEFAULT_PROFILE_LEVEL_ID = "42e01f";
+constexpr const char* kDefaultProfileLevelId = "42e01f";
 
 bool contains(const std::string& line, const char* text) {
     return line.find(text) != std::string::npos;
@@ -22,7 +22,7 @@ std::string withProfile(const std::string& line, const std::vector<AnsweredForma
         const std::string prefix = "a=fmtp:" + std::to_string(format.payloadType) + " ";
         if (line.rfind(prefix, 0) == 0 && !contains(line, "profile-level-id")) {
             return line + ";profile-level-id=" +
-                   (format.profileLevelId.empty() ? DEFAULT_PROFILE_LEVEL_ID : format.profileLevelId);
+                   (format.profileLevelId.empty() ? kDefaultProfileLevelId : format.profileLevelId);
         }
     }
     return line;

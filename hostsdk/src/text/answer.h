@@ -1,6 +1,6 @@
 // What the answer needs beyond the text that webrtcbin writes.
-#ifndef HOSTSDK_ANSWER_H
-#define HOSTSDK_ANSWER_H
+#ifndef HOSTSDK_SRC_TEXT_ANSWER_H
+#define HOSTSDK_SRC_TEXT_ANSWER_H
 
 #include <string>
 #include <vector>

@@ -25,18 +25,18 @@ void fillRecord(const std::string& line, PRtcIceCandidateInit candidate) {
 
 STATUS readCandidate(std::string_view text, PRtcIceCandidateInit candidate) {
     if (isBareLine(text)) {
-        return STATUS_CANDIDATE_NOT_AN_OBJECT;
+        return kStatusCandidateNotAnObject;
     }
     const nlohmann::json object = readJson(text);
     if (object.is_discarded() || object.empty()) {
-        return STATUS_JSON_UNREADABLE;
+        return kStatusJsonUnreadable;
     }
     if (!object.is_object()) {
-        return STATUS_CANDIDATE_NOT_AN_OBJECT;
+        return kStatusCandidateNotAnObject;
     }
     const std::string line = stringMember(object, "candidate").value_or("");
     if (line.empty()) {
-        return STATUS_CANDIDATE_MISSING;
+        return kStatusCandidateMissing;
     }
     fillRecord(line, candidate);
     return STATUS_SUCCESS;

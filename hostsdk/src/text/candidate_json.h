@@ -1,6 +1,6 @@
 // Candidates as JSON text.
-#ifndef HOSTSDK_CANDIDATE_JSON_H
-#define HOSTSDK_CANDIDATE_JSON_H
+#ifndef HOSTSDK_SRC_TEXT_CANDIDATE_JSON_H
+#define HOSTSDK_SRC_TEXT_CANDIDATE_JSON_H
 
 #include <string>
 

@@ -11,7 +11,7 @@ namespace zelrtc::hostsdk {
 
 namespace {
 
-enum Field { FOUNDATION, COMPONENT, TRANSPORT, PRIORITY, ADDRESS, PORT, TYP, TYPE, FIELD_COUNT };
+enum Field { kFoundation, kComponent, kTransport, kPriority, kAddress, kPort, kTyp, kType, kFieldCount };
 
 std::vector<std::string> splitWords(const std::string& text) {
     std::istringstream stream(text);
@@ -29,8 +29,8 @@ std::string lowerCase(std::string text) {
 }
 
 bool isNumber(const std::string& text, unsigned long long maximum) {
-    constexpr size_t LONGEST = 10;
-    if (text.empty() || text.size() > LONGEST || text.find_first_not_of("0123456789") != std::string::npos) {
+    constexpr size_t kLongest = 10;
+    if (text.empty() || text.size() > kLongest || text.find_first_not_of("0123456789") != std::string::npos) {
         return false;
     }
     return std::stoull(text) <= maximum;
@@ -42,9 +42,9 @@ bool isNumericAddress(const std::string& address) {
 }
 
 bool isUsable(const std::vector<std::string>& words) {
-    return words.size() >= FIELD_COUNT && isNumber(words[COMPONENT], 256) && lowerCase(words[TRANSPORT]) == "udp" &&
-           isNumber(words[PRIORITY], 0xffffffffULL) && isNumericAddress(words[ADDRESS]) &&
-           isNumber(words[PORT], 0xffffULL) && words[TYP] == "typ";
+    return words.size() >= kFieldCount && isNumber(words[kComponent], 256) && lowerCase(words[kTransport]) == "udp" &&
+           isNumber(words[kPriority], 0xffffffffULL) && isNumericAddress(words[kAddress]) &&
+           isNumber(words[kPort], 0xffffULL) && words[kTyp] == "typ";
 }
 
 bool contains(const std::vector<std::string>& words, const char* word) {
@@ -63,12 +63,12 @@ std::optional<std::string> usableCandidate(const std::string& line) {
 
 std::string sdkCandidate(const std::string& line) {
     std::vector<std::string> words = splitWords(line);
-    if (words.size() < FIELD_COUNT) {
+    if (words.size() < kFieldCount) {
         return line;
     }
-    words[TRANSPORT] = lowerCase(words[TRANSPORT]);
+    words[kTransport] = lowerCase(words[kTransport]);
     if (!contains(words, "raddr")) {
-        words.insert(words.begin() + FIELD_COUNT, {"raddr", "0.0.0.0", "rport", "0"});
+        words.insert(words.begin() + kFieldCount, {"raddr", "0.0.0.0", "rport", "0"});
     }
     std::string result;
     for (const std::string& word : words) {

@@ -1,6 +1,6 @@
 // Candidate lines as SDP writes them (RFC 8839, section 5.1).
-#ifndef HOSTSDK_CANDIDATE_LINE_H
-#define HOSTSDK_CANDIDATE_LINE_H
+#ifndef HOSTSDK_SRC_TEXT_CANDIDATE_LINE_H
+#define HOSTSDK_SRC_TEXT_CANDIDATE_LINE_H
 
 #include <optional>
 #include <string>

@@ -7,21 +7,21 @@ namespace zelrtc::hostsdk {
 
 namespace {
 
-constexpr int DEFAULT_PORT = 3478;
-constexpr int DEFAULT_TLS_PORT = 5349;
-constexpr int MAX_PORT = 65535;
+constexpr int kDefaultPort = 3478;
+constexpr int kDefaultTlsPort = 5349;
+constexpr int kMaxPort = 65535;
 
 bool isSecure(const IceServerUrl& url) {
     return url.scheme == "stuns" || url.scheme == "turns";
 }
 
 std::optional<int> parsePort(const std::string& text) {
-    constexpr size_t LONGEST = 5;
-    if (text.empty() || text.size() > LONGEST || text.find_first_not_of("0123456789") != std::string::npos) {
+    constexpr size_t kLongest = 5;
+    if (text.empty() || text.size() > kLongest || text.find_first_not_of("0123456789") != std::string::npos) {
         return std::nullopt;
     }
     const int port = std::stoi(text);
-    if (port == 0 || port > MAX_PORT) {
+    if (port == 0 || port > kMaxPort) {
         return std::nullopt;
     }
     return port;
@@ -35,7 +35,7 @@ bool parseHostAndPort(const std::string& text, IceServerUrl* url) {
     }
     const size_t colon = text.find(':', hostEnd);
     url->host = text.substr(0, colon);
-    url->port = isSecure(*url) ? DEFAULT_TLS_PORT : DEFAULT_PORT;
+    url->port = isSecure(*url) ? kDefaultTlsPort : kDefaultPort;
     if (colon != std::string::npos) {
         const std::optional<int> port = parsePort(text.substr(colon + 1));
         if (!port) {

@@ -1,6 +1,6 @@
 // Addresses of ICE servers (RFC 7064, RFC 7065).
-#ifndef HOSTSDK_ICE_SERVER_URL_H
-#define HOSTSDK_ICE_SERVER_URL_H
+#ifndef HOSTSDK_SRC_TEXT_ICE_SERVER_URL_H
+#define HOSTSDK_SRC_TEXT_ICE_SERVER_URL_H
 
 #include <optional>
 #include <string>

@@ -1,6 +1,6 @@
 // The little of JSON that descriptions and candidates need.
-#ifndef HOSTSDK_JSON_TEXT_H
-#define HOSTSDK_JSON_TEXT_H
+#ifndef HOSTSDK_SRC_TEXT_JSON_TEXT_H
+#define HOSTSDK_SRC_TEXT_JSON_TEXT_H
 
 #include <nlohmann/json.hpp>
 #include <optional>

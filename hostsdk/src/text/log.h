@@ -1,6 +1,6 @@
 // How hostsdk writes to the log: through the hook that the application may have replaced.
-#ifndef HOSTSDK_LOG_H
-#define HOSTSDK_LOG_H
+#ifndef HOSTSDK_SRC_TEXT_LOG_H
+#define HOSTSDK_SRC_TEXT_LOG_H
 
 #include <com/amazonaws/kinesis/video/common/PlatformUtils.h>
 

@@ -10,8 +10,8 @@ namespace zelrtc::hostsdk {
 
 namespace {
 
-constexpr int UNSUITABLE = 100;
-constexpr long MAX_PAYLOAD_TYPE = 127;
+constexpr int kUnsuitable = 100;
+constexpr long kMaxPayloadType = 127;
 
 bool startsWith(const std::string& text, const char* prefix) {
     return text.rfind(prefix, 0) == 0;
@@ -37,7 +37,7 @@ std::vector<std::string> splitLines(const std::string& text) {
 int readPayloadType(const char* text) {
     char* end = nullptr;
     const long number = std::strtol(text, &end, 10);
-    return end == text || number < 0 || number > MAX_PAYLOAD_TYPE ? -1 : static_cast<int>(number);
+    return end == text || number < 0 || number > kMaxPayloadType ? -1 : static_cast<int>(number);
 }
 
 // The payload types with a meaning of their own (RFC 3551), which need no rtpmap.
@@ -130,7 +130,7 @@ std::string parameter(const std::string& parameters, const char* name) {
 int rankH264(const PayloadFormat& format) {
     if (!equalsIgnoringCase(format.encoding, "H264/90000") ||
         parameter(format.parameters, "packetization-mode") != "1") {
-        return UNSUITABLE;
+        return kUnsuitable;
     }
     const std::string profile = profileLevelId(format.parameters).substr(0, 4);
     if (equalsIgnoringCase(profile, "42e0") || equalsIgnoringCase(profile, "42c0")) {
@@ -142,7 +142,7 @@ int rankH264(const PayloadFormat& format) {
 int rankMulaw(const PayloadFormat& format) {
     const bool isMulaw =
         equalsIgnoringCase(format.encoding, "PCMU/8000") || equalsIgnoringCase(format.encoding, "PCMU/8000/1");
-    return isMulaw ? 0 : UNSUITABLE;
+    return isMulaw ? 0 : kUnsuitable;
 }
 
 int rank(const PayloadFormat& format, RTC_CODEC codec) {
@@ -183,7 +183,7 @@ std::optional<PayloadFormat> chooseFormat(const OfferedMedia& media, RTC_CODEC c
                                        [codec](const PayloadFormat& left, const PayloadFormat& right) {
                                            return rank(left, codec) < rank(right, codec);
                                        });
-    if (best == media.formats.end() || rank(*best, codec) == UNSUITABLE) {
+    if (best == media.formats.end() || rank(*best, codec) == kUnsuitable) {
         return std::nullopt;
     }
     return *best;

@@ -1,6 +1,6 @@
 // What an offer asks for, as far as the answer depends on it.
-#ifndef HOSTSDK_OFFER_H
-#define HOSTSDK_OFFER_H
+#ifndef HOSTSDK_SRC_TEXT_OFFER_H
+#define HOSTSDK_SRC_TEXT_OFFER_H
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 

@@ -7,13 +7,13 @@
 
 namespace {
 
-constexpr const char* LEVEL_NAMES[] = {"", "VERBOSE", "DEBUG", "INFO", "WARN", "ERROR", "FATAL", "SILENT", "PROFILE"};
-constexpr UINT32 LEVEL_COUNT = sizeof(LEVEL_NAMES) / sizeof(LEVEL_NAMES[0]);
+constexpr const char* kLevelNames[] = {"", "VERBOSE", "DEBUG", "INFO", "WARN", "ERROR", "FATAL", "SILENT", "PROFILE"};
+constexpr UINT32 kLevelCount = sizeof(kLevelNames) / sizeof(kLevelNames[0]);
 
 std::atomic<UINT32> lowestLevel{LOG_LEVEL_WARN};
 
 const char* levelName(UINT32 level) {
-    return level < LEVEL_COUNT ? LEVEL_NAMES[level] : "";
+    return level < kLevelCount ? kLevelNames[level] : "";
 }
 
 void writeTime() {

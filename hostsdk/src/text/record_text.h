@@ -1,6 +1,6 @@
 // Texts in the SDK's fixed-size fields.
-#ifndef HOSTSDK_RECORD_TEXT_H
-#define HOSTSDK_RECORD_TEXT_H
+#ifndef HOSTSDK_SRC_TEXT_RECORD_TEXT_H
+#define HOSTSDK_SRC_TEXT_RECORD_TEXT_H
 
 #include <com/amazonaws/kinesis/video/common/PlatformUtils.h>
 

@@ -6,8 +6,8 @@
 namespace zelrtc::hostsdk {
 
 std::optional<double> readRemb(const uint8_t* data, size_t size) {
-    constexpr size_t FIXED_SIZE = 8;
-    if (size < FIXED_SIZE || std::memcmp(data, "REMB", 4) != 0) {
+    constexpr size_t kFixedSize = 8;
+    if (size < kFixedSize || std::memcmp(data, "REMB", 4) != 0) {
         return std::nullopt;
     }
     // One byte counts the sources; then 6 bits of exponent and 18 of mantissa.

@@ -1,6 +1,6 @@
 // Receiver estimated maximum bitrate (draft-alvestrand-rmcat-remb-03).
-#ifndef HOSTSDK_REMB_H
-#define HOSTSDK_REMB_H
+#ifndef HOSTSDK_SRC_TEXT_REMB_H
+#define HOSTSDK_SRC_TEXT_REMB_H
 
 #include <cstddef>
 #include <cstdint>

@@ -13,11 +13,11 @@ namespace {
 
 STATUS readType(const nlohmann::json& object, SDP_TYPE* result) {
     if (!object.contains("type")) {
-        return STATUS_DESCRIPTION_TYPE_MISSING;
+        return kStatusDescriptionTypeMissing;
     }
     const std::string type = stringMember(object, "type").value_or("");
     if (type != "offer" && type != "answer") {
-        return STATUS_DESCRIPTION_TYPE_UNKNOWN;
+        return kStatusDescriptionTypeUnknown;
     }
     *result = type == "offer" ? SDP_TYPE_OFFER : SDP_TYPE_ANSWER;
     return STATUS_SUCCESS;
@@ -30,7 +30,7 @@ STATUS readDescription(std::string_view text, PRtcSessionDescriptionInit descrip
         object = readJson(withoutRawLineEnds(text));
     }
     if (!object.is_object() || object.empty()) {
-        return STATUS_JSON_UNREADABLE;
+        return kStatusJsonUnreadable;
     }
 
     SDP_TYPE type = SDP_TYPE_OFFER;
@@ -40,10 +40,10 @@ STATUS readDescription(std::string_view text, PRtcSessionDescriptionInit descrip
     }
     const std::string sdp = stringMember(object, "sdp").value_or("");
     if (sdp.empty() || hasRawLineEnds) {
-        return STATUS_DESCRIPTION_SDP_MISSING;
+        return kStatusDescriptionSdpMissing;
     }
     if (std::max(sdp.size(), escapedMember(text, "sdp").size()) > MAX_SESSION_DESCRIPTION_INIT_SDP_LEN) {
-        return STATUS_DESCRIPTION_SDP_TOO_LONG;
+        return kStatusDescriptionSdpTooLong;
     }
     description->type = type;
     setField(description->sdp, sdp);

@@ -14,8 +14,8 @@
 namespace zelrtc::test {
 namespace {
 
-constexpr std::chrono::seconds startLimit(20);
-constexpr std::chrono::seconds responseLimit(15);
+constexpr std::chrono::seconds kStartLimit(20);
+constexpr std::chrono::seconds kResponseLimit(15);
 
 int entriesIn(const std::string& folder) {
     const std::filesystem::directory_iterator entries(folder);
@@ -30,7 +30,7 @@ std::string addressIn(const std::string& output) {
 
 httplib::Client client(const std::string& url) {
     httplib::Client http(url);
-    http.set_read_timeout(responseLimit);
+    http.set_read_timeout(kResponseLimit);
     return http;
 }
 
@@ -43,7 +43,7 @@ CameraProcess::CameraProcess(const std::vector<std::string>& extraArguments) {
     arguments.insert(arguments.end(), extraArguments.begin(), extraArguments.end());
     const std::string output = folder_.file("camera.out");
     process_ = std::make_unique<ChildProcess>(ZELRTC_CAMERA, arguments, output, folder_.file("camera.err"));
-    eventually([&] { return !addressIn(readFile(output)).empty() || process_->waitForExit({}); }, startLimit);
+    eventually([&] { return !addressIn(readFile(output)).empty() || process_->waitForExit({}); }, kStartLimit);
     url_ = addressIn(readFile(output));
     if (url_.empty()) {
         throw std::runtime_error("the camera does not serve: " + readFile(folder_.file("camera.err")));
@@ -93,7 +93,7 @@ bool CameraProcess::hasNoCalls(std::chrono::milliseconds limit) const {
 }
 
 bool CameraProcess::firstCallLasts(std::chrono::duration<double> time) const {
-    const auto limit = std::chrono::duration_cast<std::chrono::milliseconds>(time) + responseLimit;
+    const auto limit = std::chrono::duration_cast<std::chrono::milliseconds>(time) + kResponseLimit;
     return eventually(
         [&] {
             const nlohmann::json calls = get("/calls");

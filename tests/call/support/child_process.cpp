@@ -13,13 +13,13 @@
 namespace zelrtc::test {
 namespace {
 
-constexpr int notStarted = 127;
-constexpr int endedBySignal = 128;
+constexpr int kNotStarted = 127;
+constexpr int kEndedBySignal = 128;
 
 void redirect(int descriptor, const char* path) {
     const int file = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
     if (file < 0 || dup2(file, descriptor) < 0) {
-        _exit(notStarted);
+        _exit(kNotStarted);
     }
 }
 
@@ -46,7 +46,7 @@ ChildProcess::ChildProcess(const std::string& program, const std::vector<std::st
         redirect(STDOUT_FILENO, outputPath.c_str());
         redirect(STDERR_FILENO, errorPath.c_str());
         execvp(program.c_str(), vector.data());
-        _exit(notStarted);
+        _exit(kNotStarted);
     }
 }
 
@@ -66,7 +66,7 @@ void ChildProcess::signal(int number) const {
 bool ChildProcess::hasEnded() {
     int status = 0;
     if (!status_ && waitpid(pid_, &status, WNOHANG) == pid_) {
-        status_ = WIFEXITED(status) ? WEXITSTATUS(status) : endedBySignal + WTERMSIG(status);
+        status_ = WIFEXITED(status) ? WEXITSTATUS(status) : kEndedBySignal + WTERMSIG(status);
     }
     return status_.has_value();
 }

@@ -18,9 +18,9 @@ std::string textOf(const sockaddr& address) {
 }
 
 bool isUsable(const ifaddrs& entry) {
-    constexpr unsigned running = IFF_UP | IFF_RUNNING;
+    constexpr unsigned kRunning = IFF_UP | IFF_RUNNING;
     return entry.ifa_addr != nullptr && entry.ifa_addr->sa_family == AF_INET &&
-           (entry.ifa_flags & (running | IFF_LOOPBACK)) == running;
+           (entry.ifa_flags & (kRunning | IFF_LOOPBACK)) == kRunning;
 }
 
 }  // namespace

@@ -13,9 +13,9 @@
 namespace zelrtc::test {
 namespace {
 
-constexpr const char* user = "viewer";
-constexpr const char* credential = "open sesame";
-constexpr std::chrono::seconds listenLimit(10);
+constexpr const char* kUser = "viewer";
+constexpr const char* kCredential = "open sesame";
+constexpr std::chrono::seconds kListenLimit(10);
 
 sockaddr_in ownPlace(int port) {
     sockaddr_in address{};
@@ -52,7 +52,7 @@ std::vector<std::string> arguments(int port, const ScratchFolder& folder) {
             "--relay-ip=" + ownAddress(),
             "--listening-port=" + std::to_string(port),
             "--lt-cred-mech",
-            "--user=" + std::string(user) + ":" + credential,
+            "--user=" + std::string(kUser) + ":" + kCredential,
             "--realm=calls.test",
             "--allow-loopback-peers",
             "--no-tls",
@@ -69,7 +69,7 @@ std::vector<std::string> arguments(int port, const ScratchFolder& folder) {
 TurnServer::TurnServer()
     : port_(freePort()),
       process_("turnserver", arguments(port_, folder_), folder_.file("turn.out"), folder_.file("turn.err")) {
-    if (!eventually([this] { return accepts(port_); }, listenLimit)) {
+    if (!eventually([this] { return accepts(port_); }, kListenLimit)) {
         throw std::runtime_error("turnserver does not listen: " + readFile(folder_.file("turn.err")));
     }
 }
@@ -79,11 +79,11 @@ std::string TurnServer::url(const std::string& transport) const {
 }
 
 std::string TurnServer::description(const std::string& transport) const {
-    return url(transport) + "," + user + "," + credential;
+    return url(transport) + "," + kUser + "," + kCredential;
 }
 
 std::string TurnServer::wrongDescription(const std::string& transport) const {
-    return url(transport) + "," + user + ",wrong";
+    return url(transport) + "," + kUser + ",wrong";
 }
 
 }  // namespace zelrtc::test

@@ -10,7 +10,7 @@
 namespace zelrtc::test {
 namespace {
 
-constexpr std::size_t headerBytes = 44;
+constexpr std::size_t kHeaderBytes = 44;
 
 std::uint32_t numberAt(const std::string& bytes, std::size_t at, std::size_t size) {
     std::uint32_t value = 0;
@@ -54,27 +54,27 @@ double WavFile::level() const {
 
 double WavFile::shareAt(double hertz) const {
     // Short blocks, so that a lost packet shifts the phase of one of them only.
-    constexpr std::size_t block = 400;
+    constexpr std::size_t kBlock = 400;
     double wanted = 0;
     double all = 0;
-    for (std::size_t at = 0; at + block <= samples.size(); at += block) {
-        wanted += energyAt(samples.data() + at, block, hertz / samplesPerSecond);
-        all += energy(samples.data() + at, block);
+    for (std::size_t at = 0; at + kBlock <= samples.size(); at += kBlock) {
+        wanted += energyAt(samples.data() + at, kBlock, hertz / samplesPerSecond);
+        all += energy(samples.data() + at, kBlock);
     }
     return all > 0 ? wanted / all : 0;
 }
 
 WavFile readWav(const std::string& path) {
     const std::string bytes = readFile(path);
-    if (bytes.size() < headerBytes || bytes.compare(0, 4, "RIFF") != 0 || bytes.compare(8, 8, "WAVEfmt ") != 0 ||
+    if (bytes.size() < kHeaderBytes || bytes.compare(0, 4, "RIFF") != 0 || bytes.compare(8, 8, "WAVEfmt ") != 0 ||
         numberAt(bytes, 20, 2) != 1 || numberAt(bytes, 22, 2) != 1 || numberAt(bytes, 34, 2) != 16 ||
         bytes.compare(36, 4, "data") != 0) {
         throw std::runtime_error(path + " is not a 16 bit mono WAV file");
     }
     WavFile wav;
     wav.samplesPerSecond = numberAt(bytes, 24, 4);
-    wav.samples.resize(std::min<std::size_t>(numberAt(bytes, 40, 4), bytes.size() - headerBytes) / 2);
-    std::memcpy(wav.samples.data(), bytes.data() + headerBytes, wav.samples.size() * 2);
+    wav.samples.resize(std::min<std::size_t>(numberAt(bytes, 40, 4), bytes.size() - kHeaderBytes) / 2);
+    std::memcpy(wav.samples.data(), bytes.data() + kHeaderBytes, wav.samples.size() * 2);
     return wav;
 }
 

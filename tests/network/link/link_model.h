@@ -2,8 +2,8 @@
  * @file link_model.h
  * What a bad network does to the packets of one direction, decided packet by packet and the same on every run.
  */
-#ifndef ZELRTC_LINK_MODEL_H
-#define ZELRTC_LINK_MODEL_H
+#ifndef TESTS_NETWORK_LINK_LINK_MODEL_H
+#define TESTS_NETWORK_LINK_LINK_MODEL_H
 
 #include <chrono>
 #include <cstddef>

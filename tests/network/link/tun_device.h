@@ -1,5 +1,5 @@
-#ifndef ZELRTC_TUN_DEVICE_H
-#define ZELRTC_TUN_DEVICE_H
+#ifndef TESTS_NETWORK_LINK_TUN_DEVICE_H
+#define TESTS_NETWORK_LINK_TUN_DEVICE_H
 
 #include <cstdint>
 #include <optional>
