@@ -1,5 +1,6 @@
 /** Counts, measures and on request keeps the camera's audio. */
-#pragma once
+#ifndef APPS_VIEWER_AUDIO_RECEIVER_H
+#define APPS_VIEWER_AUDIO_RECEIVER_H
 
 #include <gst/app/gstappsink.h>
 
@@ -40,3 +41,5 @@ private:
 };
 
 }  // namespace zelrtc::viewer
+
+#endif

@@ -1,5 +1,6 @@
 /** What one call saw, collected from all the threads that see something. */
-#pragma once
+#ifndef APPS_VIEWER_CALL_STATISTICS_H
+#define APPS_VIEWER_CALL_STATISTICS_H
 
 #include <chrono>
 #include <cstdint>
@@ -106,3 +107,5 @@ private:
 };
 
 }  // namespace zelrtc::viewer
+
+#endif

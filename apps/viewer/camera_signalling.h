@@ -1,5 +1,6 @@
 /** The demo camera's own calls: JSON over HTTP, events back over a server-sent stream. */
-#pragma once
+#ifndef APPS_VIEWER_CAMERA_SIGNALLING_H
+#define APPS_VIEWER_CAMERA_SIGNALLING_H
 
 #include <httplib.h>
 
@@ -36,3 +37,5 @@ private:
 };
 
 }  // namespace zelrtc::viewer
+
+#endif

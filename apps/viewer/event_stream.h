@@ -1,5 +1,6 @@
 /** Server-sent events as they come in pieces from the network. */
-#pragma once
+#ifndef APPS_VIEWER_EVENT_STREAM_H
+#define APPS_VIEWER_EVENT_STREAM_H
 
 #include <functional>
 #include <string>
@@ -33,3 +34,5 @@ private:
 };
 
 }  // namespace zelrtc::viewer
+
+#endif

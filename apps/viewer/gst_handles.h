@@ -1,5 +1,6 @@
 /** Owners for GStreamer's reference-counted things. */
-#pragma once
+#ifndef APPS_VIEWER_GST_HANDLES_H
+#define APPS_VIEWER_GST_HANDLES_H
 
 #include <gst/gst.h>
 #include <gst/webrtc/webrtc.h>
@@ -52,3 +53,5 @@ inline PadRef padOf(GstElement* bin, const char* element, const char* pad) {
 }
 
 }  // namespace zelrtc::viewer
+
+#endif

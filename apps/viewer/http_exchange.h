@@ -1,5 +1,6 @@
 /** One HTTP request and what became of it. */
-#pragma once
+#ifndef APPS_VIEWER_HTTP_EXCHANGE_H
+#define APPS_VIEWER_HTTP_EXCHANGE_H
 
 #include <httplib.h>
 
@@ -25,3 +26,5 @@ void sendUntilAnswered(const std::function<httplib::Result()>& send, const std::
 std::string locationPath(const httplib::Response& response);
 
 }  // namespace zelrtc::viewer
+
+#endif

@@ -1,5 +1,6 @@
 /** A STUN or TURN server as a person types it and as GStreamer wants it. */
-#pragma once
+#ifndef APPS_VIEWER_ICE_SERVER_H
+#define APPS_VIEWER_ICE_SERVER_H
 
 #include <string>
 
@@ -23,3 +24,5 @@ struct IceServer {
 IceServer parseIceServer(const std::string& text);
 
 }  // namespace zelrtc::viewer
+
+#endif

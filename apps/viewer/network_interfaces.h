@@ -1,5 +1,6 @@
 /** What this host can gather candidates on. */
-#pragma once
+#ifndef APPS_VIEWER_NETWORK_INTERFACES_H
+#define APPS_VIEWER_NETWORK_INTERFACES_H
 
 namespace zelrtc::viewer {
 
@@ -7,3 +8,5 @@ namespace zelrtc::viewer {
 bool hasOnlyLoopback();
 
 }  // namespace zelrtc::viewer
+
+#endif

@@ -1,5 +1,6 @@
 /** What the command line asks for. */
-#pragma once
+#ifndef APPS_VIEWER_OPTIONS_H
+#define APPS_VIEWER_OPTIONS_H
 
 #include <chrono>
 #include <optional>
@@ -54,3 +55,5 @@ struct StartRefused {
 Options parseOptions(int argc, const char* const* argv);
 
 }  // namespace zelrtc::viewer
+
+#endif

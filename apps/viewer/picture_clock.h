@@ -1,5 +1,6 @@
 /** Reads the capture time that the camera's test picture carries. */
-#pragma once
+#ifndef APPS_VIEWER_PICTURE_CLOCK_H
+#define APPS_VIEWER_PICTURE_CLOCK_H
 
 #include <cstddef>
 #include <cstdint>
@@ -22,3 +23,5 @@ struct LumaPlane {
 std::optional<std::uint32_t> readPictureClock(const LumaPlane& picture);
 
 }  // namespace zelrtc::viewer
+
+#endif

@@ -1,5 +1,6 @@
 /** What the program prints and how it exits. */
-#pragma once
+#ifndef APPS_VIEWER_REPORT_H
+#define APPS_VIEWER_REPORT_H
 
 #include <string>
 #include <vector>
@@ -19,3 +20,5 @@ std::string reportAsText(const std::vector<CallRecord>& records, const Options& 
 int exitStatus(const std::vector<CallRecord>& records, const Options& options);
 
 }  // namespace zelrtc::viewer
+
+#endif

@@ -1,5 +1,6 @@
 /** How a call's texts travel to the camera and back. */
-#pragma once
+#ifndef APPS_VIEWER_SIGNALLING_H
+#define APPS_VIEWER_SIGNALLING_H
 
 #include <cstdint>
 #include <stdexcept>
@@ -49,3 +50,5 @@ public:
 };
 
 }  // namespace zelrtc::viewer
+
+#endif

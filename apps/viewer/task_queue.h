@@ -1,5 +1,6 @@
 /** Hands work from any thread to the one thread that runs a call. */
-#pragma once
+#ifndef APPS_VIEWER_TASK_QUEUE_H
+#define APPS_VIEWER_TASK_QUEUE_H
 
 #include <chrono>
 #include <condition_variable>
@@ -32,3 +33,5 @@ private:
 };
 
 }  // namespace zelrtc::viewer
+
+#endif

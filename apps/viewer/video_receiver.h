@@ -1,5 +1,6 @@
 /** Counts, and on request decodes, the camera's video. */
-#pragma once
+#ifndef APPS_VIEWER_VIDEO_RECEIVER_H
+#define APPS_VIEWER_VIDEO_RECEIVER_H
 
 #include <gst/app/gstappsink.h>
 
@@ -31,3 +32,5 @@ private:
 };
 
 }  // namespace zelrtc::viewer
+
+#endif

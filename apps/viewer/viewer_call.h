@@ -1,5 +1,6 @@
 /** The course of one call, from the offer to the hang-up. */
-#pragma once
+#ifndef APPS_VIEWER_VIEWER_CALL_H
+#define APPS_VIEWER_VIEWER_CALL_H
 
 #include <atomic>
 #include <memory>
@@ -70,3 +71,5 @@ private:
 };
 
 }  // namespace zelrtc::viewer
+
+#endif

@@ -1,5 +1,6 @@
 /** The offering end of one peer connection, on webrtcbin. */
-#pragma once
+#ifndef APPS_VIEWER_VIEWER_PEER_H
+#define APPS_VIEWER_VIEWER_PEER_H
 
 #include <string>
 #include <vector>
@@ -74,3 +75,5 @@ private:
 };
 
 }  // namespace zelrtc::viewer
+
+#endif

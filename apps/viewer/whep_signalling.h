@@ -1,5 +1,6 @@
 /** Calls as a WHEP player places them. */
-#pragma once
+#ifndef APPS_VIEWER_WHEP_SIGNALLING_H
+#define APPS_VIEWER_WHEP_SIGNALLING_H
 
 #include <httplib.h>
 
@@ -28,3 +29,5 @@ private:
 };
 
 }  // namespace zelrtc::viewer
+
+#endif

@@ -1,7 +1,10 @@
 /** Statuses of the C library that the tests name, by their values. */
-#pragma once
+#ifndef TESTS_HOSTSDK_STATUSES_H
+#define TESTS_HOSTSDK_STATUSES_H
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
 constexpr STATUS kNotJson = 0x1500000c;
 constexpr STATUS kTransportNotReady = 0x5b000006;
+
+#endif

@@ -1,5 +1,6 @@
 /** The demo camera under test. */
-#pragma once
+#ifndef TESTS_CALL_SUPPORT_CAMERA_PROCESS_H
+#define TESTS_CALL_SUPPORT_CAMERA_PROCESS_H
 
 #include <httplib.h>
 
@@ -64,3 +65,5 @@ private:
 };
 
 }  // namespace zelrtc::test
+
+#endif

@@ -1,5 +1,6 @@
 /** A program that a test runs. */
-#pragma once
+#ifndef TESTS_CALL_SUPPORT_CHILD_PROCESS_H
+#define TESTS_CALL_SUPPORT_CHILD_PROCESS_H
 
 #include <sys/types.h>
 
@@ -36,3 +37,5 @@ private:
 };
 
 }  // namespace zelrtc::test
+
+#endif

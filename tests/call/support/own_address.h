@@ -1,5 +1,6 @@
 /** Where on this host servers can stand. */
-#pragma once
+#ifndef TESTS_CALL_SUPPORT_OWN_ADDRESS_H
+#define TESTS_CALL_SUPPORT_OWN_ADDRESS_H
 
 #include <string>
 
@@ -12,3 +13,5 @@ namespace zelrtc::test {
 std::string ownAddress();
 
 }  // namespace zelrtc::test
+
+#endif

@@ -1,5 +1,6 @@
 /** A folder for one test's files. */
-#pragma once
+#ifndef TESTS_CALL_SUPPORT_SCRATCH_FOLDER_H
+#define TESTS_CALL_SUPPORT_SCRATCH_FOLDER_H
 
 #include <string>
 
@@ -26,3 +27,5 @@ private:
 std::string readFile(const std::string& path);
 
 }  // namespace zelrtc::test
+
+#endif

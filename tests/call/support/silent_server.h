@@ -1,5 +1,6 @@
 /** A server that answers nothing. */
-#pragma once
+#ifndef TESTS_CALL_SUPPORT_SILENT_SERVER_H
+#define TESTS_CALL_SUPPORT_SILENT_SERVER_H
 
 #include <string>
 
@@ -24,3 +25,5 @@ private:
 };
 
 }  // namespace zelrtc::test
+
+#endif

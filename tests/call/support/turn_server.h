@@ -1,5 +1,6 @@
 /** A TURN server on this host. */
-#pragma once
+#ifndef TESTS_CALL_SUPPORT_TURN_SERVER_H
+#define TESTS_CALL_SUPPORT_TURN_SERVER_H
 
 #include <string>
 
@@ -26,3 +27,5 @@ private:
 };
 
 }  // namespace zelrtc::test
+
+#endif

@@ -1,5 +1,6 @@
 /** The headless viewer as a program. */
-#pragma once
+#ifndef TESTS_CALL_SUPPORT_VIEWER_PROCESS_H
+#define TESTS_CALL_SUPPORT_VIEWER_PROCESS_H
 
 #include <chrono>
 #include <nlohmann/json.hpp>
@@ -45,3 +46,5 @@ private:
 ViewerProcess::Outcome view(const std::string& url, const std::vector<std::string>& arguments);
 
 }  // namespace zelrtc::test
+
+#endif

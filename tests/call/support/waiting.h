@@ -1,5 +1,6 @@
 /** Waiting for what other processes bring about. */
-#pragma once
+#ifndef TESTS_CALL_SUPPORT_WAITING_H
+#define TESTS_CALL_SUPPORT_WAITING_H
 
 #include <chrono>
 #include <functional>
@@ -10,3 +11,5 @@ namespace zelrtc::test {
 bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds limit);
 
 }  // namespace zelrtc::test
+
+#endif

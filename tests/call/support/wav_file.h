@@ -1,5 +1,6 @@
 /** What a recording holds. */
-#pragma once
+#ifndef TESTS_CALL_SUPPORT_WAV_FILE_H
+#define TESTS_CALL_SUPPORT_WAV_FILE_H
 
 #include <cstdint>
 #include <string>
@@ -23,3 +24,5 @@ struct WavFile {
 WavFile readWav(const std::string& path);
 
 }  // namespace zelrtc::test
+
+#endif
