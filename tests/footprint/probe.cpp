@@ -1,5 +1,5 @@
 // Prints what a session costs at run time as JSON: its size, the heap it holds, and the stack that each operation and
-// each handler touches. The SDK is the stub of the package tests, which keeps next to nothing on the stack.
+// each handler touches. The SDK is the stub SDK, which keeps next to nothing on the stack.
 #include <malloc.h>
 #include <ucontext.h>
 

@@ -51,7 +51,7 @@ make_stub_sdk() {
     mkdir -p "$prefix/lib" "$objects"
     copy_sdk_headers "$prefix"
     for unit in stub_client stub_platform; do
-        run "$CC" -c -O1 -fPIC -I"$prefix/include" "$SOURCE/tests/package/stubsdk/$unit.c" -o "$objects/$unit.o"
+        run "$CC" -c -O1 -fPIC -I"$prefix/include" "$SOURCE/tests/support/stub_sdk/$unit.c" -o "$objects/$unit.o"
     done
     if [ "$kind" = static ]; then
         run ar rcs "$prefix/lib/lib$client.a" "$objects/stub_client.o"

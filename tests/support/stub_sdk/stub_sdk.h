@@ -3,8 +3,8 @@
  * compiles against whatever SDK headers it is given, and keeps its own stack frames small, so that a stack measured
  * above it is the session's.
  */
-#ifndef STUB_SDK_H
-#define STUB_SDK_H
+#ifndef TESTS_SUPPORT_STUB_SDK_STUB_SDK_H
+#define TESTS_SUPPORT_STUB_SDK_STUB_SDK_H
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 

@@ -1,6 +1,6 @@
 /** Where on this host servers can stand. */
-#ifndef TESTS_CALL_SUPPORT_OWN_ADDRESS_H
-#define TESTS_CALL_SUPPORT_OWN_ADDRESS_H
+#ifndef TESTS_SUPPORT_OWN_ADDRESS_H
+#define TESTS_SUPPORT_OWN_ADDRESS_H
 
 #include <string>
 

@@ -1,6 +1,6 @@
 /** Waiting for what other processes bring about. */
-#ifndef TESTS_CALL_SUPPORT_WAITING_H
-#define TESTS_CALL_SUPPORT_WAITING_H
+#ifndef TESTS_SUPPORT_WAITING_H
+#define TESTS_SUPPORT_WAITING_H
 
 #include <chrono>
 #include <functional>

@@ -1,6 +1,6 @@
 /** A folder for one test's files. */
-#ifndef TESTS_CALL_SUPPORT_SCRATCH_FOLDER_H
-#define TESTS_CALL_SUPPORT_SCRATCH_FOLDER_H
+#ifndef TESTS_SUPPORT_SCRATCH_FOLDER_H
+#define TESTS_SUPPORT_SCRATCH_FOLDER_H
 
 #include <string>
 

@@ -1,6 +1,6 @@
 /** A program that a test runs. */
-#ifndef TESTS_CALL_SUPPORT_CHILD_PROCESS_H
-#define TESTS_CALL_SUPPORT_CHILD_PROCESS_H
+#ifndef TESTS_SUPPORT_CHILD_PROCESS_H
+#define TESTS_SUPPORT_CHILD_PROCESS_H
 
 #include <sys/types.h>
 

@@ -1,6 +1,6 @@
 /** A TURN server on this host. */
-#ifndef TESTS_CALL_SUPPORT_TURN_SERVER_H
-#define TESTS_CALL_SUPPORT_TURN_SERVER_H
+#ifndef TESTS_SUPPORT_TURN_SERVER_H
+#define TESTS_SUPPORT_TURN_SERVER_H
 
 #include <string>
 

@@ -1,6 +1,6 @@
 /** A server that answers nothing. */
-#ifndef TESTS_CALL_SUPPORT_SILENT_SERVER_H
-#define TESTS_CALL_SUPPORT_SILENT_SERVER_H
+#ifndef TESTS_SUPPORT_SILENT_SERVER_H
+#define TESTS_SUPPORT_SILENT_SERVER_H
 
 #include <string>
 
