@@ -9,8 +9,9 @@
 namespace bench {
 
 /**
- * The least that a guarded write can cost when an application writes it by hand: both flags loaded, one frame filled,
- * the SDK called. What the session is measured against.
+ * The least that a guarded write can cost when an application writes it by hand: one frame filled, both flags loaded,
+ * the SDK called. The session is measured against it. The frame is filled first, as in the session, because the other
+ * order costs nine instructions more.
  */
 class HandWrittenSender {
 public:
