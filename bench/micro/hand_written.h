@@ -1,5 +1,6 @@
-#ifndef ZELRTC_BENCH_HAND_WRITTEN_H
-#define ZELRTC_BENCH_HAND_WRITTEN_H
+/** @file hand_written.h The floor: what a guarded write costs without a session. */
+#ifndef BENCH_MICRO_HAND_WRITTEN_H
+#define BENCH_MICRO_HAND_WRITTEN_H
 
 #include <cstddef>
 #include <cstdint>
