@@ -154,9 +154,32 @@ ZELRTC_SESSION_ID ZelRtcSession::getSessionId() {
 
 // ---- negotiation ----
 
+// The connection that init is building. It is released unless init keeps it, also when an exception leaves init: the
+// callback's own, or that of a text for which there is no memory.
+class ZelRtcSession::NewConnection {
+public:
+    explicit NewConnection(ZelRtcSession* pSession) : pPeerConnection(nullptr), pSession_(pSession) {
+    }
+    ~NewConnection() {
+        release();
+    }
+
+    void release() {
+        if (pPeerConnection != nullptr) {
+            pSession_->pPeerConnection_ = nullptr;
+            pSession_->releaseRtcConnection(&pPeerConnection);
+        }
+    }
+
+    PRtcPeerConnection pPeerConnection;
+
+private:
+    ZelRtcSession* pSession_;
+};
+
 int ZelRtcSession::init(const std::string& offer) {
     UINT32 retStatus = STATUS_SUCCESS;
-    PRtcPeerConnection pPeerConnection = nullptr;
+    NewConnection connection(this);
     PRtcRtpTransceiver pVideoRtcRtpTransceiver = nullptr;
     PRtcRtpTransceiver pAudioRtcRtpTransceiver = nullptr;
 
@@ -166,33 +189,24 @@ int ZelRtcSession::init(const std::string& offer) {
         retStatus = STATUS_INVALID_ARG;
         ZELRTC_LOG(kLogFailure, "peer connection already created");
     } else {
-        retStatus = initializePeerConnection(sid_, sessionConfig_, &pPeerConnection);
+        retStatus = initializePeerConnection(sid_, sessionConfig_, &connection.pPeerConnection);
         if (retStatus == STATUS_SUCCESS) {
-            retStatus = registerHandlers(pPeerConnection);
-        }
-        if (retStatus == STATUS_SUCCESS) {
-            retStatus = declareCodecs(pPeerConnection);
-        }
-        if (retStatus == STATUS_SUCCESS) {
-            retStatus = addVideoTrack(pPeerConnection, &pVideoRtcRtpTransceiver);
-        }
-        if (retStatus == STATUS_SUCCESS) {
-            retStatus = addAudioTrack(pPeerConnection, &pAudioRtcRtpTransceiver);
+            retStatus = setUp(connection.pPeerConnection, &pVideoRtcRtpTransceiver, &pAudioRtcRtpTransceiver);
         }
         if (retStatus == STATUS_SUCCESS) {
             // Gathering may end while the offer is still being handled, and its handler needs the connection.
-            pPeerConnection_ = pPeerConnection;
-            retStatus = handleOffer(pPeerConnection, offer);
+            pPeerConnection_ = connection.pPeerConnection;
+            retStatus = handleOffer(connection.pPeerConnection, offer);
         }
     }
 
     if (retStatus == STATUS_SUCCESS) {
         pVideoRtcRtpTransceiver_ = pVideoRtcRtpTransceiver;
         pAudioRtcRtpTransceiver_ = pAudioRtcRtpTransceiver;
-    } else if (pPeerConnection != nullptr) {
+        connection.pPeerConnection = nullptr;
+    } else if (connection.pPeerConnection != nullptr) {
         ZELRTC_LOG(kLogFailure, "session: %d, init failed, destroy rtc connection", sid_);
-        pPeerConnection_ = nullptr;
-        releaseRtcConnection(&pPeerConnection);
+        connection.release();
     }
     ZELRTC_LOG_STATUS(retStatus);
     return static_cast<int>(retStatus);
@@ -230,6 +244,21 @@ UINT32 initializePeerConnection(ZELRTC_SESSION_ID sid, ZelRtcSessionConfig sessi
     const UINT32 retStatus = createPeerConnection(&configuration, ppRtcPeerConnection);
     const double endTime = zelrtcGetTimeMs();
     ZELRTC_LOG(kLogDetail, "createPeerConnection took %.2fms, return 0x%x", endTime - startTime, retStatus);
+    return retStatus;
+}
+
+UINT32 ZelRtcSession::setUp(PRtcPeerConnection pPeerConnection, PRtcRtpTransceiver* ppVideoTransceiver,
+                            PRtcRtpTransceiver* ppAudioTransceiver) {
+    UINT32 retStatus = registerHandlers(pPeerConnection);
+    if (retStatus == STATUS_SUCCESS) {
+        retStatus = declareCodecs(pPeerConnection);
+    }
+    if (retStatus == STATUS_SUCCESS) {
+        retStatus = addVideoTrack(pPeerConnection, ppVideoTransceiver);
+    }
+    if (retStatus == STATUS_SUCCESS) {
+        retStatus = addAudioTrack(pPeerConnection, ppAudioTransceiver);
+    }
     return retStatus;
 }
 

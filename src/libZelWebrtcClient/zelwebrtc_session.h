@@ -118,6 +118,10 @@ private:
     ZelRtcSession(const ZelRtcSession&);
     ZelRtcSession& operator=(const ZelRtcSession&);
 
+    class NewConnection;
+
+    UINT32 setUp(PRtcPeerConnection pPeerConnection, PRtcRtpTransceiver* ppVideoTransceiver,
+                 PRtcRtpTransceiver* ppAudioTransceiver);
     UINT32 registerHandlers(PRtcPeerConnection pPeerConnection);
     UINT32 addVideoTrack(PRtcPeerConnection pPeerConnection, PRtcRtpTransceiver* ppTransceiver);
     UINT32 addAudioTrack(PRtcPeerConnection pPeerConnection, PRtcRtpTransceiver* ppTransceiver);

@@ -1,6 +1,7 @@
 // Every SDK call of a negotiation fails in turn, and memory runs out: nothing stays behind, and the next try succeeds.
 #include <algorithm>
 #include <new>
+#include <stdexcept>
 #include <tuple>
 
 #include "allocations.h"
@@ -269,6 +270,54 @@ TEST_F(MemoryExhaustion, InTheCopyOfTheConfigurationLeavesTheSessionReadyForAnot
     EXPECT_EQ(Members(*session), before);
     EXPECT_THAT(events(), ::testing::IsEmpty());
     EXPECT_EQ(session->init(offer), 0);
+}
+
+// Every text that init copies, the answer included.
+TEST_F(MemoryExhaustion, InInitLeavesNoConnectionAndTheSessionReadyForAnotherOffer) {
+    ZelWebrtcSessionCallback silent;
+    construct(configWithLongTexts(), &silent);
+    const std::string offer = kOffer;
+    int result = -1;
+    const unsigned allocations = failEachAllocation([&] { result = session->init(offer); });
+    EXPECT_EQ(result, 0) << "the first try that had its memory";
+    EXPECT_EQ(allocations, 1U + 4 * 3 + 1) << "four servers with three texts each in a list, and the answer";
+    EXPECT_EQ(sdk.liveConnections(), 1U);
+}
+
+class ThrowingAnswer : public SessionTest {
+protected:
+    ThrowingAnswer() {
+        construct(trickleConfig(iceServers(2)));
+        app.duringAnswer = [] { throw std::runtime_error("no way to the viewer"); };
+    }
+};
+
+TEST_F(ThrowingAnswer, LeavesInitAndLeavesTheSessionAsItWas) {
+    const Members before(*session);
+    EXPECT_THROW(session->init(kOffer), std::runtime_error);
+    EXPECT_EQ(Members(*session), before);
+    EXPECT_EQ(sdk.liveConnections(), 0U);
+    const Journal all = events();
+    ASSERT_GE(all.size(), 2U);
+    EXPECT_EQ(Journal(all.end() - 2, all.end()), (Journal{"closePeerConnection pc1", "freePeerConnection pc1"}));
+}
+
+TEST_F(ThrowingAnswer, MayBeFollowedByAnotherOffer) {
+    EXPECT_THROW(session->init(kOffer), std::runtime_error);
+    app.duringAnswer = nullptr;
+    EXPECT_EQ(session->init(kOffer), 0);
+    connection().fireState(RTC_PEER_CONNECTION_STATE_CONNECTED);
+    uint8_t frame[] = {0};
+    EXPECT_EQ(session->writeVideoData(frame, sizeof(frame), 0, kKeyFrame, 1), 0);
+}
+
+// As after any other failure of init: a handler that runs meanwhile finds a session without a connection.
+TEST_F(ThrowingAnswer, ForgetsTheConnectionBeforeItIsReleased) {
+    RtcPeerConnection untouched;
+    PRtcPeerConnection seen = &untouched;
+    sdk.during(SdkFunction::closePeerConnection, [&] { seen = member(*session, pPeerConnection_Tag()); });
+    EXPECT_THROW(session->init(kOffer), std::runtime_error);
+    EXPECT_EQ(seen, nullptr);
 }
 
 }  // namespace
