@@ -1,9 +1,4 @@
-/**
- * @file zelwebrtc.h
- * The records an application fills in to describe a call and the interface through which a session reports back.
- *
- * An application includes zelwebrtc_session.h, which includes this header.
- */
+/** @file zelwebrtc.h The records that describe a call, and the interface through which a session reports back. */
 #ifndef ZELWEBRTC_H
 #define ZELWEBRTC_H
 
@@ -14,11 +9,13 @@
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
-/** The library's semantic version; every other statement of it is derived from these three numbers. */
+// Applications include zelwebrtc_session.h, which includes this header.
+
+/** The library's semantic version. The build and the packages take it from these three numbers. */
 #define ZELRTC_VERSION_MAJOR 0
-/** Second number: additions. */
+/** Incremented for additions. */
 #define ZELRTC_VERSION_MINOR 1
-/** Third number: corrections. */
+/** Incremented for fixes. */
 #define ZELRTC_VERSION_PATCH 0
 
 #if defined(__GNUC__)
@@ -27,57 +24,63 @@
 #define ZELRTC_API
 #endif
 
-/** Names one call. The application chooses it; the library prints it in the log and passes it to every callback. */
+/** Identifies a call. The application chooses it; it appears in the log and is passed to every callback. */
 typedef int32_t ZELRTC_SESSION_ID;
 
-/** The bit in a frame's `flags` that marks a video key frame. It is not the SDK's own key-frame value. */
+/** The bit in a write's `flags` that marks a video key frame. Not the SDK's FRAME_FLAG_KEY_FRAME. */
 enum { ZELRTC_FRAME_FLAG_KEY_FRAME = 0x10 };
 
-/** Results of the media writes that are the library's own; every other non-zero result is a status of the SDK. */
+/** Results of the media writes. Any other value is a status of the SDK. */
 enum {
-    /** The frame was handed to the SDK, or left out on purpose (stream not selected, audio off). */
+    /** Handed to the SDK, or skipped on purpose: the stream is not selected, or audio is off. */
     ZELRTC_WRITE_OK = 0,
-    /** Not sent: the call is not connected, or has been ended. */
+    /** Not sent: the call is not connected, or has ended. */
     ZELRTC_WRITE_NOT_CONNECTED = -1,
-    /** Not sent: video starts with a key frame, and this frame is not one. */
+    /** Not sent: video must start with a key frame, and this is not one. */
     ZELRTC_WRITE_WAITING_KEY_FRAME = -127
 };
 
-/** One STUN or TURN server. Each text may hold at most 256 bytes; a server with a longer one is left out of the call.
- */
+/** One STUN or TURN server. A server with a text of more than 256 bytes is skipped. */
 struct ZelRtcIceServer {
-    std::string url;        /**< "stun:host:port", "turn:host:port?transport=udp" and the like. */
-    std::string username;   /**< Login of a TURN server; empty for none, and the credential is then not used either. */
-    std::string credential; /**< The password that belongs to the user name. */
+    std::string url;        /**< For example "stun:host:port" or "turn:host:port?transport=udp". */
+    std::string username;   /**< TURN user name; if empty, the credential is ignored too. */
+    std::string credential; /**< TURN password. */
 };
 
-/** What a session needs to know about its call. The session copies the record and never changes the caller's. */
+/** How a call is to be made. The session works on its own copy. */
 struct ZelRtcSessionConfig {
-    /** Starts with all flags false and no servers. */
+    /** All flags false, no servers. */
     ZELRTC_API ZelRtcSessionConfig();
 
-    /** A call placed by the Alexa voice service: always trickle, never relay only, and without ICE servers. */
+    /** A call from the Alexa voice service: always trickle, never relay-only, no ICE servers. */
     bool isAlexaCall;
-    /** true: the answer goes out at once and candidates follow; false: one answer that holds every candidate. */
+    /** true: answer at once and send candidates as they are found; false: one answer with all candidates. */
     bool trickleIce;
     /** Use relayed (TURN) candidates only. */
     bool relayOnly;
-    /** The servers in order of use. The SDK takes 21; the rest is left out with a line in the log. */
+    /** Used in this order. The SDK takes 21; the rest are skipped and logged. */
     std::vector<ZelRtcIceServer> iceServers;
 };
 
 /**
- * What a session tells its application. Override what is of interest; the rest does nothing.
+ * What a session reports to its application. Override what you need; the defaults do nothing.
  *
- * The application owns the object and keeps it alive until every session that was given it is destroyed. But for
- * onAnswer of a trickle call every operation runs on a thread of the SDK and holds that thread up for as long as it
- * takes. From inside any of them a session's getters, media writes, setAudioVideoType, addRemoteCandidate and teminate
- * may be called, but the session must not be destroyed there. None is called again once teminate has returned, save
- * for one that was already on its way on another thread, and onAnswer of a trickle init that is called after it.
+ * The application owns the object and must keep it alive until every session that uses it is destroyed.
  *
- * The bodies stand here, and not in the library, so that an application compiled with run-time type information can
- * derive from the class although the library was compiled without.
+ * All callbacks run on an SDK thread, except onAnswer in trickle mode, which runs inside init. The SDK thread waits
+ * until the callback returns. The table of threads at ZelRtcSession says what may overlap.
+ *
+ * A callback may call the session's getters, media writes, setAudioVideoType, addRemoteCandidate and teminate. It must
+ * not call init and must not destroy the session.
+ *
+ * A callback must not throw. On an SDK thread the exception runs into the SDK's C code: std::terminate at best,
+ * undefined behaviour at worst. From a trickle onAnswer it leaves through init, which first releases the connection,
+ * so init may be called again; a library built with -fno-exceptions promises nothing.
+ *
+ * After teminate returns, no new callback starts. One already running on another thread may still finish. Calling init
+ * afterwards still delivers a trickle onAnswer.
  */
+// Defined inline so that an application built with RTTI can derive from it even if the library was built without.
 class ZELRTC_API ZelWebrtcSessionCallback {
 public:
     ZelWebrtcSessionCallback() {
@@ -86,10 +89,10 @@ public:
     }
 
     /**
-     * The answer is ready to be sent to the viewer. Called once a call: in a trickle call inside init, on the thread
-     * that called it; otherwise when candidate gathering has ended, on a thread of the SDK.
+     * The answer, to be sent to the viewer. Called once per call: in trickle mode inside init, otherwise when candidate
+     * gathering has ended.
      * @param sid    the session
-     * @param answer the SDK's JSON form of the answer, at most 10239 bytes; valid during the call
+     * @param answer the answer as the SDK's JSON, at most 10239 bytes; valid until the callback returns
      */
     virtual void onAnswer(ZELRTC_SESSION_ID sid, const std::string& answer) {
         (void) sid;
@@ -97,9 +100,9 @@ public:
     }
 
     /**
-     * One local candidate to be sent to the viewer; only in a trickle call, possibly before init has returned.
+     * A local candidate, to be sent to the viewer. Trickle mode only; may come before init returns.
      * @param sid       the session
-     * @param candidate the SDK's JSON form of the candidate; valid during the call
+     * @param candidate the candidate as the SDK's JSON; valid until the callback returns
      */
     virtual void onIceCandidate(ZELRTC_SESSION_ID sid, const std::string& candidate) {
         (void) sid;
@@ -107,10 +110,10 @@ public:
     }
 
     /**
-     * The connection entered a state. In CONNECTED media may be written from here on; DISCONNECTED, FAILED and CLOSED
-     * are for the application to act on, the session does nothing more by itself.
+     * The connection changed state. From CONNECTED on, media can be written. The session does not act on DISCONNECTED,
+     * FAILED or CLOSED; that is up to the application.
      * @param sid   the session
-     * @param state the state exactly as the SDK reported it
+     * @param state the state as the SDK reported it
      */
     virtual void onStateChange(ZELRTC_SESSION_ID sid, RTC_PEER_CONNECTION_STATE state) {
         (void) sid;
@@ -118,10 +121,10 @@ public:
     }
 
     /**
-     * One frame of the viewer's audio, G.711 mu-law at 8 kHz.
+     * A frame of the viewer's audio: G.711 mu-law, 8 kHz.
      * @param sid  the session
-     * @param data the SDK's own buffer, valid only during the call: copy what is to be kept
-     * @param size bytes in data
+     * @param data the SDK's buffer, valid until the callback returns: copy what you keep
+     * @param size in bytes
      */
     virtual void onAudioFrame(ZELRTC_SESSION_ID sid, void* data, unsigned int size) {
         (void) sid;

@@ -1,5 +1,6 @@
-#ifndef ZELRTC_BENCH_ALLOCATIONS_H
-#define ZELRTC_BENCH_ALLOCATIONS_H
+/** @file allocations.h How often a thread asks for memory: what a benchmark reports beside its time. */
+#ifndef BENCH_MICRO_ALLOCATIONS_H
+#define BENCH_MICRO_ALLOCATIONS_H
 
 #include <cstdint>
 

@@ -3,6 +3,9 @@
 
 The counts come from callgrind, which gives the same number on every run: the difference of two runs that write
 different numbers of frames is the cost of a frame and of nothing else.
+
+With --account it prints instead which instructions of the write itself one frame runs through; what is left out, the
+loop around it and the SDK below it, is the same for all of them.
 """
 import argparse
 import json
@@ -14,13 +17,46 @@ import tempfile
 FEW, MANY = 1000, 11000
 FLOOR = "by hand"
 COMPARED = ("video", "audio")
+WRITES = re.compile(r"(?:ZelRtcSession|HandWrittenSender)::write")
 
 
-def instructions(loop, number, frames):
-    with tempfile.NamedTemporaryFile() as out:
-        command = ["valgrind", "--tool=callgrind", f"--callgrind-out-file={out.name}", loop, str(number), str(frames)]
-        run = subprocess.run(command, capture_output=True, text=True, check=True)
-    return int(re.search(r"Collected : (\d+)", run.stderr).group(1))
+def profile(loop, number, frames):
+    """Instructions in all, and how often each instruction of the writes ran, by address."""
+    with tempfile.NamedTemporaryFile(mode="r") as out:
+        subprocess.run(["valgrind", "--tool=callgrind", "--dump-instr=yes", "--compress-strings=no",
+                        "--compress-pos=no", f"--callgrind-out-file={out.name}", loop, str(number), str(frames)],
+                       capture_output=True, check=True)
+        text = out.read()
+    runs = {}
+    for function in re.split(r"^fn=", text, flags=re.MULTILINE)[1:]:
+        name, _, body = function.partition("\n")
+        if WRITES.search(name):
+            body = re.sub(r"^calls=.*\n.*\n", "", body, flags=re.MULTILINE)
+            for address, count in re.findall(r"^(0x[0-9a-f]+) \d+ (\d+)$", body, re.MULTILINE):
+                runs[int(address, 16)] = runs.get(int(address, 16), 0) + int(count)
+    return int(re.search(r"^summary: (\d+)", text, re.MULTILINE).group(1)), runs
+
+
+def cost_of_frame(loop, number):
+    (many, _), (few, _) = (profile(loop, number, frames) for frames in (MANY, FEW))
+    return (many - few) / (MANY - FEW)
+
+
+def disassembly(loop):
+    listing = subprocess.run(["objdump", "-d", "-C", "--no-show-raw-insn", loop], capture_output=True, text=True,
+                             check=True).stdout
+    return {int(address, 16): " ".join(text.split())
+            for address, text in re.findall(r"^ +([0-9a-f]+):\t(.*)$", listing, re.MULTILINE)}
+
+
+def print_account(loop, names):
+    texts = disassembly(loop)
+    for name in (FLOOR, *COMPARED):
+        _, runs = profile(loop, names.index(name), FEW)
+        path = sorted(address for address, count in runs.items() if count >= FEW)
+        print(f"{name}: {len(path)} instructions")
+        for address in path:
+            print(f"    {texts[address]}")
 
 
 def main():
@@ -28,13 +64,16 @@ def main():
     parser.add_argument("loop", help="path of write_path_loop")
     parser.add_argument("--limit", type=float, help="fail when a session's write costs more than LIMIT times the floor")
     parser.add_argument("--json", help="write the counts to this file")
+    parser.add_argument("--account", action="store_true", help="print the instructions themselves")
     options = parser.parse_args()
 
     names = subprocess.run([options.loop], capture_output=True, text=True, check=True).stdout.splitlines()
+    if options.account:
+        print_account(options.loop, names)
+        return 0
     counts = {}
     for number, name in enumerate(names):
-        many, few = (instructions(options.loop, number, frames) for frames in (MANY, FEW))
-        counts[name] = (many - few) / (MANY - FEW)
+        counts[name] = cost_of_frame(options.loop, number)
         print(f"{name:24} {counts[name]:7.1f} instructions, {counts[name] / counts[FLOOR]:.2f} of the floor")
     if options.json:
         with open(options.json, "w", encoding="utf-8") as out:

@@ -14,13 +14,13 @@ HandWrittenSender::HandWrittenSender(PRtcRtpTransceiver transceiver)
 }
 
 int HandWrittenSender::write(uint8_t* data, size_t size, int64_t presentationTs, int /*flags*/, int /*videoType*/) {
-    if (!globalAtomicLoad(&connected_) || globalAtomicLoad(&terminated_)) {
-        return kNotConnected;
-    }
     Frame frame{};
     frame.frameData = data;
     frame.size = static_cast<UINT32>(size);
     frame.presentationTs = static_cast<UINT64>(presentationTs) * kTicksPerMicrosecond;
+    if (!globalAtomicLoad(&connected_) || globalAtomicLoad(&terminated_)) {
+        return kNotConnected;
+    }
     return static_cast<int>(writeFrame(transceiver_, &frame));
 }
 

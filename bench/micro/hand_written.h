@@ -1,5 +1,6 @@
-#ifndef ZELRTC_BENCH_HAND_WRITTEN_H
-#define ZELRTC_BENCH_HAND_WRITTEN_H
+/** @file hand_written.h The floor: what a guarded write costs without a session. */
+#ifndef BENCH_MICRO_HAND_WRITTEN_H
+#define BENCH_MICRO_HAND_WRITTEN_H
 
 #include <cstddef>
 #include <cstdint>
@@ -9,8 +10,9 @@
 namespace bench {
 
 /**
- * The least that a guarded write can cost when an application writes it by hand: both flags loaded, one frame filled,
- * the SDK called. What the session is measured against.
+ * The least that a guarded write can cost when an application writes it by hand: one frame filled, both flags loaded,
+ * the SDK called. The session is measured against it. The frame is filled first, as in the session, because the other
+ * order costs nine instructions more.
  */
 class HandWrittenSender {
 public:

@@ -1,13 +1,10 @@
-/**
- * @file null_sdk.h
- * An SDK that does nothing, so that what a benchmark measures is the session's own share. Every function succeeds at
- * once; a benchmark fires the handlers that the session has registered by hand.
- */
-#ifndef ZELRTC_BENCH_NULL_SDK_H
-#define ZELRTC_BENCH_NULL_SDK_H
+/** @file null_sdk.h An SDK that does nothing, so that a benchmark measures the session's own share. */
+#ifndef BENCH_NULL_SDK_NULL_SDK_H
+#define BENCH_NULL_SDK_NULL_SDK_H
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
+// Every function succeeds at once; a benchmark fires the handlers that the session has registered by hand.
 namespace nullsdk {
 
 /** What the next writeFrame calls of every thread return. */

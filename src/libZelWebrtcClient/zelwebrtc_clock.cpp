@@ -2,7 +2,7 @@
 
 #include <time.h>
 
-// The C clock rather than std::chrono: the latter pulls a C++ run-time symbol into the smallest firmware link.
+// Not std::chrono, which would pull a C++ runtime symbol into the smallest firmware.
 double zelrtcGetTimeMs() {
     struct timespec now;
     clock_gettime(CLOCK_MONOTONIC, &now);

@@ -1,7 +1,4 @@
-/**
- * @file zelwebrtc_log.h
- * How the session writes its log: internal to the library.
- */
+/** @file zelwebrtc_log.h How the session writes its log; internal to the library. */
 #ifndef ZELWEBRTC_LOG_H
 #define ZELWEBRTC_LOG_H
 
@@ -10,14 +7,14 @@
 namespace zelrtc {
 
 enum LogLevel {
-    kLogFrame = 1,      // per-frame detail
+    kLogFrame = 1,      // per frame
     kLogDetail = 2,     // diagnostics
     kLogProgress = 3,   // lifecycle
-    kLogTolerated = 4,  // a failure that stops nothing
+    kLogTolerated = 4,  // a failure that does not stop the operation
     kLogFailure = 5
 };
 
-// The SDK declares the texts it only reads as writable; this is the one place that answers for it.
+// The SDK takes the tag and the format as writable, but only reads them.
 template <typename... Values>
 inline void writeLogLine(LogLevel level, const char* function, const char* format, Values... values) {
     static const char tag[] = "platform-utils";
@@ -32,14 +29,14 @@ inline void writeLogLine(LogLevel level, const char* function, const char* forma
 
 ZELRTC_CHECKED_FORMAT void checkLogArguments(const char* format, ...);
 
-// NOLINTNEXTLINE(cert-dcl50-cpp): only a C-style variadic function has its format checked
+// NOLINTNEXTLINE(cert-dcl50-cpp): only a C-style variadic function gets its format checked
 inline void checkLogArguments(const char*, ...) {
 }
 
 }  // namespace zelrtc
 
-// ZELRTC_LOG(level, format, values...): one line, with the calling function's name before it. The call that is never
-// made lets the compiler check the values against the format, which it cannot do through the SDK's function pointer.
+// ZELRTC_LOG(level, format, values...): one line, preceded by the calling function's name. The call that is never made
+// lets the compiler check the values against the format, which it cannot do through the SDK's function pointer.
 #define ZELRTC_LOG(level, ...)                                           \
     do {                                                                 \
         if (false) {                                                     \
@@ -48,7 +45,7 @@ inline void checkLogArguments(const char*, ...) {
         ::zelrtc::writeLogLine((level), __func__, "%s(): " __VA_ARGS__); \
     } while (false)
 
-// The single exit of every function that calls the SDK: a failure gets its one line here and nowhere else.
+// At the single exit of every function that calls the SDK; a failure is logged nowhere else in that function.
 #define ZELRTC_LOG_STATUS(status)                                                                  \
     do {                                                                                           \
         if ((status) != STATUS_SUCCESS) {                                                          \

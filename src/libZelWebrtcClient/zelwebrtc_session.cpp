@@ -11,9 +11,16 @@ using zelrtc::kLogFrame;
 using zelrtc::kLogProgress;
 using zelrtc::kLogTolerated;
 
+// Keeps the instructions of an unlikely branch off the common path.
+#if defined(__GNUC__)
+#define ZELRTC_RARELY(condition) __builtin_expect((condition), false)
+#else
+#define ZELRTC_RARELY(condition) (condition)
+#endif
+
 namespace {
 
-// Not in capitals: the SDK defines many macros, and more with each version.
+// Never in capitals: the SDK defines many macros, and each version adds some.
 const size_t kMaxIceServerTextLength = 256;
 const UINT32 kMaxSignallingMessageSize = 10240;
 const INT32 kCertificateBits = 1024;
@@ -25,7 +32,7 @@ const UINT64 kSdkTicksPerMillisecond = 10000;
 const RTC_CODEC kVideoCodec = RTC_CODEC_H264_PROFILE_42E01F_LEVEL_ASYMMETRY_ALLOWED_PACKETIZATION_MODE;
 const RTC_CODEC kAudioCodec = RTC_CODEC_MULAW;
 
-// Both tracks belong to one stream, so that a player keeps picture and sound together.
+// One stream for both tracks, so that players keep picture and sound in sync.
 const CHAR kStreamId[] = "myKvsVideoStream";
 
 UINT64 toCustomData(ZelRtcSession* pSession) {
@@ -37,12 +44,12 @@ ZelRtcSession* toSession(UINT64 customData) {
     return reinterpret_cast<ZelRtcSession*>(static_cast<uintptr_t>(customData));
 }
 
-// The SDK only reads these texts, but takes them as writable.
+// The SDK takes these texts as writable, but only reads them.
 PCHAR toSdkText(const std::string& text) {
     return const_cast<PCHAR>(text.c_str());
 }
 
-// Cuts at the field's own size, which differs between SDK versions. The record was zeroed, so the text is terminated.
+// Field sizes differ between SDK versions. The record was zeroed, so the text is terminated.
 template <size_t kSize>
 void copyText(CHAR (&field)[kSize], const char* text) {
     strncpy(field, text, kSize - 1);
@@ -116,7 +123,7 @@ ZelRtcSession::ZelRtcSession(ZELRTC_SESSION_ID sid, const ZelRtcSessionConfig& c
 }
 
 void checkSessionConfig(int sid, ZelRtcSessionConfig* pSessionConfig) {
-    // The voice service reaches the camera without servers of ours and does not wait for a complete answer.
+    // The voice service needs none of our servers and does not wait for a complete answer.
     if (pSessionConfig->isAlexaCall) {
         pSessionConfig->trickleIce = true;
         pSessionConfig->relayOnly = false;
@@ -147,9 +154,32 @@ ZELRTC_SESSION_ID ZelRtcSession::getSessionId() {
 
 // ---- negotiation ----
 
+// The connection that init is building. It is released unless init keeps it, even if an exception leaves init: one of
+// the callback, or std::bad_alloc.
+class ZelRtcSession::NewConnection {
+public:
+    explicit NewConnection(ZelRtcSession* pSession) : pPeerConnection(nullptr), pSession_(pSession) {
+    }
+    ~NewConnection() {
+        release();
+    }
+
+    void release() {
+        if (pPeerConnection != nullptr) {
+            pSession_->pPeerConnection_ = nullptr;
+            pSession_->releaseRtcConnection(&pPeerConnection);
+        }
+    }
+
+    PRtcPeerConnection pPeerConnection;
+
+private:
+    ZelRtcSession* pSession_;
+};
+
 int ZelRtcSession::init(const std::string& offer) {
     UINT32 retStatus = STATUS_SUCCESS;
-    PRtcPeerConnection pPeerConnection = nullptr;
+    NewConnection connection(this);
     PRtcRtpTransceiver pVideoRtcRtpTransceiver = nullptr;
     PRtcRtpTransceiver pAudioRtcRtpTransceiver = nullptr;
 
@@ -159,33 +189,24 @@ int ZelRtcSession::init(const std::string& offer) {
         retStatus = STATUS_INVALID_ARG;
         ZELRTC_LOG(kLogFailure, "peer connection already created");
     } else {
-        retStatus = initializePeerConnection(sid_, sessionConfig_, &pPeerConnection);
+        retStatus = initializePeerConnection(sid_, sessionConfig_, &connection.pPeerConnection);
         if (retStatus == STATUS_SUCCESS) {
-            retStatus = registerHandlers(pPeerConnection);
+            retStatus = setUp(connection.pPeerConnection, &pVideoRtcRtpTransceiver, &pAudioRtcRtpTransceiver);
         }
         if (retStatus == STATUS_SUCCESS) {
-            retStatus = declareCodecs(pPeerConnection);
-        }
-        if (retStatus == STATUS_SUCCESS) {
-            retStatus = addVideoTrack(pPeerConnection, &pVideoRtcRtpTransceiver);
-        }
-        if (retStatus == STATUS_SUCCESS) {
-            retStatus = addAudioTrack(pPeerConnection, &pAudioRtcRtpTransceiver);
-        }
-        if (retStatus == STATUS_SUCCESS) {
-            // Gathering may end while the offer is still being handled, and its handler needs the connection.
-            pPeerConnection_ = pPeerConnection;
-            retStatus = handleOffer(pPeerConnection, offer);
+            // Set before the offer is handled: gathering may end meanwhile, and its handler needs the connection.
+            pPeerConnection_ = connection.pPeerConnection;
+            retStatus = handleOffer(connection.pPeerConnection, offer);
         }
     }
 
     if (retStatus == STATUS_SUCCESS) {
         pVideoRtcRtpTransceiver_ = pVideoRtcRtpTransceiver;
         pAudioRtcRtpTransceiver_ = pAudioRtcRtpTransceiver;
-    } else if (pPeerConnection != nullptr) {
+        connection.pPeerConnection = nullptr;
+    } else if (connection.pPeerConnection != nullptr) {
         ZELRTC_LOG(kLogFailure, "session: %d, init failed, destroy rtc connection", sid_);
-        pPeerConnection_ = nullptr;
-        releaseRtcConnection(&pPeerConnection);
+        connection.release();
     }
     ZELRTC_LOG_STATUS(retStatus);
     return static_cast<int>(retStatus);
@@ -223,6 +244,21 @@ UINT32 initializePeerConnection(ZELRTC_SESSION_ID sid, ZelRtcSessionConfig sessi
     const UINT32 retStatus = createPeerConnection(&configuration, ppRtcPeerConnection);
     const double endTime = zelrtcGetTimeMs();
     ZELRTC_LOG(kLogDetail, "createPeerConnection took %.2fms, return 0x%x", endTime - startTime, retStatus);
+    return retStatus;
+}
+
+UINT32 ZelRtcSession::setUp(PRtcPeerConnection pPeerConnection, PRtcRtpTransceiver* ppVideoTransceiver,
+                            PRtcRtpTransceiver* ppAudioTransceiver) {
+    UINT32 retStatus = registerHandlers(pPeerConnection);
+    if (retStatus == STATUS_SUCCESS) {
+        retStatus = declareCodecs(pPeerConnection);
+    }
+    if (retStatus == STATUS_SUCCESS) {
+        retStatus = addVideoTrack(pPeerConnection, ppVideoTransceiver);
+    }
+    if (retStatus == STATUS_SUCCESS) {
+        retStatus = addAudioTrack(pPeerConnection, ppAudioTransceiver);
+    }
     return retStatus;
 }
 
@@ -329,8 +365,8 @@ void ZelRtcSession::onIceCandidateHandler(PCHAR candidateJson) {
 }
 
 int ZelRtcSession::addRemoteCandidate(const std::string& candidate) {
-    // The SDK writes a candidate line of more than 255 characters past the end of its record, and the line comes from
-    // the far end: what it writes lands in the spare room, and an unterminated line goes no further.
+    // The SDK writes candidate lines of more than 255 characters past the end of its record, and the line comes from
+    // the viewer. The spare room takes the overflow; a line without a terminator is refused.
     struct {
         RtcIceCandidateInit iceCandidate;
         CHAR spareRoom[kMaxSignallingMessageSize];
@@ -370,14 +406,14 @@ int ZelRtcSession::setAudioVideoType(int audioType, int videoType) {
 }
 
 int ZelRtcSession::writeVideoData(uint8_t* data, size_t size, int64_t presentationTs, int flags, int videoType) {
-    if (static_cast<UINT32>(videoType) != videoType_) {
+    if (ZELRTC_RARELY(static_cast<UINT32>(videoType) != videoType_)) {
         return ZELRTC_WRITE_OK;
     }
     return writeData(pVideoRtcRtpTransceiver_, data, size, presentationTs, flags);
 }
 
 int ZelRtcSession::writeAudioData(uint8_t* data, size_t size, int64_t presentationTs, int flags) {
-    if (audioType_ == 0) {
+    if (ZELRTC_RARELY(audioType_ == 0)) {
         return ZELRTC_WRITE_OK;
     }
     return writeData(pAudioRtcRtpTransceiver_, data, size, presentationTs, flags);
@@ -385,29 +421,32 @@ int ZelRtcSession::writeAudioData(uint8_t* data, size_t size, int64_t presentati
 
 int ZelRtcSession::writeData(PRtcRtpTransceiver rtpTransceiver, uint8_t* data, size_t size, int64_t presentationTs,
                              int flags) {
-    const bool isVideo = rtpTransceiver == pVideoRtcRtpTransceiver_;
-
-    if (!globalAtomicLoad(&connected_) || globalAtomicLoad(&terminated_)) {
-        return ZELRTC_WRITE_NOT_CONNECTED;
-    }
-    // Connected can be reported before init has stored the transceivers, and the SDK crashes on a null one.
-    if (rtpTransceiver == nullptr) {
-        return ZELRTC_WRITE_NOT_CONNECTED;
-    }
-    if (isVideo && waitKeyframe_) {
-        ZELRTC_LOG(kLogFrame, "input video frame, flag %d", flags);
-        if ((flags & ZELRTC_FRAME_FLAG_KEY_FRAME) == 0) {
-            ZELRTC_LOG(kLogFrame, "waiting keyframe");
-            return ZELRTC_WRITE_WAITING_KEY_FRAME;
-        }
-        waitKeyframe_ = false;
-    }
-
+    // Filled before the flags are loaded: afterwards it would cost nine more instructions, because the arguments would
+    // have to survive two calls.
     Frame frame;
     memset(&frame, 0x00, sizeof(frame));
     frame.frameData = data;
     frame.size = static_cast<UINT32>(size);
     frame.presentationTs = static_cast<UINT64>(presentationTs) * kSdkTicksPerMicrosecond;
+    const bool isVideo = rtpTransceiver == pVideoRtcRtpTransceiver_;
+    // Read only while waiting for a key frame. Volatile keeps it out of a register that every frame would pay for.
+    const volatile int gateFlags = flags;
+
+    if (!globalAtomicLoad(&connected_) || globalAtomicLoad(&terminated_)) {
+        return ZELRTC_WRITE_NOT_CONNECTED;
+    }
+    // CONNECTED may be reported before init has stored the transceivers, and the SDK crashes on a null one.
+    if (rtpTransceiver == nullptr) {
+        return ZELRTC_WRITE_NOT_CONNECTED;
+    }
+    if (isVideo && waitKeyframe_) {
+        ZELRTC_LOG(kLogFrame, "input video frame, flag %d", gateFlags);
+        if ((gateFlags & ZELRTC_FRAME_FLAG_KEY_FRAME) == 0) {
+            ZELRTC_LOG(kLogFrame, "waiting keyframe");
+            return ZELRTC_WRITE_WAITING_KEY_FRAME;
+        }
+        waitKeyframe_ = false;
+    }
     return static_cast<int>(writeFrame(rtpTransceiver, &frame));
 }
 
@@ -447,7 +486,7 @@ VOID ZelRtcSession::onSenderBandwidthEstimationStatic(UINT64 customData, UINT32 
     toSession(customData)->onSenderBandwidthEstimation(txBytes, rxBytes, txPacketsCnt, rxPacketsCnt, duration);
 }
 
-// The SDK estimates the sender's bandwidth only while somebody listens; the figures themselves have no use here.
+// Registered only because the SDK does not estimate the sender's bandwidth otherwise; the figures are not used.
 void ZelRtcSession::onSenderBandwidthEstimation(UINT32, UINT32, UINT32, UINT32, UINT64) {
 }
 
@@ -468,7 +507,7 @@ void ZelRtcSession::onConnectionStateChange(RTC_PEER_CONNECTION_STATE newState) 
     state_ = newState;
 
     if (newState == RTC_PEER_CONNECTION_STATE_CONNECTED) {
-        // Before anybody is told, so that media written in reaction is not refused.
+        // Before the callback, so that media written in response is not refused.
         globalAtomicStore(&connected_, TRUE);
         ZELRTC_LOG(kLogDetail, "log session %d connection info: ", sid_);
         retStatus = logSelectedIceCandidatesInformation(pPeerConnection_);
@@ -558,7 +597,7 @@ int ZelRtcSession::teminate() {
 
 ZelRtcSession::~ZelRtcSession() {
     ZELRTC_LOG(kLogProgress, "session: %d, releasing", sid_);
-    // Before the connection is touched: a handler that runs while it closes must find the session ended.
+    // Before the connection closes: a handler that runs meanwhile must find the session ended.
     globalAtomicStore(&terminated_, TRUE);
     globalAtomicStore(&connected_, FALSE);
 

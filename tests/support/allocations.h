@@ -1,13 +1,11 @@
-/**
- * Counts what the code under test allocates, and makes an allocation of its choice fail.
- *
- * An executable that links allocations.cpp has its operator new and delete replaced. Everything here concerns the
- * calling thread only.
- */
+/** @file allocations.h Counts what the code under test allocates, and makes an allocation of its choice fail. */
 #ifndef TESTS_SUPPORT_ALLOCATIONS_H
 #define TESTS_SUPPORT_ALLOCATIONS_H
 
 namespace zelrtc_test {
+
+// An executable that links allocations.cpp has its operator new and delete replaced. Everything here concerns the
+// calling thread only.
 
 /** What the test's own machinery allocates inside this scope is neither counted nor made to fail. */
 class UncountedScope {

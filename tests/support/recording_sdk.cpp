@@ -44,10 +44,10 @@ std::string hex(UINT32 value) {
     return text;
 }
 
-template <size_t SIZE>
-void put(CHAR (&field)[SIZE], const char* text) {
-    memset(field, 0, SIZE);
-    strncpy(field, text, SIZE - 1);
+template <size_t kSize>
+void put(CHAR (&field)[kSize], const char* text) {
+    memset(field, 0, kSize);
+    strncpy(field, text, kSize - 1);
 }
 
 }  // namespace

@@ -1,10 +1,4 @@
-/**
- * An SDK that does nothing but remember: every call with a copy of its arguments, every log line, in one order. A test
- * scripts what each call returns and delivers, and fires the registered handlers from wherever it likes, also from
- * inside an SDK call.
- *
- * There is one, as there is one SDK in a process. All its operations may be used on any thread.
- */
+/** @file recording_sdk.h An SDK that does nothing but record: every call, every log line, in one order. */
 #ifndef TESTS_SUPPORT_RECORDING_SDK_H
 #define TESTS_SUPPORT_RECORDING_SDK_H
 
@@ -46,14 +40,14 @@ enum class SdkFunction {
     addIceCandidate,
     writeFrame,
     rtcPeerConnectionGetMetrics,
-    count
+    kCount
 };
 
 const char* nameOf(SdkFunction function);
 
 /** One call, with what the caller handed over at that moment. */
 struct SdkCall {
-    SdkFunction function = SdkFunction::count;
+    SdkFunction function = SdkFunction::kCount;
     const void* object = nullptr;   // the connection or transceiver
     const void* pointer = nullptr;  // a second pointer: transceiver init, transceiver of a query, the frame's bytes
     UINT64 customData = 0;
@@ -141,6 +135,12 @@ struct SdkDeliveries {
     SdkDeliveries();
 };
 
+/**
+ * Keeps a copy of each call's arguments. A test scripts what each call returns and delivers, and fires the registered
+ * handlers from wherever it likes, also from inside an SDK call.
+ *
+ * There is one, as there is one SDK in a process. All its operations may be used on any thread.
+ */
 class RecordingSdk {
 public:
     static RecordingSdk& instance();
@@ -209,7 +209,7 @@ private:
     std::atomic<bool> quiet_;
     std::atomic<unsigned long> quietCalls_;
     std::vector<Script> scripts_;
-    unsigned callCounts_[static_cast<size_t>(SdkFunction::count)];
+    unsigned callCounts_[static_cast<size_t>(SdkFunction::kCount)];
     std::map<SdkFunction, std::function<void()>> actions_;
     std::function<void(const LogLine&)> logAction_;
     std::map<const volatile SIZE_T*, std::string> flags_;

@@ -1,8 +1,4 @@
-/**
- * A look at the session's private members, for the promises that no public operation shows: what a refused or failed
- * call leaves unchanged. It rests on explicit instantiations being exempt from access checks, so the session's header
- * needs no opening for tests.
- */
+/** @file session_members.h The session's private members, for promises that no public operation shows. */
 #ifndef TESTS_SUPPORT_SESSION_MEMBERS_H
 #define TESTS_SUPPORT_SESSION_MEMBERS_H
 
@@ -10,10 +6,11 @@
 
 namespace zelrtc_test {
 
-template <typename Tag, typename Tag::type MEMBER>
+// Explicit instantiations are exempt from access checks, so the session's header needs no opening for tests.
+template <typename Tag, typename Tag::type kMember>
 struct Reveal {
     friend typename Tag::type pointerTo(Tag) {
-        return MEMBER;
+        return kMember;
     }
 };
 

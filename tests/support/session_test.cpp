@@ -137,7 +137,7 @@ ZelRtcSession& SessionTest::construct(const ZelRtcSessionConfig& config) {
 
 ZelRtcSession& SessionTest::construct(const ZelRtcSessionConfig& config, ZelWebrtcSessionCallback* callback) {
     session.reset();
-    session.reset(new ZelRtcSession(SID, config, callback));
+    session.reset(new ZelRtcSession(kSid, config, callback));
     sdk.forget();
     return *session;
 }
@@ -148,7 +148,7 @@ ZelRtcSession& SessionTest::negotiate(const ZelRtcSessionConfig& config) {
 
 ZelRtcSession& SessionTest::negotiate(const ZelRtcSessionConfig& config, ZelWebrtcSessionCallback* callback) {
     construct(config, callback);
-    EXPECT_EQ(session->init(OFFER), 0);
+    EXPECT_EQ(session->init(kOffer), 0);
     sdk.forget();
     return *session;
 }
@@ -163,7 +163,7 @@ ZelRtcSession& SessionTest::connect() {
 ZelRtcSession& SessionTest::startVideo() {
     connect();
     uint8_t frame[] = {0};
-    EXPECT_EQ(session->writeVideoData(frame, sizeof(frame), 0, KEY_FRAME, 1), 0);
+    EXPECT_EQ(session->writeVideoData(frame, sizeof(frame), 0, kKeyFrame, 1), 0);
     sdk.forget();
     return *session;
 }

@@ -1,4 +1,4 @@
-/** What the unit tests share: a session, its application and the recording SDK, checked for misuse and leaks. */
+/** @file session_test.h What the unit tests share: a session, its application and the recording SDK. */
 #ifndef TESTS_SUPPORT_SESSION_TEST_H
 #define TESTS_SUPPORT_SESSION_TEST_H
 
@@ -20,9 +20,9 @@ namespace zelrtc_test {
 using Lines = std::vector<LogLine>;
 using Journal = std::vector<std::string>;
 
-const char* const OFFER = "{\"type\":\"offer\",\"sdp\":\"v=0 100%s\"}";
-const ZELRTC_SESSION_ID SID = 7;
-const int KEY_FRAME = 0x10;
+const char* const kOffer = "{\"type\":\"offer\",\"sdp\":\"v=0 100%s\"}";
+const ZELRTC_SESSION_ID kSid = 7;
+const int kKeyFrame = 0x10;
 
 ZelRtcIceServer iceServer(const std::string& url, const std::string& username = "", const std::string& credential = "");
 ZelRtcSessionConfig trickleConfig(const std::vector<ZelRtcIceServer>& servers = {});
@@ -64,7 +64,7 @@ struct Members {
 std::ostream& operator<<(std::ostream& out, const Members& members);
 
 /** The statuses that a test of a failure goes through: small, the SDK's own, and negative as an int. */
-const UINT32 FAILURES[] = {0x00000001, 0x5e000001, 0xffffffff};
+const UINT32 kFailures[] = {0x00000001, 0x5e000001, 0xffffffff};
 
 class SessionTest : public ::testing::Test {
 protected:

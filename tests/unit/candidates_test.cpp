@@ -7,8 +7,8 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-const char* const CANDIDATE = "{\"candidate\":\"candidate:1 1 udp %s%d\",\"sdpMid\":\"0\",\"sdpMLineIndex\":0}";
-const char* const COMPLETE_ANSWER = "app 7 onAnswer {\"type\": \"answer\", \"sdp\": \"v=0 current local description\"}";
+const char* const kCandidate = "{\"candidate\":\"candidate:1 1 udp %s%d\",\"sdpMid\":\"0\",\"sdpMLineIndex\":0}";
+const char* const kCompleteAnswer = "app 7 onAnswer {\"type\": \"answer\", \"sdp\": \"v=0 current local description\"}";
 
 class Candidates : public SessionTest {
 protected:
@@ -27,14 +27,14 @@ using RemoteCandidates = Candidates;
 
 TEST_F(LocalCandidates, ReachTheApplicationOneByOneUnchanged) {
     negotiate(trickleConfig());
-    connection().fireCandidate(CANDIDATE);
+    connection().fireCandidate(kCandidate);
     connection().fireCandidate("");
     EXPECT_EQ(lines(),
-              (Lines{line(3, "%s(): session %d, got new candidate: %s", "onIceCandidateHandler", SID, CANDIDATE),
-                     line(3, "%s(): session %d, got new candidate: %s", "onIceCandidateHandler", SID, "")}));
+              (Lines{line(3, "%s(): session %d, got new candidate: %s", "onIceCandidateHandler", kSid, kCandidate),
+                     line(3, "%s(): session %d, got new candidate: %s", "onIceCandidateHandler", kSid, "")}));
     EXPECT_THAT(journal(),
-                ElementsAre("log 3 onIceCandidateHandler(): session 7, got new candidate: " + std::string(CANDIDATE),
-                            "app 7 onIceCandidate " + std::string(CANDIDATE),
+                ElementsAre("log 3 onIceCandidateHandler(): session 7, got new candidate: " + std::string(kCandidate),
+                            "app 7 onIceCandidate " + std::string(kCandidate),
                             "log 3 onIceCandidateHandler(): session 7, got new candidate: ", "app 7 onIceCandidate "));
 }
 
@@ -47,14 +47,14 @@ TEST_F(LocalCandidates, MayBeOfAnyLength) {
 
 TEST_F(LocalCandidates, AreNeitherForwardedNorLoggedInACallThatDoesNotTrickle) {
     negotiate(completeAnswerConfig());
-    connection().fireCandidate(CANDIDATE);
+    connection().fireCandidate(kCandidate);
     EXPECT_THAT(journal(), IsEmpty());
 }
 
 TEST_F(LocalCandidates, AreNotLoggedWithoutACallback) {
     for (const ZelRtcSessionConfig& config : {trickleConfig(), completeAnswerConfig()}) {
         negotiate(config, nullptr);
-        connection().fireCandidate(CANDIDATE);
+        connection().fireCandidate(kCandidate);
         EXPECT_THAT(journal(), IsEmpty());
     }
 }
@@ -70,7 +70,7 @@ TEST_F(LocalCandidates, AreIgnoredAfterTheEndOfTheCall) {
         negotiate(config);
         session->teminate();
         sdk.forget();
-        connection().fireCandidate(CANDIDATE);
+        connection().fireCandidate(kCandidate);
         connection().fireGatheringEnd();
         EXPECT_THAT(journal(), IsEmpty());
     }
@@ -99,18 +99,18 @@ TEST_F(LocalCandidates, MayArriveBeforeInitReturns) {
     construct(trickleConfig());
     sdk.during(SdkFunction::setLocalDescription,
                [this] { onAnotherThread([this] { connection().fireCandidate("early"); }); });
-    EXPECT_EQ(session->init(OFFER), 0);
+    EXPECT_EQ(session->init(kOffer), 0);
     EXPECT_THAT(journal(), ::testing::Contains("app 7 onIceCandidate early"));
     EXPECT_EQ(journal().back(), "app 7 onAnswer {\"type\": \"answer\", \"sdp\": \"v=0 created answer\"}");
 }
 
 TEST_F(GatheringEnd, DeliversTheCurrentLocalDescriptionAsTheAnswer) {
     negotiate(completeAnswerConfig());
-    connection().fireCandidate(CANDIDATE);
+    connection().fireCandidate(kCandidate);
     connection().fireGatheringEnd();
     EXPECT_THAT(journal(), ElementsAre("log 3 onIceCandidateHandler(): ice candidate gathering finished",
                                        "peerConnectionGetCurrentLocalDescription pc1",
-                                       "serializeSessionDescriptionInit", COMPLETE_ANSWER));
+                                       "serializeSessionDescriptionInit", kCompleteAnswer));
     EXPECT_EQ(lines(), Lines{finished()});
 }
 
@@ -144,7 +144,7 @@ TEST_F(GatheringEnd, ZeroesTheDescriptionAndOffersTenKilobytes) {
 
 TEST_F(GatheringEnd, LogsAFailureOfEitherStepInBothKindsOfCallAndDeliversNothing) {
     for (const ZelRtcSessionConfig& config : {trickleConfig(), completeAnswerConfig()}) {
-        for (const UINT32 status : FAILURES) {
+        for (const UINT32 status : kFailures) {
             negotiate(config);
             sdk.failAlways(SdkFunction::peerConnectionGetCurrentLocalDescription, status);
             connection().fireGatheringEnd();
@@ -180,7 +180,7 @@ TEST_F(GatheringEnd, LeavesTheCallUsableAfterAFailure) {
     connection().fireGatheringEnd();
     EXPECT_EQ(Members(*session), before);
     connection().fireGatheringEnd();
-    EXPECT_EQ(journal().back(), COMPLETE_ANSWER);
+    EXPECT_EQ(journal().back(), kCompleteAnswer);
 }
 
 TEST_F(GatheringEnd, DeliversAnAnswerOf10239BytesAndRefusesALongerOne) {
@@ -214,22 +214,22 @@ TEST_F(GatheringEnd, LooksAtTheEndOfTheCallOnceAndFirst) {
 TEST_F(GatheringEnd, LosesNoAnswerWhenItComesBeforeInitReturnsOnTheCallersThread) {
     construct(completeAnswerConfig());
     sdk.during(SdkFunction::setLocalDescription, [this] { connection().fireGatheringEnd(); });
-    EXPECT_EQ(session->init(OFFER), 0);
+    EXPECT_EQ(session->init(kOffer), 0);
     EXPECT_THAT(journal(), ::testing::Contains("peerConnectionGetCurrentLocalDescription pc1"));
-    EXPECT_THAT(journal(), ::testing::Contains(COMPLETE_ANSWER));
+    EXPECT_THAT(journal(), ::testing::Contains(kCompleteAnswer));
 }
 
 TEST_F(GatheringEnd, LosesNoAnswerWhenItComesBeforeInitReturnsOnAThreadOfTheSdk) {
     construct(completeAnswerConfig());
     sdk.during(SdkFunction::setLocalDescription,
                [this] { onAnotherThread([this] { connection().fireGatheringEnd(); }); });
-    EXPECT_EQ(session->init(OFFER), 0);
-    EXPECT_THAT(journal(), ::testing::Contains(COMPLETE_ANSWER));
+    EXPECT_EQ(session->init(kOffer), 0);
+    EXPECT_THAT(journal(), ::testing::Contains(kCompleteAnswer));
 }
 
 TEST_F(RemoteCandidates, ReachTheSdkAsTheLineItExtracted) {
     negotiate(trickleConfig());
-    EXPECT_EQ(session->addRemoteCandidate(CANDIDATE), 0);
+    EXPECT_EQ(session->addRemoteCandidate(kCandidate), 0);
     EXPECT_THAT(journal(), ElementsAre("deserializeRtcIceCandidateInit",
                                        "addIceCandidate pc1 candidate:1 1 udp 2130706431 192.0.2.2 45020 typ host"));
     EXPECT_THAT(lines(), IsEmpty());
@@ -238,7 +238,7 @@ TEST_F(RemoteCandidates, ReachTheSdkAsTheLineItExtracted) {
 
 TEST_F(RemoteCandidates, AreReadWithTheirLengthWithoutTheTerminator) {
     negotiate(trickleConfig());
-    for (const std::string& text : {std::string(CANDIDATE), std::string(), std::string("a\0b", 3)}) {
+    for (const std::string& text : {std::string(kCandidate), std::string(), std::string("a\0b", 3)}) {
         sdk.forget();
         EXPECT_EQ(session->addRemoteCandidate(text), 0);
         const SdkCall call = sdk.onlyCall(SdkFunction::deserializeRtcIceCandidateInit);
@@ -250,13 +250,13 @@ TEST_F(RemoteCandidates, AreReadWithTheirLengthWithoutTheTerminator) {
 TEST_F(RemoteCandidates, AreReadIntoARecordThatIsZero) {
     negotiate(trickleConfig());
     dirtyStack();
-    session->addRemoteCandidate(CANDIDATE);
+    session->addRemoteCandidate(kCandidate);
     EXPECT_TRUE(sdk.onlyCall(SdkFunction::deserializeRtcIceCandidateInit).recordIsZero());
 }
 
 TEST_F(RemoteCandidates, GoNoFurtherWhenTheSdkCannotReadThem) {
     negotiate(trickleConfig());
-    for (const UINT32 status : FAILURES) {
+    for (const UINT32 status : kFailures) {
         sdk.succeedAgain();
         sdk.failAlways(SdkFunction::deserializeRtcIceCandidateInit, status);
         sdk.forget();
@@ -268,11 +268,11 @@ TEST_F(RemoteCandidates, GoNoFurtherWhenTheSdkCannotReadThem) {
 
 TEST_F(RemoteCandidates, ReturnTheStatusOfTheSdksRefusal) {
     negotiate(trickleConfig());
-    for (const UINT32 status : FAILURES) {
+    for (const UINT32 status : kFailures) {
         sdk.succeedAgain();
         sdk.failAlways(SdkFunction::addIceCandidate, status);
         sdk.forget();
-        EXPECT_EQ(session->addRemoteCandidate(CANDIDATE), static_cast<int>(status));
+        EXPECT_EQ(session->addRemoteCandidate(kCandidate), static_cast<int>(status));
         EXPECT_EQ(lines(), Lines{statusLine("addRemoteCandidate", status)});
         EXPECT_EQ(events().size(), 2U);
     }
@@ -298,7 +298,7 @@ TEST_F(RemoteCandidates, AreRefusedUnseenWhenTheirTextIsLonger) {
 TEST_F(RemoteCandidates, MayHaveALineOf255Characters) {
     negotiate(trickleConfig());
     sdk.deliver.candidateLine = std::string(255, 'c');
-    EXPECT_EQ(session->addRemoteCandidate(CANDIDATE), 0);
+    EXPECT_EQ(session->addRemoteCandidate(kCandidate), 0);
     EXPECT_EQ(sdk.onlyCall(SdkFunction::addIceCandidate).text, std::string(255, 'c'));
 }
 
@@ -309,7 +309,7 @@ TEST_F(RemoteCandidates, AreRefusedWhenTheirLineHasNoRoomForATerminator) {
         sdk.forget();
         dirtyStack();
         sdk.deliver.candidateLine = std::string(size, 'c');
-        EXPECT_EQ(session->addRemoteCandidate(CANDIDATE), 2);
+        EXPECT_EQ(session->addRemoteCandidate(kCandidate), 2);
         EXPECT_THAT(events(), ElementsAre("deserializeRtcIceCandidateInit"));
         EXPECT_EQ(lines(), Lines{statusLine("addRemoteCandidate", 0x00000002)});
     }
@@ -319,7 +319,7 @@ TEST_F(RemoteCandidates, MayHaveAnEmptyLine) {
     negotiate(trickleConfig());
     dirtyStack();
     sdk.deliver.candidateLine = "";
-    EXPECT_EQ(session->addRemoteCandidate(CANDIDATE), 0);
+    EXPECT_EQ(session->addRemoteCandidate(kCandidate), 0);
     EXPECT_EQ(sdk.onlyCall(SdkFunction::addIceCandidate).text, "");
 }
 
@@ -328,25 +328,25 @@ TEST_F(RemoteCandidates, AreStillTakenAfterARefusedOne) {
     const Members before(*session);
     session->addRemoteCandidate(std::string(10241, 'c'));
     EXPECT_EQ(Members(*session), before);
-    EXPECT_EQ(session->addRemoteCandidate(CANDIDATE), 0);
+    EXPECT_EQ(session->addRemoteCandidate(kCandidate), 0);
 }
 
 TEST_F(RemoteCandidates, AreTakenAfterTheEndOfTheCallToo) {
     negotiate(trickleConfig());
     session->teminate();
-    EXPECT_EQ(session->addRemoteCandidate(CANDIDATE), 0);
+    EXPECT_EQ(session->addRemoteCandidate(kCandidate), 0);
     EXPECT_EQ(sdk.calls(SdkFunction::addIceCandidate).size(), 1U);
 }
 
 TEST_F(RemoteCandidates, GetTheSdksStatusBeforeInit) {
     construct(trickleConfig());
-    EXPECT_EQ(session->addRemoteCandidate(CANDIDATE), static_cast<int>(STATUS_NULL_ARG));
+    EXPECT_EQ(session->addRemoteCandidate(kCandidate), static_cast<int>(STATUS_NULL_ARG));
     EXPECT_EQ(lines(), Lines{statusLine("addRemoteCandidate", STATUS_NULL_ARG)});
 }
 
 TEST_F(RemoteCandidates, MayBeAddedFromInsideACallback) {
     negotiate(trickleConfig());
-    app.duringCandidate = [this] { EXPECT_EQ(session->addRemoteCandidate(CANDIDATE), 0); };
+    app.duringCandidate = [this] { EXPECT_EQ(session->addRemoteCandidate(kCandidate), 0); };
     connection().fireCandidate("c");
     EXPECT_EQ(sdk.calls(SdkFunction::addIceCandidate).size(), 1U);
 }

@@ -13,7 +13,7 @@ using ::testing::IsEmpty;
 
 class ConfigurationCheck : public SessionTest {
 protected:
-    static LogLine refusal(const ZelRtcIceServer& server, int sid = SID) {
+    static LogLine refusal(const ZelRtcIceServer& server, int sid = kSid) {
         return line(5, "%s(): session %d, invalid iceserver. url %s, username %s, credential %s", "checkSessionConfig",
                     sid, server.url.c_str(), server.username.c_str(), server.credential.c_str());
     }
@@ -27,7 +27,7 @@ TEST_F(ConfigurationCheck, TurnsAnAlexaCallIntoATrickleCallWithoutServersAndLogs
             config.relayOnly = relay;
             config.iceServers.push_back(iceServer(std::string(257, 'u'), "too long", "to be kept"));
 
-            checkSessionConfig(SID, &config);
+            checkSessionConfig(kSid, &config);
 
             EXPECT_TRUE(config.isAlexaCall);
             EXPECT_TRUE(config.trickleIce);
@@ -45,7 +45,7 @@ TEST_F(ConfigurationCheck, LeavesTheFlagsOfAnyOtherCallAlone) {
             config.trickleIce = trickle;
             config.relayOnly = relay;
 
-            checkSessionConfig(SID, &config);
+            checkSessionConfig(kSid, &config);
 
             EXPECT_FALSE(config.isAlexaCall);
             EXPECT_EQ(config.trickleIce, trickle);
@@ -58,7 +58,7 @@ TEST_F(ConfigurationCheck, LeavesTheFlagsOfAnyOtherCallAlone) {
 TEST_F(ConfigurationCheck, KeepsValidServersInTheirOrderAndLogsNothing) {
     ZelRtcSessionConfig config = completeAnswerConfig(iceServers(3));
 
-    checkSessionConfig(SID, &config);
+    checkSessionConfig(kSid, &config);
 
     EXPECT_EQ(textsOf(config.iceServers), textsOf(iceServers(3)));
     EXPECT_THAT(journal(), IsEmpty());
@@ -67,7 +67,7 @@ TEST_F(ConfigurationCheck, KeepsValidServersInTheirOrderAndLogsNothing) {
 TEST_F(ConfigurationCheck, LeavesAnEmptyListEmptyAndLogsNothing) {
     ZelRtcSessionConfig config = completeAnswerConfig();
 
-    checkSessionConfig(SID, &config);
+    checkSessionConfig(kSid, &config);
 
     EXPECT_THAT(config.iceServers, IsEmpty());
     EXPECT_THAT(journal(), IsEmpty());
@@ -76,7 +76,7 @@ TEST_F(ConfigurationCheck, LeavesAnEmptyListEmptyAndLogsNothing) {
 TEST_F(ConfigurationCheck, KeepsAServerWithoutAnyText) {
     ZelRtcSessionConfig config = completeAnswerConfig({iceServer("")});
 
-    checkSessionConfig(SID, &config);
+    checkSessionConfig(kSid, &config);
 
     EXPECT_THAT(textsOf(config.iceServers), ElementsAre("", "", ""));
     EXPECT_THAT(journal(), IsEmpty());
@@ -85,7 +85,7 @@ TEST_F(ConfigurationCheck, KeepsAServerWithoutAnyText) {
 TEST_F(ConfigurationCheck, DoesNotLookAtTheFormOfAUrl) {
     ZelRtcSessionConfig config = completeAnswerConfig({iceServer("no url at all\n", "", "credential alone")});
 
-    checkSessionConfig(SID, &config);
+    checkSessionConfig(kSid, &config);
 
     EXPECT_THAT(textsOf(config.iceServers), ElementsAre("no url at all\n", "", "credential alone"));
     EXPECT_THAT(journal(), IsEmpty());
@@ -99,7 +99,7 @@ TEST_F(ConfigurationCheck, LimitsEachTextTo256Bytes) {
             ZelRtcSessionConfig config = completeAnswerConfig(iceServers(1));
             config.iceServers[0].*text = std::string(size, 'x');
             const std::vector<std::string> expected = textsOf(config.iceServers);
-            checkSessionConfig(SID, &config);
+            checkSessionConfig(kSid, &config);
             EXPECT_EQ(textsOf(config.iceServers), expected) << size;
             EXPECT_THAT(journal(), IsEmpty());
         }
@@ -108,7 +108,7 @@ TEST_F(ConfigurationCheck, LimitsEachTextTo256Bytes) {
             config.iceServers[0].*text = std::string(size, 'x');
             const LogLine expected = refusal(config.iceServers[0]);
             sdk.forget();
-            checkSessionConfig(SID, &config);
+            checkSessionConfig(kSid, &config);
             EXPECT_THAT(config.iceServers, IsEmpty()) << size;
             EXPECT_EQ(lines(), Lines{expected});
             sdk.forget();
@@ -120,7 +120,7 @@ TEST_F(ConfigurationCheck, AcceptsThreeTextsOf256Bytes) {
     const std::string longest(256, 'x');
     ZelRtcSessionConfig config = completeAnswerConfig({iceServer(longest, longest, longest)});
 
-    checkSessionConfig(SID, &config);
+    checkSessionConfig(kSid, &config);
 
     EXPECT_THAT(textsOf(config.iceServers), ElementsAre(longest, longest, longest));
 }
@@ -131,7 +131,7 @@ TEST_F(ConfigurationCheck, CountsBytesUpToTheEndOfAText) {
     ZelRtcSessionConfig config = completeAnswerConfig({iceServer(withZero)});
     const LogLine expected = refusal(config.iceServers[0]);
 
-    checkSessionConfig(SID, &config);
+    checkSessionConfig(kSid, &config);
 
     EXPECT_THAT(config.iceServers, IsEmpty());
     EXPECT_EQ(lines(), Lines{expected});
@@ -144,7 +144,7 @@ TEST_F(ConfigurationCheck, DropsTheBadServerBetweenTwoGoodOnes) {
     kept.erase(kept.begin() + 1);
     const LogLine expected = refusal(config.iceServers[1]);
 
-    checkSessionConfig(SID, &config);
+    checkSessionConfig(kSid, &config);
 
     EXPECT_EQ(textsOf(config.iceServers), textsOf(kept));
     EXPECT_EQ(lines(), Lines{expected});
@@ -159,7 +159,7 @@ TEST_F(ConfigurationCheck, WritesOneLineForEachDroppedServerInTheirOrder) {
     const Lines expected = {refusal(config.iceServers[0]), refusal(config.iceServers[1]),
                             refusal(config.iceServers[3])};
 
-    checkSessionConfig(SID, &config);
+    checkSessionConfig(kSid, &config);
 
     EXPECT_EQ(lines(), expected);
     EXPECT_EQ(config.iceServers.size(), 1U);
@@ -169,7 +169,7 @@ TEST_F(ConfigurationCheck, LogsPercentSignsAsTheyStand) {
     ZelRtcSessionConfig config = completeAnswerConfig({iceServer("%s%n%d" + std::string(257, '%'), "%s", "%n")});
     const LogLine expected = refusal(config.iceServers[0]);
 
-    checkSessionConfig(SID, &config);
+    checkSessionConfig(kSid, &config);
 
     EXPECT_EQ(lines(), Lines{expected});
 }
@@ -197,7 +197,7 @@ TEST_F(ConfigurationCheck, KeepsTheListAsItWasWhenMemoryRunsOut) {
         failed = false;
         try {
             const FailingAllocation failing(failures + 1);
-            checkSessionConfig(SID, &config);
+            checkSessionConfig(kSid, &config);
         } catch (const std::bad_alloc&) {
             failed = true;
         }

@@ -7,16 +7,16 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-const UINT32 CONNECTED = RTC_PEER_CONNECTION_STATE_CONNECTED;
+const UINT32 kConnected = RTC_PEER_CONNECTION_STATE_CONNECTED;
 
 class ConnectionState : public SessionTest {
 protected:
     static LogLine newState(UINT32 state) {
-        return line(3, "%s(): session %d, new connection state %u", "onConnectionStateChange", SID, state);
+        return line(3, "%s(): session %d, new connection state %u", "onConnectionStateChange", kSid, state);
     }
 
     static LogLine connectionInfo() {
-        return line(2, "%s(): log session %d connection info: ", "onConnectionStateChange", SID);
+        return line(2, "%s(): log session %d connection info: ", "onConnectionStateChange", kSid);
     }
 
     static LogLine diagnosticsFailed(UINT32 status) {
@@ -51,7 +51,7 @@ TEST_F(ConnectionState, IsRecordedLoggedAndForwardedWhateverItsValue) {
 TEST_F(ConnectionState, ConnectedOpensTheWayLogsTheCandidatesAndIsForwarded) {
     negotiate(trickleConfig());
     watchFlags();
-    connection().fireState(CONNECTED);
+    connection().fireState(kConnected);
     EXPECT_EQ(session->getState(), RTC_PEER_CONNECTION_STATE_CONNECTED);
     EXPECT_EQ(connected(), 1U);
     const Journal all = journal();
@@ -108,10 +108,10 @@ TEST_F(ConnectionState, IsReadableBeforeTheDiagnosticsAreDone) {
 }
 
 TEST_F(ConnectionState, ReachesTheApplicationBetweenTheTwoLinesOfFailedDiagnostics) {
-    for (const UINT32 status : FAILURES) {
+    for (const UINT32 status : kFailures) {
         negotiate(trickleConfig());
         sdk.failAlways(SdkFunction::rtcPeerConnectionGetMetrics, status);
-        connection().fireState(CONNECTED);
+        connection().fireState(kConnected);
 
         EXPECT_EQ(lines(), (Lines{newState(3), connectionInfo(), diagnosticsFailed(status),
                                   statusLine("onConnectionStateChange", status)}));
@@ -132,7 +132,7 @@ TEST_F(ConnectionState, ReachesTheApplicationBetweenTheTwoLinesOfFailedDiagnosti
 TEST_F(ConnectionState, ReachesTheApplicationWhenOnlyTheRemoteCandidateIsUnknown) {
     negotiate(trickleConfig());
     sdk.failNth(SdkFunction::rtcPeerConnectionGetMetrics, 2, 0x5a000028);
-    connection().fireState(CONNECTED);
+    connection().fireState(kConnected);
     const Lines all = lines();
     ASSERT_EQ(all.size(), 11U) << "two lines, seven of the local candidate, two of the failure";
     EXPECT_EQ(all[9], diagnosticsFailed(0x5a000028));
@@ -142,7 +142,7 @@ TEST_F(ConnectionState, ReachesTheApplicationWhenOnlyTheRemoteCandidateIsUnknown
 
 TEST_F(ConnectionState, IsKeptWithoutACallback) {
     negotiate(trickleConfig(), nullptr);
-    connection().fireState(CONNECTED);
+    connection().fireState(kConnected);
     EXPECT_EQ(connected(), 1U);
     EXPECT_EQ(lines().size(), 14U);
     connection().fireState(RTC_PEER_CONNECTION_STATE_DISCONNECTED);
@@ -150,7 +150,7 @@ TEST_F(ConnectionState, IsKeptWithoutACallback) {
     EXPECT_EQ(session->getState(), RTC_PEER_CONNECTION_STATE_DISCONNECTED);
     sdk.failAlways(SdkFunction::rtcPeerConnectionGetMetrics, 0x5e000001);
     sdk.forget();
-    connection().fireState(CONNECTED);
+    connection().fireState(kConnected);
     EXPECT_EQ(lines(), (Lines{newState(3), connectionInfo(), diagnosticsFailed(0x5e000001),
                               statusLine("onConnectionStateChange", 0x5e000001)}));
     EXPECT_EQ(connected(), 1U);
@@ -158,7 +158,7 @@ TEST_F(ConnectionState, IsKeptWithoutACallback) {
 
 TEST_F(ConnectionState, IsIgnoredAfterTheEndOfTheCall) {
     negotiate(trickleConfig());
-    connection().fireState(CONNECTED);
+    connection().fireState(kConnected);
     session->teminate();
     sdk.forget();
     const Members before(*session);
@@ -185,8 +185,8 @@ TEST_F(ConnectionState, GoesBackAndForthInOrder) {
 
 TEST_F(ConnectionState, IsLoggedAgainWhenItIsReportedAgain) {
     negotiate(trickleConfig());
-    connection().fireState(CONNECTED);
-    connection().fireState(CONNECTED);
+    connection().fireState(kConnected);
+    connection().fireState(kConnected);
     EXPECT_EQ(lines().size(), 28U);
     EXPECT_EQ(connected(), 1U);
 }
@@ -194,7 +194,7 @@ TEST_F(ConnectionState, IsLoggedAgainWhenItIsReportedAgain) {
 TEST_F(ConnectionState, ChangesNothingButStateAndConnected) {
     negotiate(trickleConfig());
     Members expected(*session);
-    connection().fireState(CONNECTED);
+    connection().fireState(kConnected);
     expected.state = RTC_PEER_CONNECTION_STATE_CONNECTED;
     expected.connected = 1;
     EXPECT_EQ(Members(*session), expected);
@@ -220,8 +220,8 @@ TEST_F(ConnectionState, ArrivesOnTheSdksThread) {
 
 TEST_F(ConnectionState, MayBeConnectedBeforeInitReturns) {
     construct(trickleConfig());
-    app.duringAnswer = [this] { onAnotherThread([this] { connection().fireState(CONNECTED); }); };
-    EXPECT_EQ(session->init(OFFER), 0);
+    app.duringAnswer = [this] { onAnotherThread([this] { connection().fireState(kConnected); }); };
+    EXPECT_EQ(session->init(kOffer), 0);
     EXPECT_EQ(session->getState(), RTC_PEER_CONNECTION_STATE_CONNECTED);
     EXPECT_EQ(connected(), 1U);
     EXPECT_THAT(journal(), ::testing::Contains("rtcPeerConnectionGetMetrics pc1 type 11"));
@@ -230,9 +230,9 @@ TEST_F(ConnectionState, MayBeConnectedBeforeInitReturns) {
 
 TEST_F(ConnectionState, IsForwardedWithTheSessionsOwnId) {
     session.reset(new ZelRtcSession(-42, trickleConfig(), &app));
-    session->init(OFFER);
+    session->init(kOffer);
     sdk.forget();
-    connection().fireState(CONNECTED);
+    connection().fireState(kConnected);
     EXPECT_EQ(lines()[0], line(3, "%s(): session %d, new connection state %u", "onConnectionStateChange", -42, 3U));
     EXPECT_EQ(lines()[1], line(2, "%s(): log session %d connection info: ", "onConnectionStateChange", -42));
     EXPECT_EQ(journal().back(), "app -42 onStateChange 3");
@@ -241,7 +241,7 @@ TEST_F(ConnectionState, IsForwardedWithTheSessionsOwnId) {
 TEST_F(ConnectionState, EndsWithTheCallWhenTheApplicationEndsItInside) {
     negotiate(trickleConfig());
     app.duringState = [this] { session->teminate(); };
-    connection().fireState(CONNECTED);
+    connection().fireState(kConnected);
     connection().fireState(RTC_PEER_CONNECTION_STATE_DISCONNECTED);
     EXPECT_EQ(session->getState(), RTC_PEER_CONNECTION_STATE_CONNECTED);
 }

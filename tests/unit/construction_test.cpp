@@ -12,7 +12,7 @@ using ::testing::IsEmpty;
 
 class Construction : public SessionTest {
 protected:
-    void create(const ZelRtcSessionConfig& config, ZELRTC_SESSION_ID sid = SID) {
+    void create(const ZelRtcSessionConfig& config, ZELRTC_SESSION_ID sid = kSid) {
         session.reset();
         sdk.forget();
         session.reset(new ZelRtcSession(sid, config, &app));
@@ -22,7 +22,7 @@ protected:
 TEST_F(Construction, StartsUnconnectedOnVideoStreamOneWithAudioWaitingForAKeyFrame) {
     create(trickleConfig());
 
-    EXPECT_EQ(member(*session, sid_Tag()), SID);
+    EXPECT_EQ(member(*session, sid_Tag()), kSid);
     EXPECT_EQ(member(*session, callback_Tag()), &app);
     EXPECT_EQ(member(*session, pPeerConnection_Tag()), nullptr);
     EXPECT_EQ(member(*session, pVideoRtcRtpTransceiver_Tag()), nullptr);
@@ -40,7 +40,7 @@ TEST_F(Construction, SetsEveryMemberWhateverTheMemoryHeld) {
     alignas(ZelRtcSession) unsigned char memory[sizeof(ZelRtcSession)];
     memset(memory, 0xff, sizeof(memory));
 
-    ZelRtcSession* const placed = new (memory) ZelRtcSession(SID, trickleConfig(), &app);
+    ZelRtcSession* const placed = new (memory) ZelRtcSession(kSid, trickleConfig(), &app);
     create(trickleConfig());
 
     EXPECT_EQ(Members(*placed), Members(*session));
@@ -55,7 +55,7 @@ TEST_F(Construction, StoresBothFlagsThroughTheSdkAfterItsLogLine) {
     sdk.watchFlag(&member(*future, connected_Tag()), "connected_");
     sdk.watchFlag(&member(*future, terminated_Tag()), "terminated_");
 
-    ZelRtcSession* const placed = new (memory) ZelRtcSession(SID, trickleConfig(), &app);
+    ZelRtcSession* const placed = new (memory) ZelRtcSession(kSid, trickleConfig(), &app);
 
     EXPECT_THAT(journal(), ElementsAre("log 3 ZelRtcSession(): session 7, trickle 1, relayonly 0", "store connected_ 0",
                                        "store terminated_ 0"));
@@ -99,7 +99,7 @@ TEST_F(Construction, LogsTheCallersFlags) {
             config.trickleIce = trickle;
             config.relayOnly = relay;
             create(config);
-            EXPECT_EQ(lines(), Lines{line(3, "%s(): session %d, trickle %d, relayonly %d", "ZelRtcSession", SID,
+            EXPECT_EQ(lines(), Lines{line(3, "%s(): session %d, trickle %d, relayonly %d", "ZelRtcSession", kSid,
                                           trickle, relay)});
         }
     }
@@ -112,7 +112,7 @@ TEST_F(Construction, LogsAnAlexaCallAsSuchWhateverItsFlags) {
             config.trickleIce = trickle;
             config.relayOnly = relay;
             create(config);
-            EXPECT_EQ(lines(), Lines{line(3, "%s(): session %d, call from alexa", "ZelRtcSession", SID)});
+            EXPECT_EQ(lines(), Lines{line(3, "%s(): session %d, call from alexa", "ZelRtcSession", kSid)});
         }
     }
 }
@@ -142,7 +142,7 @@ TEST_F(Construction, CallsNoSdkFunctionAndNobodyBack) {
 TEST_F(Construction, AcceptsANullCallback) {
     ZelRtcSession& silent = construct(trickleConfig(), nullptr);
     EXPECT_EQ(member(silent, callback_Tag()), nullptr);
-    EXPECT_EQ(silent.getSessionId(), SID);
+    EXPECT_EQ(silent.getSessionId(), kSid);
 }
 
 TEST_F(Construction, ReportsNoStateBeforeTheSdkDoes) {

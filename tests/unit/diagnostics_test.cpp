@@ -16,10 +16,10 @@ protected:
         peer = &connection().sdk;
     }
 
-    template <size_t SIZE>
-    static void setText(CHAR (&field)[SIZE], const std::string& text) {
-        memset(field, 0, SIZE);
-        strncpy(field, text.c_str(), SIZE - 1);
+    template <size_t kSize>
+    static void setText(CHAR (&field)[kSize], const std::string& text) {
+        memset(field, 0, kSize);
+        strncpy(field, text.c_str(), kSize - 1);
     }
 
     PRtcPeerConnection peer = nullptr;
@@ -83,7 +83,7 @@ TEST_F(SelectedCandidates, OfNoConnectionAreNoError) {
 }
 
 TEST_F(SelectedCandidates, GiveTheStatusWhenTheLocalOneIsUnknown) {
-    for (const UINT32 status : FAILURES) {
+    for (const UINT32 status : kFailures) {
         sdk.succeedAgain();
         sdk.forget();
         sdk.failNth(SdkFunction::rtcPeerConnectionGetMetrics, 1, status);
@@ -94,7 +94,7 @@ TEST_F(SelectedCandidates, GiveTheStatusWhenTheLocalOneIsUnknown) {
 }
 
 TEST_F(SelectedCandidates, KeepTheLocalLinesWhenTheRemoteOneIsUnknown) {
-    for (const UINT32 status : FAILURES) {
+    for (const UINT32 status : kFailures) {
         sdk.succeedAgain();
         sdk.forget();
         sdk.failNth(SdkFunction::rtcPeerConnectionGetMetrics, 2, status);
@@ -176,7 +176,7 @@ TEST_F(IceServerStatistics, OfNoConnectionAreNoError) {
 
 TEST_F(IceServerStatistics, EndWithTheFirstServerThatFails) {
     sdk.deliver.iceServers = {first, second, third};
-    for (const UINT32 status : FAILURES) {
+    for (const UINT32 status : kFailures) {
         sdk.succeedAgain();
         sdk.forget();
         sdk.failNth(SdkFunction::rtcPeerConnectionGetMetrics, 2, status);

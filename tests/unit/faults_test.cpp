@@ -1,6 +1,7 @@
 // Every SDK call of a negotiation fails in turn, and memory runs out: nothing stays behind, and the next try succeeds.
 #include <algorithm>
 #include <new>
+#include <stdexcept>
 #include <tuple>
 
 #include "allocations.h"
@@ -19,26 +20,26 @@ struct Step {
 };
 
 // The order in which init calls the SDK.
-const Step STEPS[] = {{SdkFunction::peerConnectionOnIceCandidate, 1, 0, false},
-                      {SdkFunction::peerConnectionOnConnectionStateChange, 1, 0, false},
-                      {SdkFunction::peerConnectionOnSenderBandwidthEstimation, 1, 0, false},
-                      {SdkFunction::addSupportedCodec, 1, 0, false},
-                      {SdkFunction::addSupportedCodec, 2, 0, false},
-                      {SdkFunction::addTransceiver, 1, 0, false},
-                      {SdkFunction::transceiverOnBandwidthEstimation, 1, 0, false},
-                      {SdkFunction::transceiverOnFrame, 1, 0, false},
-                      {SdkFunction::addTransceiver, 2, 0, false},
-                      {SdkFunction::transceiverOnBandwidthEstimation, 2, 0, false},
-                      {SdkFunction::transceiverOnFrame, 2, 0, false},
-                      {SdkFunction::deserializeSessionDescriptionInit, 1, 1, true},
-                      {SdkFunction::setRemoteDescription, 1, 1, true},
-                      {SdkFunction::createAnswer, 1, 2, true},
-                      {SdkFunction::setLocalDescription, 1, 2, true},
-                      {SdkFunction::serializeSessionDescriptionInit, 1, 4, true}};
+const Step kSteps[] = {{SdkFunction::peerConnectionOnIceCandidate, 1, 0, false},
+                       {SdkFunction::peerConnectionOnConnectionStateChange, 1, 0, false},
+                       {SdkFunction::peerConnectionOnSenderBandwidthEstimation, 1, 0, false},
+                       {SdkFunction::addSupportedCodec, 1, 0, false},
+                       {SdkFunction::addSupportedCodec, 2, 0, false},
+                       {SdkFunction::addTransceiver, 1, 0, false},
+                       {SdkFunction::transceiverOnBandwidthEstimation, 1, 0, false},
+                       {SdkFunction::transceiverOnFrame, 1, 0, false},
+                       {SdkFunction::addTransceiver, 2, 0, false},
+                       {SdkFunction::transceiverOnBandwidthEstimation, 2, 0, false},
+                       {SdkFunction::transceiverOnFrame, 2, 0, false},
+                       {SdkFunction::deserializeSessionDescriptionInit, 1, 1, true},
+                       {SdkFunction::setRemoteDescription, 1, 1, true},
+                       {SdkFunction::createAnswer, 1, 2, true},
+                       {SdkFunction::setLocalDescription, 1, 2, true},
+                       {SdkFunction::serializeSessionDescriptionInit, 1, 4, true}};
 
 // The last step belongs to a trickle call alone.
 size_t stepCount(bool trickle) {
-    const size_t all = sizeof(STEPS) / sizeof(STEPS[0]);
+    const size_t all = sizeof(kSteps) / sizeof(kSteps[0]);
     return trickle ? all : all - 1;
 }
 
@@ -57,19 +58,19 @@ protected:
     }
 
     Lines expectedLines(const Step& step) const {
-        const Lines handling = {line(2, "%s(): session %d, handleOffer with: %s", "handleOffer", SID, OFFER),
-                                line(3, "%s(): session %d, handleOffer done", "handleOffer", SID),
+        const Lines handling = {line(2, "%s(): session %d, handleOffer with: %s", "handleOffer", kSid, kOffer),
+                                line(3, "%s(): session %d, handleOffer done", "handleOffer", kSid),
                                 line(2, "%s(): time taken to create answer %.2fms", "handleOffer", 0.0),
-                                line(3, "%s(): session %d, create answer done", "handleOffer", SID)};
+                                line(3, "%s(): session %d, create answer done", "handleOffer", kSid)};
         Lines expected = {
-            line(3, "%s(): session %d, add iceserver. url %s", "initializePeerConnection", SID, "turn:192.0.2.0"),
+            line(3, "%s(): session %d, add iceserver. url %s", "initializePeerConnection", kSid, "turn:192.0.2.0"),
             line(2, "%s(): createPeerConnection took %.2fms, return 0x%x", "initializePeerConnection", 0.0, 0U)};
         expected.insert(expected.end(), handling.begin(),
                         handling.begin() + static_cast<Lines::difference_type>(step.linesOfHandleOffer));
         if (step.isPartOfHandleOffer) {
             expected.push_back(statusLine("handleOffer", status()));
         }
-        expected.push_back(line(5, "%s(): session: %d, init failed, destroy rtc connection", "init", SID));
+        expected.push_back(line(5, "%s(): session: %d, init failed, destroy rtc connection", "init", kSid));
         expected.push_back(statusLine("init", status()));
         return expected;
     }
@@ -78,7 +79,7 @@ protected:
     void expectCallsUpTo(size_t index) const {
         Journal expected = {"createPeerConnection"};
         for (size_t i = 0; i <= index; ++i) {
-            expected.push_back(nameOf(STEPS[i].function));
+            expected.push_back(nameOf(kSteps[i].function));
         }
         expected.push_back("closePeerConnection");
         expected.push_back("freePeerConnection");
@@ -93,11 +94,11 @@ protected:
     void failAt(size_t index) {
         construct(config());
         const Members before(*session);
-        sdk.failNth(STEPS[index].function, STEPS[index].nth, status());
+        sdk.failNth(kSteps[index].function, kSteps[index].nth, status());
 
-        EXPECT_EQ(session->init(OFFER), static_cast<int>(status()));
+        EXPECT_EQ(session->init(kOffer), static_cast<int>(status()));
 
-        EXPECT_EQ(lines(), expectedLines(STEPS[index]));
+        EXPECT_EQ(lines(), expectedLines(kSteps[index]));
         expectCallsUpTo(index);
         EXPECT_EQ(Members(*session), before);
         EXPECT_EQ(textsOf(member(*session, sessionConfig_Tag()).iceServers), textsOf(iceServers(1)));
@@ -109,25 +110,25 @@ protected:
 
 TEST_P(Faults, ReleaseTheConnectionAndLeaveTheSessionReadyForAnotherOffer) {
     for (size_t i = 0; i < stepCount(trickles()); ++i) {
-        SCOPED_TRACE(nameOf(STEPS[i].function) + std::to_string(STEPS[i].nth));
+        SCOPED_TRACE(nameOf(kSteps[i].function) + std::to_string(kSteps[i].nth));
         failAt(i);
-        EXPECT_EQ(session->init(OFFER), 0);
+        EXPECT_EQ(session->init(kOffer), 0);
         EXPECT_EQ(member(*session, pPeerConnection_Tag()), &connection().sdk);
         EXPECT_EQ(sdk.liveConnections(), 1U);
         connection().fireState(RTC_PEER_CONNECTION_STATE_CONNECTED);
         uint8_t data[] = {0};
-        EXPECT_EQ(session->writeVideoData(data, 1, 0, KEY_FRAME, 1), 0);
+        EXPECT_EQ(session->writeVideoData(data, 1, 0, kKeyFrame, 1), 0);
         EXPECT_EQ(session->writeAudioData(data, 1, 0, 0), 0);
     }
 }
 
 TEST_P(Faults, LeaveNothingForTheDestructorToRelease) {
     for (size_t i = 0; i < stepCount(trickles()); ++i) {
-        SCOPED_TRACE(nameOf(STEPS[i].function) + std::to_string(STEPS[i].nth));
+        SCOPED_TRACE(nameOf(kSteps[i].function) + std::to_string(kSteps[i].nth));
         failAt(i);
         destroy();
-        EXPECT_EQ(lines(), (Lines{line(3, "%s(): session: %d, releasing", "~ZelRtcSession", SID),
-                                  line(3, "%s(): session: %d, released", "~ZelRtcSession", SID)}));
+        EXPECT_EQ(lines(), (Lines{line(3, "%s(): session: %d, releasing", "~ZelRtcSession", kSid),
+                                  line(3, "%s(): session: %d, released", "~ZelRtcSession", kSid)}));
         EXPECT_THAT(events(), ::testing::IsEmpty());
     }
 }
@@ -137,18 +138,18 @@ TEST_P(Faults, OfTheCreationHaveNothingToRelease) {
     const Members before(*session);
     sdk.failAlways(SdkFunction::createPeerConnection, status());
 
-    EXPECT_EQ(session->init(OFFER), static_cast<int>(status()));
+    EXPECT_EQ(session->init(kOffer), static_cast<int>(status()));
 
     EXPECT_EQ(
         lines(),
         (Lines{
-            line(3, "%s(): session %d, add iceserver. url %s", "initializePeerConnection", SID, "turn:192.0.2.0"),
+            line(3, "%s(): session %d, add iceserver. url %s", "initializePeerConnection", kSid, "turn:192.0.2.0"),
             line(2, "%s(): createPeerConnection took %.2fms, return 0x%x", "initializePeerConnection", 0.0, status()),
             statusLine("init", status())}));
     EXPECT_EQ(events().size(), 1U);
     EXPECT_EQ(Members(*session), before);
     sdk.succeedAgain();
-    EXPECT_EQ(session->init(OFFER), 0);
+    EXPECT_EQ(session->init(kOffer), 0);
 }
 
 // The SDK hands nothing out when it fails, but a connection that it did hand out would have to be released.
@@ -157,11 +158,11 @@ TEST_P(Faults, OfTheCreationReleaseWhatTheSdkHandedOut) {
     sdk.failNth(SdkFunction::createPeerConnection, 1, status());
     sdk.deliver.connectionInSpiteOfFailure = true;
 
-    EXPECT_EQ(session->init(OFFER), static_cast<int>(status()));
+    EXPECT_EQ(session->init(kOffer), static_cast<int>(status()));
 
     const Lines all = lines();
     ASSERT_EQ(all.size(), 4U);
-    EXPECT_EQ(all[2], line(5, "%s(): session: %d, init failed, destroy rtc connection", "init", SID));
+    EXPECT_EQ(all[2], line(5, "%s(): session: %d, init failed, destroy rtc connection", "init", kSid));
     EXPECT_EQ(all[3], statusLine("init", status()));
     EXPECT_EQ(events().back(), "freePeerConnection pc1");
     EXPECT_EQ(sdk.liveConnections(), 0U);
@@ -174,12 +175,12 @@ TEST_P(Faults, MayBeFollowedByFaultsOfTheRelease) {
     sdk.failAlways(SdkFunction::closePeerConnection, 0x5e000010);
     sdk.failAlways(SdkFunction::freePeerConnection, 0x5e000020);
 
-    EXPECT_EQ(session->init(OFFER), static_cast<int>(status()));
+    EXPECT_EQ(session->init(kOffer), static_cast<int>(status()));
 
     const Lines all = lines();
     ASSERT_GE(all.size(), 4U);
     EXPECT_EQ(Lines(all.end() - 4, all.end()),
-              (Lines{line(5, "%s(): session: %d, init failed, destroy rtc connection", "init", SID),
+              (Lines{line(5, "%s(): session: %d, init failed, destroy rtc connection", "init", kSid),
                      statusLine("releaseRtcConnection", 0x5e000010), statusLine("releaseRtcConnection", 0x5e000020),
                      statusLine("init", status())}));
     EXPECT_EQ(Members(*session), before);
@@ -192,7 +193,7 @@ TEST_P(Faults, ForgetTheConnectionBeforeItIsReleased) {
     RtcPeerConnection untouched;
     PRtcPeerConnection seen = &untouched;
     sdk.during(SdkFunction::closePeerConnection, [&] { seen = member(*session, pPeerConnection_Tag()); });
-    session->init(OFFER);
+    session->init(kOffer);
     EXPECT_EQ(seen, nullptr);
 }
 
@@ -202,7 +203,7 @@ std::string nameOfFault(const ::testing::TestParamInfo<std::tuple<bool, UINT32>>
     return std::string(std::get<0>(info.param) ? "trickle_" : "complete_") + status;
 }
 
-INSTANTIATE_TEST_SUITE_P(Negotiation, Faults, ::testing::Combine(::testing::Bool(), ::testing::ValuesIn(FAILURES)),
+INSTANTIATE_TEST_SUITE_P(Negotiation, Faults, ::testing::Combine(::testing::Bool(), ::testing::ValuesIn(kFailures)),
                          nameOfFault);
 
 class MemoryExhaustion : public SessionTest {
@@ -239,21 +240,21 @@ protected:
 
 TEST_F(MemoryExhaustion, LeavesTheConstructorAsAnExceptionAndLeavesNothingBehind) {
     const ZelRtcSessionConfig config = configWithLongTexts();
-    const unsigned allocations = failEachAllocation([&] { const ZelRtcSession doomed(SID, config, &app); });
+    const unsigned allocations = failEachAllocation([&] { const ZelRtcSession doomed(kSid, config, &app); });
     EXPECT_GE(allocations, 2U * (1 + 4 * 3)) << "two lists of four servers with three texts each";
 }
 
 TEST_F(MemoryExhaustion, WhileABadServerIsDroppedLeavesNothingBehind) {
     ZelRtcSessionConfig config = configWithLongTexts();
     config.iceServers[2].url = std::string(300, 'u');
-    EXPECT_GT(failEachAllocation([&] { const ZelRtcSession doomed(SID, config, &app); }), 0U);
+    EXPECT_GT(failEachAllocation([&] { const ZelRtcSession doomed(kSid, config, &app); }), 0U);
 }
 
 TEST_F(MemoryExhaustion, InTheConstructorSaysNothingAndCallsNobody) {
     const ZelRtcSessionConfig config = configWithLongTexts();
     sdk.forget();
     const FailingAllocation failing(3);
-    EXPECT_THROW(ZelRtcSession(SID, config, &app), std::bad_alloc);
+    EXPECT_THROW(ZelRtcSession(kSid, config, &app), std::bad_alloc);
     EXPECT_THAT(journal(), ::testing::IsEmpty());
 }
 
@@ -261,7 +262,7 @@ TEST_F(MemoryExhaustion, InTheConstructorSaysNothingAndCallsNobody) {
 TEST_F(MemoryExhaustion, InTheCopyOfTheConfigurationLeavesTheSessionReadyForAnotherOffer) {
     construct(configWithLongTexts());
     const Members before(*session);
-    const std::string offer = OFFER;
+    const std::string offer = kOffer;
     {
         const FailingAllocation failing(2);
         EXPECT_THROW(session->init(offer), std::bad_alloc);
@@ -269,6 +270,54 @@ TEST_F(MemoryExhaustion, InTheCopyOfTheConfigurationLeavesTheSessionReadyForAnot
     EXPECT_EQ(Members(*session), before);
     EXPECT_THAT(events(), ::testing::IsEmpty());
     EXPECT_EQ(session->init(offer), 0);
+}
+
+// Every text that init copies, the answer included.
+TEST_F(MemoryExhaustion, InInitLeavesNoConnectionAndTheSessionReadyForAnotherOffer) {
+    ZelWebrtcSessionCallback silent;
+    construct(configWithLongTexts(), &silent);
+    const std::string offer = kOffer;
+    int result = -1;
+    const unsigned allocations = failEachAllocation([&] { result = session->init(offer); });
+    EXPECT_EQ(result, 0) << "the first try that had its memory";
+    EXPECT_EQ(allocations, 1U + 4 * 3 + 1) << "four servers with three texts each in a list, and the answer";
+    EXPECT_EQ(sdk.liveConnections(), 1U);
+}
+
+class ThrowingAnswer : public SessionTest {
+protected:
+    ThrowingAnswer() {
+        construct(trickleConfig(iceServers(2)));
+        app.duringAnswer = [] { throw std::runtime_error("no way to the viewer"); };
+    }
+};
+
+TEST_F(ThrowingAnswer, LeavesInitAndLeavesTheSessionAsItWas) {
+    const Members before(*session);
+    EXPECT_THROW(session->init(kOffer), std::runtime_error);
+    EXPECT_EQ(Members(*session), before);
+    EXPECT_EQ(sdk.liveConnections(), 0U);
+    const Journal all = events();
+    ASSERT_GE(all.size(), 2U);
+    EXPECT_EQ(Journal(all.end() - 2, all.end()), (Journal{"closePeerConnection pc1", "freePeerConnection pc1"}));
+}
+
+TEST_F(ThrowingAnswer, MayBeFollowedByAnotherOffer) {
+    EXPECT_THROW(session->init(kOffer), std::runtime_error);
+    app.duringAnswer = nullptr;
+    EXPECT_EQ(session->init(kOffer), 0);
+    connection().fireState(RTC_PEER_CONNECTION_STATE_CONNECTED);
+    uint8_t frame[] = {0};
+    EXPECT_EQ(session->writeVideoData(frame, sizeof(frame), 0, kKeyFrame, 1), 0);
+}
+
+// As after any other failure of init: a handler that runs meanwhile finds a session without a connection.
+TEST_F(ThrowingAnswer, ForgetsTheConnectionBeforeItIsReleased) {
+    RtcPeerConnection untouched;
+    PRtcPeerConnection seen = &untouched;
+    sdk.during(SdkFunction::closePeerConnection, [&] { seen = member(*session, pPeerConnection_Tag()); });
+    EXPECT_THROW(session->init(kOffer), std::runtime_error);
+    EXPECT_EQ(seen, nullptr);
 }
 
 }  // namespace

@@ -124,7 +124,7 @@ TEST_F(BandwidthFeedback, IsOnlyLoggedFromWhicheverTrackItComes) {
     connection().video().fireBandwidth(512000.5);
     connection().audio().fireBandwidth(512000.5);
     const LogLine expected =
-        line(1, "%s(): session %d. received bitrate suggestion: %f", "onBandwidthEstimation", SID, 512000.5);
+        line(1, "%s(): session %d. received bitrate suggestion: %f", "onBandwidthEstimation", kSid, 512000.5);
     EXPECT_EQ(lines(), (Lines{expected, expected}));
     EXPECT_THAT(events(), IsEmpty());
     EXPECT_EQ(Members(*session), before);
@@ -136,7 +136,7 @@ TEST_F(BandwidthFeedback, IsLoggedWhateverItsValue) {
         sdk.forget();
         connection().video().fireBandwidth(value);
         EXPECT_EQ(lines(), Lines{line(1, "%s(): session %d. received bitrate suggestion: %f", "onBandwidthEstimation",
-                                      SID, value)});
+                                      kSid, value)});
     }
 }
 

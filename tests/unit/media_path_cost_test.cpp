@@ -5,7 +5,7 @@
 namespace zelrtc_test {
 namespace {
 
-const int FRAMES = 10000;
+const int kFrames = 10000;
 
 class MediaPathCost : public SessionTest {
 protected:
@@ -28,17 +28,17 @@ public:
 TEST_F(MediaPathCost, IsNoAllocationForAFrameThatGoesOut) {
     startVideo();
     const AllocationCount count;
-    for (int i = 0; i < FRAMES; ++i) {
-        session->writeVideoData(data, sizeof(data), i * 33333, i % 30 == 0 ? KEY_FRAME : 0, 1);
+    for (int i = 0; i < kFrames; ++i) {
+        session->writeVideoData(data, sizeof(data), i * 33333, i % 30 == 0 ? kKeyFrame : 0, 1);
         session->writeAudioData(data, 160, i * 20000, 0);
     }
     EXPECT_EQ(count.made(), 0U);
-    EXPECT_EQ(sdk.calls(SdkFunction::writeFrame).size(), 2U * FRAMES);
+    EXPECT_EQ(sdk.calls(SdkFunction::writeFrame).size(), 2U * kFrames);
 }
 
 TEST_F(MediaPathCost, IsNoCopyOfAFrameThatGoesOut) {
     startVideo();
-    for (int i = 0; i < FRAMES; ++i) {
+    for (int i = 0; i < kFrames; ++i) {
         session->writeVideoData(data + i % 1000, 200, i, 0, 1);
         session->writeAudioData(data + i % 1000, 160, i, 0);
     }
@@ -47,20 +47,20 @@ TEST_F(MediaPathCost, IsNoCopyOfAFrameThatGoesOut) {
         ASSERT_EQ(call.pointer, data + (index / 2) % 1000) << index;
         ++index;
     }
-    EXPECT_EQ(index, 2U * FRAMES);
+    EXPECT_EQ(index, 2U * kFrames);
 }
 
 TEST_F(MediaPathCost, IsNoAllocationForAFrameThatIsHeldBackRefusedOrLeftOut) {
     connect();
     const AllocationCount count;
-    for (int i = 0; i < FRAMES; ++i) {
+    for (int i = 0; i < kFrames; ++i) {
         session->writeVideoData(data, sizeof(data), i, 0, 1);
         session->writeVideoData(data, sizeof(data), i, 0, 2);
     }
     session->setAudioVideoType(0, 1);
     session->writeAudioData(data, 160, 0, 0);
     session->teminate();
-    session->writeVideoData(data, sizeof(data), 0, KEY_FRAME, 1);
+    session->writeVideoData(data, sizeof(data), 0, kKeyFrame, 1);
     EXPECT_EQ(count.made(), 0U);
     EXPECT_EQ(sdk.calls(SdkFunction::writeFrame).size(), 0U);
 }
@@ -76,13 +76,13 @@ TEST_F(MediaPathCost, IsNeitherAllocationNorCopyForAFrameThatComesIn) {
     RecordedTransceiver& audio = connection().audio();
     RecordedTransceiver& video = connection().video();
     const AllocationCount count;
-    for (int i = 0; i < FRAMES; ++i) {
+    for (int i = 0; i < kFrames; ++i) {
         audio.fireFrame(frame);
         video.fireFrame(frame);
         video.fireBandwidth(i);
     }
     EXPECT_EQ(count.made(), 0U);
-    EXPECT_EQ(check.frames, FRAMES);
+    EXPECT_EQ(check.frames, kFrames);
     EXPECT_TRUE(check.sameBuffer);
     destroy();
 }
@@ -90,7 +90,7 @@ TEST_F(MediaPathCost, IsNeitherAllocationNorCopyForAFrameThatComesIn) {
 TEST_F(MediaPathCost, IsNoAllocationForASwitchOfStreams) {
     startVideo();
     const AllocationCount count;
-    for (int i = 0; i < FRAMES; ++i) {
+    for (int i = 0; i < kFrames; ++i) {
         session->setAudioVideoType(i % 2, i % 3);
     }
     EXPECT_EQ(count.made(), 0U);

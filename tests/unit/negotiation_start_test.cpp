@@ -13,10 +13,10 @@ protected:
         return static_cast<UINT64>(reinterpret_cast<uintptr_t>(session.get()));
     }
 
-    template <size_t SIZE>
-    static void setText(CHAR (&field)[SIZE], const char* text) {
-        memset(field, 0, SIZE);
-        strncpy(field, text, SIZE - 1);
+    template <size_t kSize>
+    static void setText(CHAR (&field)[kSize], const char* text) {
+        memset(field, 0, kSize);
+        strncpy(field, text, kSize - 1);
     }
 
     static std::vector<BYTE> track(RTC_CODEC codec, const char* name, MEDIA_STREAM_TRACK_KIND kind) {
@@ -31,33 +31,33 @@ protected:
     }
 };
 
-const char* const NEGOTIATION[] = {"createPeerConnection",
-                                   "peerConnectionOnIceCandidate pc1",
-                                   "peerConnectionOnConnectionStateChange pc1",
-                                   "peerConnectionOnSenderBandwidthEstimation pc1",
-                                   "addSupportedCodec pc1 codec 1",
-                                   "addSupportedCodec pc1 codec 4",
-                                   "addTransceiver pc1 video",
-                                   "transceiverOnBandwidthEstimation pc1.video",
-                                   "transceiverOnFrame pc1.video",
-                                   "addTransceiver pc1 audio",
-                                   "transceiverOnBandwidthEstimation pc1.audio",
-                                   "transceiverOnFrame pc1.audio",
-                                   "deserializeSessionDescriptionInit",
-                                   "setRemoteDescription pc1",
-                                   "createAnswer pc1",
-                                   "setLocalDescription pc1"};
+const char* const kNegotiation[] = {"createPeerConnection",
+                                    "peerConnectionOnIceCandidate pc1",
+                                    "peerConnectionOnConnectionStateChange pc1",
+                                    "peerConnectionOnSenderBandwidthEstimation pc1",
+                                    "addSupportedCodec pc1 codec 1",
+                                    "addSupportedCodec pc1 codec 4",
+                                    "addTransceiver pc1 video",
+                                    "transceiverOnBandwidthEstimation pc1.video",
+                                    "transceiverOnFrame pc1.video",
+                                    "addTransceiver pc1 audio",
+                                    "transceiverOnBandwidthEstimation pc1.audio",
+                                    "transceiverOnFrame pc1.audio",
+                                    "deserializeSessionDescriptionInit",
+                                    "setRemoteDescription pc1",
+                                    "createAnswer pc1",
+                                    "setLocalDescription pc1"};
 
 TEST_F(NegotiationStart, GoesThroughTheSdkInOneFixedOrder) {
     construct(completeAnswerConfig());
-    EXPECT_EQ(session->init(OFFER), 0);
-    EXPECT_EQ(events(), Journal(std::begin(NEGOTIATION), std::end(NEGOTIATION)));
+    EXPECT_EQ(session->init(kOffer), 0);
+    EXPECT_EQ(events(), Journal(std::begin(kNegotiation), std::end(kNegotiation)));
 }
 
 TEST_F(NegotiationStart, EndsATrickleCallWithTheAnswer) {
     construct(trickleConfig());
-    EXPECT_EQ(session->init(OFFER), 0);
-    Journal expected(std::begin(NEGOTIATION), std::end(NEGOTIATION));
+    EXPECT_EQ(session->init(kOffer), 0);
+    Journal expected(std::begin(kNegotiation), std::end(kNegotiation));
     expected.push_back("serializeSessionDescriptionInit");
     expected.push_back("app 7 onAnswer {\"type\": \"answer\", \"sdp\": \"v=0 created answer\"}");
     EXPECT_EQ(events(), expected);
@@ -65,19 +65,19 @@ TEST_F(NegotiationStart, EndsATrickleCallWithTheAnswer) {
 
 TEST_F(NegotiationStart, LogsNothingOfItsOwnWhenItSucceeds) {
     construct(completeAnswerConfig());
-    EXPECT_EQ(session->init(OFFER), 0);
+    EXPECT_EQ(session->init(kOffer), 0);
     EXPECT_EQ(
         lines(),
         (Lines{line(2, "%s(): createPeerConnection took %.2fms, return 0x%x", "initializePeerConnection", 0.0, 0U),
-               line(2, "%s(): session %d, handleOffer with: %s", "handleOffer", SID, OFFER),
-               line(3, "%s(): session %d, handleOffer done", "handleOffer", SID),
+               line(2, "%s(): session %d, handleOffer with: %s", "handleOffer", kSid, kOffer),
+               line(3, "%s(): session %d, handleOffer done", "handleOffer", kSid),
                line(2, "%s(): time taken to create answer %.2fms", "handleOffer", 0.0),
-               line(3, "%s(): session %d, create answer done", "handleOffer", SID)}));
+               line(3, "%s(): session %d, create answer done", "handleOffer", kSid)}));
 }
 
 TEST_F(NegotiationStart, GivesEveryHandlerTheSessionsAddress) {
     construct(trickleConfig());
-    session->init(OFFER);
+    session->init(kOffer);
     unsigned registrations = 0;
     for (const SdkCall& call : sdk.calls()) {
         if (call.handler != 0) {
@@ -113,7 +113,7 @@ TEST_F(NegotiationStart, RegistersEachHandlerWhereItBelongs) {
 
 TEST_F(NegotiationStart, ListensToTheBandwidthOfBothTracksWithOneHandler) {
     construct(trickleConfig());
-    session->init(OFFER);
+    session->init(kOffer);
     const std::vector<SdkCall> calls = sdk.calls(SdkFunction::transceiverOnBandwidthEstimation);
     ASSERT_EQ(calls.size(), 2U);
     EXPECT_EQ(calls[0].handler, calls[1].handler);
@@ -122,7 +122,7 @@ TEST_F(NegotiationStart, ListensToTheBandwidthOfBothTracksWithOneHandler) {
 TEST_F(NegotiationStart, DeclaresTheTracksInRecordsThatAreZeroOtherwise) {
     construct(trickleConfig());
     dirtyStack();
-    session->init(OFFER);
+    session->init(kOffer);
     const std::vector<SdkCall> calls = sdk.calls(SdkFunction::addTransceiver);
     ASSERT_EQ(calls.size(), 2U);
     EXPECT_EQ(calls[0].record, track(RTC_CODEC_H264_PROFILE_42E01F_LEVEL_ASYMMETRY_ALLOWED_PACKETIZATION_MODE,
@@ -142,7 +142,7 @@ TEST_F(NegotiationStart, KeepsTheConnectionAndBothTransceivers) {
 TEST_F(NegotiationStart, ChangesNoOtherMember) {
     construct(trickleConfig(iceServers(2)));
     Members expected(*session);
-    session->init(OFFER);
+    session->init(kOffer);
     expected.connection = &connection().sdk;
     expected.video = &connection().video().sdk;
     expected.audio = &connection().audio().sdk;
@@ -160,7 +160,7 @@ TEST_F(NegotiationStart, StoresTheConnectionBeforeTheOfferIsHandled) {
     sdk.during(SdkFunction::deserializeSessionDescriptionInit,
                [&] { during.push_back(stored() == &connection().sdk); });
     sdk.during(SdkFunction::setLocalDescription, [&] { during.push_back(stored() == &connection().sdk); });
-    session->init(OFFER);
+    session->init(kOffer);
     EXPECT_THAT(before, ElementsAre(false, false));
     EXPECT_THAT(during, ElementsAre(true, true));
 }
@@ -173,7 +173,7 @@ TEST_F(NegotiationStart, StoresTheTransceiversOnlyAfterTheOfferHasBeenHandled) {
         EXPECT_EQ(member(*session, pAudioRtcRtpTransceiver_Tag()), before.audio);
         sdk.note("looked");
     };
-    session->init(OFFER);
+    session->init(kOffer);
     EXPECT_EQ(journal().back(), "looked");
 }
 
@@ -184,13 +184,13 @@ TEST_F(NegotiationStart, TakesTheTimeBeforeAnythingElse) {
         EXPECT_EQ(member(*session, offerReceiveTime_Tag()), 5000.25);
         advanceTimeMs(100);
     });
-    session->init(OFFER);
+    session->init(kOffer);
     EXPECT_EQ(member(*session, offerReceiveTime_Tag()), 5000.25);
 }
 
 TEST_F(NegotiationStart, HandsTheCorrectedConfigurationToTheSdk) {
     construct(trickleConfig({iceServer(std::string(257, 'u')), iceServer("stun:good")}));
-    session->init(OFFER);
+    session->init(kOffer);
     const RtcConfiguration handed = sdk.onlyCall(SdkFunction::createPeerConnection).as<RtcConfiguration>();
     EXPECT_STREQ(handed.iceServers[0].urls, "stun:good");
     EXPECT_STREQ(handed.iceServers[1].urls, "");
@@ -198,7 +198,7 @@ TEST_F(NegotiationStart, HandsTheCorrectedConfigurationToTheSdk) {
 
 TEST_F(NegotiationStart, MakesAnAlexaCallWithoutRelayAndServers) {
     construct(alexaConfig());
-    EXPECT_EQ(session->init(OFFER), 0);
+    EXPECT_EQ(session->init(kOffer), 0);
     const RtcConfiguration handed = sdk.onlyCall(SdkFunction::createPeerConnection).as<RtcConfiguration>();
     EXPECT_EQ(handed.iceTransportPolicy, ICE_TRANSPORT_POLICY_ALL);
     EXPECT_STREQ(handed.iceServers[0].urls, "");
@@ -221,8 +221,8 @@ TEST_F(NegotiationStart, RefusesASecondCallAndLeavesTheFirstUntouched) {
 
 TEST_F(NegotiationStart, GoesWellWithoutACallback) {
     construct(trickleConfig(), nullptr);
-    EXPECT_EQ(session->init(OFFER), 0);
-    EXPECT_EQ(events(), Journal(std::begin(NEGOTIATION), std::end(NEGOTIATION)));
+    EXPECT_EQ(session->init(kOffer), 0);
+    EXPECT_EQ(events(), Journal(std::begin(kNegotiation), std::end(kNegotiation)));
 }
 
 }  // namespace

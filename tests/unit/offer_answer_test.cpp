@@ -15,25 +15,25 @@ protected:
     static Lines handling(size_t count) {
         const Lines all = {
             line(2, "%s(): createPeerConnection took %.2fms, return 0x%x", "initializePeerConnection", 0.0, 0U),
-            line(2, "%s(): session %d, handleOffer with: %s", "handleOffer", SID, OFFER),
-            line(3, "%s(): session %d, handleOffer done", "handleOffer", SID),
+            line(2, "%s(): session %d, handleOffer with: %s", "handleOffer", kSid, kOffer),
+            line(3, "%s(): session %d, handleOffer done", "handleOffer", kSid),
             line(2, "%s(): time taken to create answer %.2fms", "handleOffer", 0.0),
-            line(3, "%s(): session %d, create answer done", "handleOffer", SID)};
+            line(3, "%s(): session %d, create answer done", "handleOffer", kSid)};
         return Lines(all.begin(), all.begin() + static_cast<Lines::difference_type>(1 + count));
     }
 
     /** Lets the step fail; the call ends with that many of its lines, the failure, and no answer. */
     void expectFailure(SdkFunction step, const std::string& journalEntry, size_t lineCount) {
-        for (const UINT32 status : FAILURES) {
+        for (const UINT32 status : kFailures) {
             SCOPED_TRACE(status);
             construct(trickleConfig());
             sdk.failAlways(step, status);
 
-            EXPECT_EQ(session->init(OFFER), static_cast<int>(status));
+            EXPECT_EQ(session->init(kOffer), static_cast<int>(status));
 
             Lines expected = handling(lineCount);
             expected.push_back(statusLine("handleOffer", status));
-            expected.push_back(line(5, "%s(): session: %d, init failed, destroy rtc connection", "init", SID));
+            expected.push_back(line(5, "%s(): session: %d, init failed, destroy rtc connection", "init", kSid));
             expected.push_back(statusLine("init", status));
             EXPECT_EQ(lines(), expected);
             const Journal steps = events();
@@ -52,7 +52,7 @@ protected:
 
 TEST_F(OfferAnswer, PassesTheOffersTextAndItsLengthWithoutTheTerminator) {
     for (const std::string& offer :
-         {std::string(OFFER), std::string(), std::string("x"), std::string(100000, '%'), std::string("a\0b", 3)}) {
+         {std::string(kOffer), std::string(), std::string("x"), std::string(100000, '%'), std::string("a\0b", 3)}) {
         construct(trickleConfig());
         EXPECT_EQ(session->init(offer), 0);
         const SdkCall call = sdk.onlyCall(SdkFunction::deserializeSessionDescriptionInit);
@@ -65,26 +65,26 @@ TEST_F(OfferAnswer, LogsTheWholeOfferAsItStands) {
     for (const std::string& offer : {std::string(), std::string("%s%d%n"), std::string(30000, '%')}) {
         construct(trickleConfig());
         session->init(offer);
-        EXPECT_EQ(lines()[1], line(2, "%s(): session %d, handleOffer with: %s", "handleOffer", SID, offer.c_str()));
+        EXPECT_EQ(lines()[1], line(2, "%s(): session %d, handleOffer with: %s", "handleOffer", kSid, offer.c_str()));
     }
 }
 
 TEST_F(OfferAnswer, ZeroesBothDescriptionsBeforeTheyAreFilled) {
     construct(trickleConfig());
     dirtyStack();
-    session->init(OFFER);
+    session->init(kOffer);
     EXPECT_TRUE(sdk.onlyCall(SdkFunction::deserializeSessionDescriptionInit).recordIsZero());
     EXPECT_TRUE(sdk.onlyCall(SdkFunction::createAnswer).recordIsZero());
 }
 
 TEST_F(OfferAnswer, AppliesTheOfferAndItsOwnAnswerToTheSameConnection) {
     construct(trickleConfig());
-    session->init(OFFER);
+    session->init(kOffer);
     for (const SdkFunction function :
          {SdkFunction::setRemoteDescription, SdkFunction::createAnswer, SdkFunction::setLocalDescription}) {
         EXPECT_EQ(sdk.onlyCall(function).object, &connection().sdk) << nameOf(function);
     }
-    EXPECT_STREQ(descriptionOf(SdkFunction::setRemoteDescription).sdp, OFFER);
+    EXPECT_STREQ(descriptionOf(SdkFunction::setRemoteDescription).sdp, kOffer);
     EXPECT_EQ(descriptionOf(SdkFunction::setRemoteDescription).type, SDP_TYPE_OFFER);
     EXPECT_STREQ(descriptionOf(SdkFunction::setLocalDescription).sdp, "v=0 created answer");
     EXPECT_EQ(descriptionOf(SdkFunction::setLocalDescription).type, SDP_TYPE_ANSWER);
@@ -92,7 +92,7 @@ TEST_F(OfferAnswer, AppliesTheOfferAndItsOwnAnswerToTheSameConnection) {
 
 TEST_F(OfferAnswer, SerializesTheCreatedAnswerIntoTenKilobytes) {
     construct(trickleConfig());
-    session->init(OFFER);
+    session->init(kOffer);
     EXPECT_STREQ(descriptionOf(SdkFunction::serializeSessionDescriptionInit).sdp, "v=0 created answer");
     EXPECT_EQ(descriptionOf(SdkFunction::serializeSessionDescriptionInit).type, SDP_TYPE_ANSWER);
     EXPECT_EQ(sdk.onlyCall(SdkFunction::serializeSessionDescriptionInit).length, 10240U);
@@ -104,7 +104,7 @@ TEST_F(OfferAnswer, GivesATrickleCallItsAnswerOnceOnTheCallersThreadBeforeInitRe
     sdk.deliver.serializedJson = "as the SDK wrote it: 100%s";
     unsigned answers = 0;
     app.duringAnswer = [&answers] { ++answers; };
-    EXPECT_EQ(session->init(OFFER), 0);
+    EXPECT_EQ(session->init(kOffer), 0);
     EXPECT_EQ(answers, 1U);
     EXPECT_EQ(app.lastThread, std::this_thread::get_id());
     EXPECT_EQ(journal().back(), "app 7 onAnswer as the SDK wrote it: 100%s");
@@ -112,12 +112,12 @@ TEST_F(OfferAnswer, GivesATrickleCallItsAnswerOnceOnTheCallersThreadBeforeInitRe
 
 TEST_F(OfferAnswer, WritesEveryLineInItsPlace) {
     construct(trickleConfig());
-    EXPECT_EQ(session->init(OFFER), 0);
+    EXPECT_EQ(session->init(kOffer), 0);
     EXPECT_EQ(lines(), handling(4));
     Journal all = journal();
     all.erase(all.begin(), std::find(all.begin(), all.end(), "transceiverOnFrame pc1.audio") + 1);
     EXPECT_THAT(all, ::testing::ElementsAre(
-                         std::string("log 2 handleOffer(): session 7, handleOffer with: ") + OFFER,
+                         std::string("log 2 handleOffer(): session 7, handleOffer with: ") + kOffer,
                          "deserializeSessionDescriptionInit", "setRemoteDescription pc1",
                          "log 3 handleOffer(): session 7, handleOffer done", "createAnswer pc1",
                          "setLocalDescription pc1", "log 2 handleOffer(): time taken to create answer 0.00ms",
@@ -127,14 +127,14 @@ TEST_F(OfferAnswer, WritesEveryLineInItsPlace) {
 
 TEST_F(OfferAnswer, HoldsTheAnswerBackInACallThatDoesNotTrickle) {
     construct(completeAnswerConfig());
-    EXPECT_EQ(session->init(OFFER), 0);
+    EXPECT_EQ(session->init(kOffer), 0);
     EXPECT_EQ(lines(), handling(4));
     EXPECT_EQ(events().back(), "setLocalDescription pc1");
 }
 
 TEST_F(OfferAnswer, HandsNothingOverWithoutACallback) {
     construct(trickleConfig(), nullptr);
-    EXPECT_EQ(session->init(OFFER), 0);
+    EXPECT_EQ(session->init(kOffer), 0);
     EXPECT_EQ(lines(), handling(4));
     EXPECT_EQ(events().back(), "setLocalDescription pc1");
 }
@@ -162,17 +162,17 @@ TEST_F(OfferAnswer, EndsWithAnAnswerThatTheSdkCannotWrite) {
 TEST_F(OfferAnswer, DeliversAnAnswerOf10239Bytes) {
     construct(trickleConfig());
     sdk.deliver.serializedJson = std::string(10239, 'a');
-    EXPECT_EQ(session->init(OFFER), 0);
+    EXPECT_EQ(session->init(kOffer), 0);
     EXPECT_EQ(journal().back(), "app 7 onAnswer " + std::string(10239, 'a'));
 }
 
 TEST_F(OfferAnswer, FailsWithAnAnswerThatDoesNotFit) {
     construct(trickleConfig());
     sdk.deliver.serializedJson = std::string(10240, 'a');
-    EXPECT_EQ(session->init(OFFER), static_cast<int>(STATUS_BUFFER_TOO_SMALL));
+    EXPECT_EQ(session->init(kOffer), static_cast<int>(STATUS_BUFFER_TOO_SMALL));
     Lines expected = handling(4);
     expected.push_back(statusLine("handleOffer", STATUS_BUFFER_TOO_SMALL));
-    expected.push_back(line(5, "%s(): session: %d, init failed, destroy rtc connection", "init", SID));
+    expected.push_back(line(5, "%s(): session: %d, init failed, destroy rtc connection", "init", kSid));
     expected.push_back(statusLine("init", STATUS_BUFFER_TOO_SMALL));
     EXPECT_EQ(lines(), expected);
     EXPECT_EQ(events().back(), "freePeerConnection pc1");
@@ -181,14 +181,14 @@ TEST_F(OfferAnswer, FailsWithAnAnswerThatDoesNotFit) {
 TEST_F(OfferAnswer, ReadsTheAnswerUpToItsTerminator) {
     construct(trickleConfig());
     sdk.deliver.serializedJson = std::string("short\0ignored", 13);
-    session->init(OFFER);
+    session->init(kOffer);
     EXPECT_EQ(journal().back(), "app 7 onAnswer short");
 }
 
 TEST_F(OfferAnswer, DeliversAnEmptyAnswerToo) {
     construct(trickleConfig());
     sdk.deliver.serializedJson = std::string(1, '\0');
-    EXPECT_EQ(session->init(OFFER), 0);
+    EXPECT_EQ(session->init(kOffer), 0);
     EXPECT_EQ(journal().back(), "app 7 onAnswer ");
 }
 
@@ -202,7 +202,7 @@ TEST_F(OfferAnswer, MeasuresFromTheOffersArrivalUntilTheLocalDescriptionIsSet) {
     takes(SdkFunction::createAnswer, 4);
     takes(SdkFunction::setLocalDescription, 8);
     takes(SdkFunction::serializeSessionDescriptionInit, 1000);
-    session->init(OFFER);
+    session->init(kOffer);
     EXPECT_EQ(lines()[3], line(2, "%s(): time taken to create answer %.2fms", "handleOffer", 116.0));
 }
 

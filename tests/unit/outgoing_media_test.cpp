@@ -268,7 +268,7 @@ TEST_F(OutgoingMedia, IsRefusedWhileInitStillRunsAndSpendsNoKeyFrame) {
         EXPECT_EQ(writeAudio(), -1);
         EXPECT_THAT(journal(), IsEmpty());
     };
-    EXPECT_EQ(session->init(OFFER), 0);
+    EXPECT_EQ(session->init(kOffer), 0);
     EXPECT_TRUE(isWaiting());
     EXPECT_EQ(writeVideo(0x10), 0);
     EXPECT_EQ(writeAudio(), 0);
@@ -411,7 +411,7 @@ TEST_F(StreamChoice, LeavesTheGateAloneWhenOnlyAudioChanges) {
 TEST_F(StreamChoice, HoldsForTheWholeSession) {
     construct(trickleConfig());
     session->setAudioVideoType(0, 2);
-    session->init(OFFER);
+    session->init(kOffer);
     connection().fireState(RTC_PEER_CONNECTION_STATE_CONNECTED);
     sdk.forget();
     EXPECT_EQ(writeAudio(), 0);

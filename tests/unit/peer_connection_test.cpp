@@ -16,7 +16,7 @@ protected:
         SessionTest::TearDown();
     }
 
-    UINT32 create(const ZelRtcSessionConfig& config, ZELRTC_SESSION_ID sid = SID) {
+    UINT32 create(const ZelRtcSessionConfig& config, ZELRTC_SESSION_ID sid = kSid) {
         sdk.forget();
         dirtyStack();
         return initializePeerConnection(sid, config, &created);
@@ -39,12 +39,12 @@ protected:
         return memcmp(&left, &right, sizeof(left)) == 0;
     }
 
-    template <size_t SIZE>
-    static void setText(CHAR (&field)[SIZE], const std::string& text) {
-        strncpy(field, text.c_str(), SIZE - 1);
+    template <size_t kSize>
+    static void setText(CHAR (&field)[kSize], const std::string& text) {
+        strncpy(field, text.c_str(), kSize - 1);
     }
 
-    static LogLine added(const std::string& url, ZELRTC_SESSION_ID sid = SID) {
+    static LogLine added(const std::string& url, ZELRTC_SESSION_ID sid = kSid) {
         return line(3, "%s(): session %d, add iceserver. url %s", "initializePeerConnection", sid, url.c_str());
     }
 
@@ -75,7 +75,7 @@ TEST_F(PeerConnectionCreation, RestrictsCandidatesToRelayedOnes) {
     setText(expected.iceServers[0].username, "u");
     setText(expected.iceServers[0].credential, "c");
     EXPECT_TRUE(sameBytes(handed(), expected));
-    EXPECT_EQ(lines(), (Lines{line(2, "%s(): session %d, set relay only", "initializePeerConnection", SID),
+    EXPECT_EQ(lines(), (Lines{line(2, "%s(): session %d, set relay only", "initializePeerConnection", kSid),
                               added("turn:a"), took(0.0, 0)}));
 }
 
@@ -162,7 +162,7 @@ TEST_F(PeerConnectionCreation, LeavesOutWhatTheSdkHasNoRoomForAndSaysHowMany) {
             expectedLines.push_back(added(servers[i].url));
         }
         expectedLines.push_back(line(5, "%s(): session %d, too many iceservers, %u left out",
-                                     "initializePeerConnection", SID, static_cast<unsigned>(count - 21)));
+                                     "initializePeerConnection", kSid, static_cast<unsigned>(count - 21)));
         expectedLines.push_back(took(0.0, 0));
         EXPECT_TRUE(sameBytes(handed(), expected));
         EXPECT_EQ(lines(), expectedLines);
@@ -193,7 +193,7 @@ TEST_F(PeerConnectionCreation, MeasuresTheSdksCallAlone) {
 }
 
 TEST_F(PeerConnectionCreation, ReportsAFailureInTheTimingLineAndAsItsResult) {
-    for (const UINT32 status : FAILURES) {
+    for (const UINT32 status : kFailures) {
         sdk.reset();
         sdk.failAlways(SdkFunction::createPeerConnection, status);
         EXPECT_EQ(create(completeAnswerConfig()), status);
@@ -225,7 +225,7 @@ TEST_F(PeerConnectionRelease, ClosesFreesAndForgetsTheConnection) {
 }
 
 TEST_F(PeerConnectionRelease, SucceedsWhateverTheSdkSays) {
-    for (const UINT32 status : FAILURES) {
+    for (const UINT32 status : kFailures) {
         sdk.reset();
         negotiate(trickleConfig());
         PRtcPeerConnection& held = member(*session, pPeerConnection_Tag());

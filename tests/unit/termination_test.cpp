@@ -17,14 +17,14 @@ protected:
 
 using Destruction = Termination;
 
-const LogLine RELEASING = line(3, "%s(): session: %d, releasing", "~ZelRtcSession", SID);
-const LogLine RELEASED = line(3, "%s(): session: %d, released", "~ZelRtcSession", SID);
+const LogLine kReleasing = line(3, "%s(): session: %d, releasing", "~ZelRtcSession", kSid);
+const LogLine kReleased = line(3, "%s(): session: %d, released", "~ZelRtcSession", kSid);
 
 TEST_F(Termination, LogsAndSetsTheFlagThroughTheSdk) {
     connect();
     watchFlags();
     EXPECT_EQ(session->teminate(), 0);
-    EXPECT_EQ(lines(), Lines{line(2, "%s(): session %d teminate.", "teminate", SID)});
+    EXPECT_EQ(lines(), Lines{line(2, "%s(): session %d teminate.", "teminate", kSid)});
     EXPECT_THAT(journal(), ElementsAre("log 2 teminate(): session 7 teminate.", "store terminated_ 1"));
 }
 
@@ -42,7 +42,7 @@ TEST_F(Termination, MayBeRepeated) {
     connect();
     EXPECT_EQ(session->teminate(), 0);
     EXPECT_EQ(session->teminate(), 0);
-    const LogLine expected = line(2, "%s(): session %d teminate.", "teminate", SID);
+    const LogLine expected = line(2, "%s(): session %d teminate.", "teminate", kSid);
     EXPECT_EQ(lines(), (Lines{expected, expected}));
     EXPECT_EQ(member(*session, terminated_Tag()), 1U);
 }
@@ -68,7 +68,7 @@ TEST_F(Termination, MayComeFromInsideEachCallback) {
 
     construct(trickleConfig());
     app.duringAnswer = end;
-    EXPECT_EQ(session->init(OFFER), 0);
+    EXPECT_EQ(session->init(kOffer), 0);
     EXPECT_EQ(member(*session, terminated_Tag()), 1U);
     app.duringAnswer = nullptr;
 
@@ -104,17 +104,17 @@ TEST_F(Termination, MayComeFromInsideEachCallback) {
 TEST_F(Destruction, LogsTwoLinesWhenThereWasNoCall) {
     construct(trickleConfig(iceServers(2)));
     destroy();
-    EXPECT_EQ(lines(), (Lines{RELEASING, RELEASED}));
+    EXPECT_EQ(lines(), (Lines{kReleasing, kReleased}));
     EXPECT_THAT(events(), IsEmpty());
 }
 
 TEST_F(Destruction, LogsTwoLinesAfterAFailedInit) {
     construct(trickleConfig(iceServers(2)));
     sdk.failAlways(SdkFunction::createAnswer, 0x5e000001);
-    EXPECT_NE(session->init(OFFER), 0);
+    EXPECT_NE(session->init(kOffer), 0);
     sdk.forget();
     destroy();
-    EXPECT_EQ(lines(), (Lines{RELEASING, RELEASED}));
+    EXPECT_EQ(lines(), (Lines{kReleasing, kReleased}));
     EXPECT_THAT(events(), IsEmpty());
 }
 
@@ -122,18 +122,19 @@ TEST_F(Destruction, LogsTheStatisticsOfEveryServerAndReleasesTheConnection) {
     negotiate(trickleConfig(iceServers(2)));
     sdk.deliver.iceServers = {serverStats("a", 1, "udp", 1, 1, 10000), serverStats("b", 2, "tcp", 2, 2, 20000)};
     destroy();
-    EXPECT_EQ(lines(), (Lines{RELEASING, line(2, "%s(): ICE Server URL: %s", "gatherIceServerStats", "a"),
-                              line(2, "%s(): ICE Server port: %d", "gatherIceServerStats", 1),
-                              line(2, "%s(): ICE Server protocol: %s", "gatherIceServerStats", "udp"),
-                              line(2, "%s(): Total requests sent:%llu", "gatherIceServerStats", 1ULL),
-                              line(2, "%s(): Total responses received: %llu", "gatherIceServerStats", 1ULL),
-                              line(2, "%s(): Total round trip time: %llums", "gatherIceServerStats", 1ULL),
-                              line(2, "%s(): ICE Server URL: %s", "gatherIceServerStats", "b"),
-                              line(2, "%s(): ICE Server port: %d", "gatherIceServerStats", 2),
-                              line(2, "%s(): ICE Server protocol: %s", "gatherIceServerStats", "tcp"),
-                              line(2, "%s(): Total requests sent:%llu", "gatherIceServerStats", 2ULL),
-                              line(2, "%s(): Total responses received: %llu", "gatherIceServerStats", 2ULL),
-                              line(2, "%s(): Total round trip time: %llums", "gatherIceServerStats", 2ULL), RELEASED}));
+    EXPECT_EQ(lines(),
+              (Lines{kReleasing, line(2, "%s(): ICE Server URL: %s", "gatherIceServerStats", "a"),
+                     line(2, "%s(): ICE Server port: %d", "gatherIceServerStats", 1),
+                     line(2, "%s(): ICE Server protocol: %s", "gatherIceServerStats", "udp"),
+                     line(2, "%s(): Total requests sent:%llu", "gatherIceServerStats", 1ULL),
+                     line(2, "%s(): Total responses received: %llu", "gatherIceServerStats", 1ULL),
+                     line(2, "%s(): Total round trip time: %llums", "gatherIceServerStats", 1ULL),
+                     line(2, "%s(): ICE Server URL: %s", "gatherIceServerStats", "b"),
+                     line(2, "%s(): ICE Server port: %d", "gatherIceServerStats", 2),
+                     line(2, "%s(): ICE Server protocol: %s", "gatherIceServerStats", "tcp"),
+                     line(2, "%s(): Total requests sent:%llu", "gatherIceServerStats", 2ULL),
+                     line(2, "%s(): Total responses received: %llu", "gatherIceServerStats", 2ULL),
+                     line(2, "%s(): Total round trip time: %llums", "gatherIceServerStats", 2ULL), kReleased}));
     EXPECT_THAT(events(), ElementsAre("rtcPeerConnectionGetMetrics pc1 type 3 server 0",
                                       "rtcPeerConnectionGetMetrics pc1 type 3 server 1", "closePeerConnection pc1",
                                       "freePeerConnection pc1"));
@@ -174,18 +175,18 @@ TEST_F(Destruction, GoesTheSameWayAfterTheEndOfTheCall) {
     destroy();
     EXPECT_EQ(events(), (Journal{"store terminated_ 1", "store connected_ 0", "closePeerConnection pc1",
                                  "freePeerConnection pc1"}));
-    EXPECT_EQ(lines(), (Lines{RELEASING, RELEASED}));
+    EXPECT_EQ(lines(), (Lines{kReleasing, kReleased}));
 }
 
 TEST_F(Destruction, ToleratesFailedStatistics) {
-    for (const UINT32 status : FAILURES) {
+    for (const UINT32 status : kFailures) {
         negotiate(trickleConfig(iceServers(2)));
         sdk.failAlways(SdkFunction::rtcPeerConnectionGetMetrics, status);
         destroy();
-        EXPECT_EQ(lines(), (Lines{RELEASING,
+        EXPECT_EQ(lines(), (Lines{kReleasing,
                                   line(4, "%s(): Failed to ICE Server Stats for streaming session %d: %08x",
-                                       "~ZelRtcSession", SID, status),
-                                  RELEASED}));
+                                       "~ZelRtcSession", kSid, status),
+                                  kReleased}));
         EXPECT_EQ(events().size(), 3U);
         EXPECT_EQ(sdk.liveConnections(), 0U);
         sdk.succeedAgain();
@@ -198,7 +199,7 @@ TEST_F(Destruction, KeepsTheLinesOfTheServersBeforeTheOneThatFails) {
     destroy();
     EXPECT_EQ(lines().size(), 9U);
     EXPECT_EQ(lines()[7], line(4, "%s(): Failed to ICE Server Stats for streaming session %d: %08x", "~ZelRtcSession",
-                               SID, 0x5a000028U));
+                               kSid, 0x5a000028U));
 }
 
 TEST_F(Destruction, ToleratesAFailedRelease) {
@@ -206,8 +207,8 @@ TEST_F(Destruction, ToleratesAFailedRelease) {
     sdk.failAlways(SdkFunction::closePeerConnection, 0x5e000001);
     sdk.failAlways(SdkFunction::freePeerConnection, 0x5e000002);
     destroy();
-    EXPECT_EQ(lines(), (Lines{RELEASING, statusLine("releaseRtcConnection", 0x5e000001),
-                              statusLine("releaseRtcConnection", 0x5e000002), RELEASED}));
+    EXPECT_EQ(lines(), (Lines{kReleasing, statusLine("releaseRtcConnection", 0x5e000001),
+                              statusLine("releaseRtcConnection", 0x5e000002), kReleased}));
 }
 
 TEST_F(Destruction, TellsTheApplicationNothing) {
@@ -223,7 +224,7 @@ TEST_F(Destruction, TellsTheApplicationNothing) {
         });
     });
     destroy();
-    EXPECT_EQ(lines(), (Lines{RELEASING, RELEASED}));
+    EXPECT_EQ(lines(), (Lines{kReleasing, kReleased}));
     EXPECT_THAT(events(), ElementsAre("closePeerConnection pc1", "freePeerConnection pc1"));
 }
 
@@ -232,7 +233,7 @@ TEST_F(Destruction, RefusesMediaWhileTheConnectionCloses) {
     uint8_t data[] = {0};
     ZelRtcSession* const dying = session.get();
     sdk.during(SdkFunction::closePeerConnection, [&] {
-        EXPECT_EQ(dying->writeVideoData(data, 1, 0, KEY_FRAME, 1), -1);
+        EXPECT_EQ(dying->writeVideoData(data, 1, 0, kKeyFrame, 1), -1);
         EXPECT_EQ(dying->writeAudioData(data, 1, 0, 0), -1);
         sdk.note("refused");
     });
@@ -262,7 +263,7 @@ TEST_F(Destruction, LeavesTheCallbackToTheApplication) {
 
 TEST_F(Destruction, LogsTheSessionsOwnId) {
     session.reset(new ZelRtcSession(-42, trickleConfig(iceServers(1)), &app));
-    session->init(OFFER);
+    session->init(kOffer);
     session->teminate();
     sdk.failAlways(SdkFunction::rtcPeerConnectionGetMetrics, 1);
     destroy();

@@ -109,7 +109,7 @@ protected:
 
     void sendAndReceive() {
         EXPECT_EQ(session->writeVideoData(samples, sizeof(samples), 900000, 0, 1), -127);
-        EXPECT_EQ(session->writeVideoData(samples, sizeof(samples), 1000000, KEY_FRAME, 1), 0);
+        EXPECT_EQ(session->writeVideoData(samples, sizeof(samples), 1000000, kKeyFrame, 1), 0);
         EXPECT_EQ(session->writeVideoData(samples, sizeof(samples), 1033333, 0, 1), 0);
         EXPECT_EQ(session->writeAudioData(samples, sizeof(samples), 1020000, 0), 0);
         connection().audio().fireFrame(frame);
@@ -122,7 +122,7 @@ protected:
 };
 
 TEST_F(WholeCall, TakesItsRoadWithATrickledAnswer) {
-    session.reset(new ZelRtcSession(SID, trickleConfig(twoServers()), &app));
+    session.reset(new ZelRtcSession(kSid, trickleConfig(twoServers()), &app));
     EXPECT_EQ(session->init("the offer"), 0);
     connection().fireCandidate("local candidate");
     EXPECT_EQ(session->addRemoteCandidate("remote candidate"), 0);
@@ -150,7 +150,7 @@ TEST_F(WholeCall, TakesItsRoadWithATrickledAnswer) {
 }
 
 TEST_F(WholeCall, TakesItsRoadWithACompleteAnswer) {
-    session.reset(new ZelRtcSession(SID, completeAnswerConfig(twoServers()), &app));
+    session.reset(new ZelRtcSession(kSid, completeAnswerConfig(twoServers()), &app));
     EXPECT_EQ(session->init("the offer"), 0);
     connection().fireCandidate("local candidate");
     connection().fireGatheringEnd();
@@ -171,7 +171,7 @@ TEST_F(WholeCall, TakesItsRoadWithACompleteAnswer) {
 
 TEST_F(WholeCall, DoesNotMeetItsNeighbour) {
     RecordingCallback otherApp;
-    session.reset(new ZelRtcSession(SID, trickleConfig(), &app));
+    session.reset(new ZelRtcSession(kSid, trickleConfig(), &app));
     EXPECT_EQ(session->init("the offer"), 0);
     RecordedConnection& first = connection();
     ZelRtcSession other(8, completeAnswerConfig(), &otherApp);
@@ -184,7 +184,7 @@ TEST_F(WholeCall, DoesNotMeetItsNeighbour) {
     other.setAudioVideoType(0, 2);
     other.teminate();
     EXPECT_EQ(session->writeAudioData(samples, 1, 0, 0), 0);
-    EXPECT_EQ(session->writeVideoData(samples, 1, 0, KEY_FRAME, 1), 0);
+    EXPECT_EQ(session->writeVideoData(samples, 1, 0, kKeyFrame, 1), 0);
 
     sdk.forget();
     second.audio().fireFrame(frame);
