@@ -1,29 +1,16 @@
-// The C functions: they check their arguments and keep exceptions inside.
+// The C functions of a process, its connections and their transceivers.
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
-#include <exception>
-#include <new>
-
+#include "api/guard.h"
 #include "connection/peer_connection.h"
 #include "engine/runtime.h"
-#include "text/log.h"
 
+using zelrtc::hostsdk::given;
+using zelrtc::hostsdk::guarded;
 using zelrtc::hostsdk::PeerConnection;
 using zelrtc::hostsdk::Transceiver;
 
 namespace {
-
-template <typename Operation>
-STATUS guarded(Operation operation) {
-    try {
-        return operation();
-    } catch (const std::bad_alloc&) {
-        return STATUS_NOT_ENOUGH_MEMORY;
-    } catch (const std::exception& error) {
-        zelrtc::hostsdk::logError(error.what());
-        return STATUS_INVALID_OPERATION;
-    }
-}
 
 PeerConnection* implementation(PRtcPeerConnection pPeerConnection) {
     return static_cast<PeerConnection*>(pPeerConnection);
@@ -33,9 +20,10 @@ Transceiver* implementation(PRtcRtpTransceiver pTransceiver) {
     return static_cast<Transceiver*>(pTransceiver);
 }
 
-bool isSupported(RTC_CODEC codec) {
-    return codec == RTC_CODEC_H264_PROFILE_42E01F_LEVEL_ASYMMETRY_ALLOWED_PACKETIZATION_MODE ||
-           codec == RTC_CODEC_MULAW;
+STATUS codecStatus(RTC_CODEC codec) {
+    const bool isSupported =
+        codec == RTC_CODEC_H264_PROFILE_42E01F_LEVEL_ASYMMETRY_ALLOWED_PACKETIZATION_MODE || codec == RTC_CODEC_MULAW;
+    return isSupported ? STATUS_SUCCESS : STATUS_NOT_IMPLEMENTED;
 }
 
 }  // namespace
@@ -49,10 +37,7 @@ STATUS deinitKvsWebRtc(VOID) {
 }
 
 STATUS createPeerConnection(PRtcConfiguration pConfiguration, PRtcPeerConnection* ppPeerConnection) {
-    if (pConfiguration == nullptr || ppPeerConnection == nullptr) {
-        return STATUS_NULL_ARG;
-    }
-    return guarded([=] {
+    return guarded(given(pConfiguration, ppPeerConnection), [=] {
         if (!zelrtc::hostsdk::startRuntime()) {
             return STATUS_INVALID_OPERATION;
         }
@@ -66,127 +51,91 @@ STATUS createPeerConnection(PRtcConfiguration pConfiguration, PRtcPeerConnection
 }
 
 STATUS closePeerConnection(PRtcPeerConnection pPeerConnection) {
-    if (pPeerConnection == nullptr) {
-        return STATUS_NULL_ARG;
-    }
-    return guarded([=] {
-        implementation(pPeerConnection)->close();
-        return STATUS_SUCCESS;
-    });
+    return guarded(given(pPeerConnection), [=] { implementation(pPeerConnection)->close(); });
 }
 
 STATUS freePeerConnection(PRtcPeerConnection* ppPeerConnection) {
-    if (ppPeerConnection == nullptr) {
-        return STATUS_NULL_ARG;
-    }
-    delete implementation(*ppPeerConnection);
-    *ppPeerConnection = nullptr;
-    return STATUS_SUCCESS;
+    return guarded(given(ppPeerConnection), [=] {
+        delete implementation(*ppPeerConnection);
+        *ppPeerConnection = nullptr;
+    });
 }
 
 STATUS peerConnectionOnIceCandidate(PRtcPeerConnection pPeerConnection, UINT64 customData, RtcOnIceCandidate handler) {
-    if (pPeerConnection == nullptr || handler == nullptr) {
-        return STATUS_NULL_ARG;
-    }
-    implementation(pPeerConnection)->setCandidateHandler(customData, handler);
-    return STATUS_SUCCESS;
+    return guarded(given(pPeerConnection, handler),
+                   [=] { implementation(pPeerConnection)->setCandidateHandler(customData, handler); });
 }
 
 STATUS peerConnectionOnConnectionStateChange(PRtcPeerConnection pPeerConnection, UINT64 customData,
                                              RtcOnConnectionStateChange handler) {
-    if (pPeerConnection == nullptr || handler == nullptr) {
-        return STATUS_NULL_ARG;
-    }
-    implementation(pPeerConnection)->setStateHandler(customData, handler);
-    return STATUS_SUCCESS;
+    return guarded(given(pPeerConnection, handler),
+                   [=] { implementation(pPeerConnection)->setStateHandler(customData, handler); });
 }
 
 // Accepted and never called: webrtcbin does not tell the figures that the handler is to get.
 STATUS peerConnectionOnSenderBandwidthEstimation(PRtcPeerConnection pPeerConnection, UINT64,
                                                  RtcOnSenderBandwidthEstimation handler) {
-    return pPeerConnection == nullptr || handler == nullptr ? STATUS_NULL_ARG : STATUS_SUCCESS;
+    return given(pPeerConnection, handler) ? STATUS_SUCCESS : STATUS_NULL_ARG;
 }
 
 STATUS addSupportedCodec(PRtcPeerConnection pPeerConnection, RTC_CODEC codec) {
-    if (pPeerConnection == nullptr) {
-        return STATUS_NULL_ARG;
-    }
-    return isSupported(codec) ? STATUS_SUCCESS : STATUS_NOT_IMPLEMENTED;
+    return guarded(given(pPeerConnection), [=] { return codecStatus(codec); });
 }
 
 STATUS addTransceiver(PRtcPeerConnection pPeerConnection, PRtcMediaStreamTrack pTrack, PRtcRtpTransceiverInit pInit,
                       PRtcRtpTransceiver* ppTransceiver) {
-    if (pPeerConnection == nullptr || pTrack == nullptr || ppTransceiver == nullptr) {
-        return STATUS_NULL_ARG;
-    }
-    if (!isSupported(pTrack->codec)) {
-        return STATUS_NOT_IMPLEMENTED;
-    }
-    const RTC_RTP_TRANSCEIVER_DIRECTION direction =
-        pInit == nullptr ? RTC_RTP_TRANSCEIVER_DIRECTION_SENDRECV : pInit->direction;
-    return guarded([=] { return implementation(pPeerConnection)->addTransceiver(*pTrack, direction, ppTransceiver); });
+    return guarded(given(pPeerConnection, pTrack, ppTransceiver), [=] {
+        const STATUS status = codecStatus(pTrack->codec);
+        if (status != STATUS_SUCCESS) {
+            return status;
+        }
+        const auto direction = pInit == nullptr ? RTC_RTP_TRANSCEIVER_DIRECTION_SENDRECV : pInit->direction;
+        return implementation(pPeerConnection)->addTransceiver(*pTrack, direction, ppTransceiver);
+    });
 }
 
 STATUS transceiverOnFrame(PRtcRtpTransceiver pTransceiver, UINT64 customData, RtcOnFrame handler) {
-    if (pTransceiver == nullptr || handler == nullptr) {
-        return STATUS_NULL_ARG;
-    }
-    implementation(pTransceiver)->setFrameHandler(customData, handler);
-    return STATUS_SUCCESS;
+    return guarded(given(pTransceiver, handler),
+                   [=] { implementation(pTransceiver)->setFrameHandler(customData, handler); });
 }
 
 STATUS transceiverOnBandwidthEstimation(PRtcRtpTransceiver pTransceiver, UINT64 customData,
                                         RtcOnBandwidthEstimation handler) {
-    if (pTransceiver == nullptr || handler == nullptr) {
-        return STATUS_NULL_ARG;
-    }
-    implementation(pTransceiver)->setBandwidthHandler(customData, handler);
-    return STATUS_SUCCESS;
+    return guarded(given(pTransceiver, handler),
+                   [=] { implementation(pTransceiver)->setBandwidthHandler(customData, handler); });
 }
 
 STATUS setRemoteDescription(PRtcPeerConnection pPeerConnection, PRtcSessionDescriptionInit pDescription) {
-    if (pPeerConnection == nullptr || pDescription == nullptr) {
-        return STATUS_NULL_ARG;
-    }
-    return guarded([=] { return implementation(pPeerConnection)->setRemoteDescription(*pDescription); });
+    return guarded(given(pPeerConnection, pDescription),
+                   [=] { return implementation(pPeerConnection)->setRemoteDescription(*pDescription); });
 }
 
 STATUS setLocalDescription(PRtcPeerConnection pPeerConnection, PRtcSessionDescriptionInit pDescription) {
-    if (pPeerConnection == nullptr || pDescription == nullptr) {
-        return STATUS_NULL_ARG;
-    }
-    return guarded([=] { return implementation(pPeerConnection)->setLocalDescription(*pDescription); });
+    return guarded(given(pPeerConnection, pDescription),
+                   [=] { return implementation(pPeerConnection)->setLocalDescription(*pDescription); });
 }
 
 STATUS createAnswer(PRtcPeerConnection pPeerConnection, PRtcSessionDescriptionInit pDescription) {
-    if (pPeerConnection == nullptr || pDescription == nullptr) {
-        return STATUS_NULL_ARG;
-    }
-    return guarded([=] { return implementation(pPeerConnection)->createAnswer(pDescription); });
+    return guarded(given(pPeerConnection, pDescription),
+                   [=] { return implementation(pPeerConnection)->createAnswer(pDescription); });
 }
 
 STATUS peerConnectionGetCurrentLocalDescription(PRtcPeerConnection pPeerConnection,
                                                 PRtcSessionDescriptionInit pDescription) {
-    if (pPeerConnection == nullptr || pDescription == nullptr) {
-        return STATUS_NULL_ARG;
-    }
-    return guarded([=] { return implementation(pPeerConnection)->currentLocalDescription(pDescription); });
+    return guarded(given(pPeerConnection, pDescription),
+                   [=] { return implementation(pPeerConnection)->currentLocalDescription(pDescription); });
 }
 
 STATUS addIceCandidate(PRtcPeerConnection pPeerConnection, PCHAR candidate) {
-    if (pPeerConnection == nullptr || candidate == nullptr) {
-        return STATUS_NULL_ARG;
-    }
-    return guarded([=] { return implementation(pPeerConnection)->addIceCandidate(candidate); });
+    return guarded(given(pPeerConnection, candidate),
+                   [=] { return implementation(pPeerConnection)->addIceCandidate(candidate); });
 }
 
+// As with the SDK, a null argument is a crash.
 STATUS writeFrame(PRtcRtpTransceiver pTransceiver, PFrame pFrame) {
     return guarded([=] { return implementation(pTransceiver)->write(*pFrame); });
 }
 
 STATUS rtcPeerConnectionGetMetrics(PRtcPeerConnection pPeerConnection, PRtcRtpTransceiver, PRtcStats pStats) {
-    if (pPeerConnection == nullptr || pStats == nullptr) {
-        return STATUS_NULL_ARG;
-    }
-    return guarded([=] { return implementation(pPeerConnection)->metrics(pStats); });
+    return guarded(given(pPeerConnection, pStats), [=] { return implementation(pPeerConnection)->metrics(pStats); });
 }
