@@ -1,5 +1,6 @@
 # Chooses the WebRTC SDK and names it ZelRtc::Sdk: the installed one where there is one, else the project's stand-in.
-# A cross build never falls back: a device has no use for the stand-in, and silence would hide a wrong path.
+# A cross build never falls back: a device has no use for the stand-in, and silence would hide a wrong path. The
+# stand-in, and the viewer with either SDK, are built on gst.
 
 if(NOT ZELRTC_SDK MATCHES "^(|installed|host)$")
   message(FATAL_ERROR "ZELRTC_SDK is \"${ZELRTC_SDK}\"; it may be installed, host or empty")
@@ -15,6 +16,10 @@ elseif(CMAKE_CROSSCOMPILING OR KvsWebrtcClient_FOUND)
   set(ZELRTC_SDK_CHOSEN installed)
 else()
   set(ZELRTC_SDK_CHOSEN host)
+endif()
+
+if(ZELRTC_SDK_CHOSEN STREQUAL "host" OR ZELRTC_BUILD_APPS)
+  add_subdirectory(gst)
 endif()
 
 if(ZELRTC_SDK_CHOSEN STREQUAL "installed")

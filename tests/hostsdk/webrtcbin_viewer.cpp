@@ -10,8 +10,8 @@
 #include <mutex>
 #include <stdexcept>
 
-#include "engine/dtls_close.h"
-#include "engine/network_interfaces.h"
+#include "gst/dtls.h"
+#include "gst/network_interfaces.h"
 
 struct WebrtcbinViewer::Observer {
     std::mutex mutex;
@@ -182,7 +182,7 @@ WebrtcbinViewer::WebrtcbinViewer(const std::string& sections)
 }
 
 WebrtcbinViewer::~WebrtcbinViewer() {
-    zelrtc::hostsdk::sendDtlsClose(GST_BIN(webrtcbin_));
+    zelrtc::gst::sendDtlsClose(GST_BIN(webrtcbin_));
     // Waits for what webrtcbin still has to do: closing while it gathers candidates leaks descriptors.
     GstPromise* const promise = gst_promise_new();
     g_signal_emit_by_name(webrtcbin_, "get-stats", nullptr, promise);
@@ -197,7 +197,7 @@ void WebrtcbinViewer::configureAgent() {
     GObject* agent = nullptr;
     g_object_get(webrtcbin_, "ice-agent", &ice, nullptr);
     g_object_set(ice, "ice-tcp", FALSE, nullptr);
-    if (zelrtc::hostsdk::hasOnlyLoopback()) {
+    if (zelrtc::gst::hasOnlyLoopback()) {
         gboolean added = FALSE;
         g_signal_emit_by_name(ice, "add-local-ip-address", "127.0.0.1", &added);
     }

@@ -57,7 +57,8 @@ void setOrigin(RtcIceCandidateStats* record, const std::string& host, const std:
 
 }  // namespace
 
-RtcIceCandidateStats candidateStatistics(const Reply& statistics, Side side, const std::vector<IceServer>& servers) {
+RtcIceCandidateStats candidateStatistics(const gst::Reply& statistics, Side side,
+                                         const std::vector<IceServer>& servers) {
     RtcIceCandidateStats record{};
     const GstStructure* const reply = statistics.accepted() ? statistics.structure() : nullptr;
     const GstStructure* const candidate = reply == nullptr ? nullptr : findCandidate(reply, side);

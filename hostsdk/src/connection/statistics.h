@@ -15,7 +15,8 @@ enum class Side { kLocal, kRemote };
 
 // The selected pair's candidate of that side; empty fields while no pair is selected. `servers` tell the address and
 // the transport of the server that a local candidate was learnt from, of which webrtcbin knows only the host.
-RtcIceCandidateStats candidateStatistics(const Reply& statistics, Side side, const std::vector<IceServer>& servers);
+RtcIceCandidateStats candidateStatistics(const gst::Reply& statistics, Side side,
+                                         const std::vector<IceServer>& servers);
 
 // A server that nothing was sent to.
 RtcIceServerStats untouchedServerStatistics(const IceServer& server, UINT32 index);

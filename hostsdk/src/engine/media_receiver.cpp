@@ -45,7 +45,7 @@ void deliver(Inbox* inbox, GstSample* sample) {
 void drain(Inbox* inbox, GstAppSink* sink) {
     inbox->draining = false;
     while (GstSample* const sample = gst_app_sink_try_pull_sample(sink, 0)) {
-        const GstPtr<GstSample> owner(sample);
+        const gst::GstPtr<GstSample> owner(sample);
         deliver(inbox, sample);
     }
 }
@@ -54,7 +54,7 @@ void drain(Inbox* inbox, GstAppSink* sink) {
 GstFlowReturn onNewSample(GstAppSink* sink, gpointer data) {
     const auto& inbox = *static_cast<std::shared_ptr<Inbox>*>(data);
     if (!inbox->draining.exchange(true)) {
-        const std::shared_ptr<GstElement> kept(GST_ELEMENT(gst_object_ref(sink)), GstDeleter());
+        const std::shared_ptr<GstElement> kept(GST_ELEMENT(gst_object_ref(sink)), gst::GstDeleter());
         inbox->executor->post([inbox, kept] { drain(inbox.get(), GST_APP_SINK(kept.get())); });
     }
     return GST_FLOW_OK;
@@ -85,13 +85,13 @@ bool receiveMedia(GstElement* pipeline, GstPad* webrtcPad, RTC_CODEC codec,
 
     GstAppSinkCallbacks callbacks{};
     callbacks.new_sample = onNewSample;
-    const GstPtr<GstElement> sink(gst_bin_get_by_name(GST_BIN(chain), "sink"));
+    const gst::GstPtr<GstElement> sink(gst_bin_get_by_name(GST_BIN(chain), "sink"));
     gst_app_sink_set_callbacks(GST_APP_SINK(sink.get()), &callbacks, inbox,
                                [](gpointer data) { delete static_cast<std::shared_ptr<Inbox>*>(data); });
 
     gst_bin_add(GST_BIN(pipeline), chain);
     gst_element_sync_state_with_parent(chain);
-    const GstPtr<GstPad> input(gst_element_get_static_pad(chain, "sink"));
+    const gst::GstPtr<GstPad> input(gst_element_get_static_pad(chain, "sink"));
     return gst_pad_link(webrtcPad, input.get()) == GST_PAD_LINK_OK;
 }
 

@@ -7,7 +7,7 @@
 #include <functional>
 
 #include "connection/handler_executor.h"
-#include "engine/gst_support.h"
+#include "gst/handles.h"
 
 namespace zelrtc::hostsdk {
 

@@ -60,14 +60,14 @@ std::unique_ptr<MediaSender> MediaSender::create(GstElement* pipeline, GstPad* w
         return nullptr;
     }
     gst_bin_add(GST_BIN(pipeline), chain);
-    const GstPtr<GstPad> output(gst_element_get_static_pad(chain, "src"));
+    const gst::GstPtr<GstPad> output(gst_element_get_static_pad(chain, "src"));
     gst_pad_link(output.get(), webrtcPad);
-    GstPtr<GstElement> source(gst_bin_get_by_name(GST_BIN(chain), "source"));
+    gst::GstPtr<GstElement> source(gst_bin_get_by_name(GST_BIN(chain), "source"));
     gst_element_sync_state_with_parent(chain);
     return std::unique_ptr<MediaSender>(new MediaSender(pipeline, std::move(source), clock));
 }
 
-MediaSender::MediaSender(GstElement* pipeline, GstPtr<GstElement> source, std::shared_ptr<PresentationClock> clock)
+MediaSender::MediaSender(GstElement* pipeline, gst::GstPtr<GstElement> source, std::shared_ptr<PresentationClock> clock)
     : pipeline_(pipeline), source_(std::move(source)), clock_(std::move(clock)) {
 }
 

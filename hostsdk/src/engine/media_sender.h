@@ -7,7 +7,7 @@
 #include <mutex>
 #include <optional>
 
-#include "engine/gst_support.h"
+#include "gst/handles.h"
 
 namespace zelrtc::hostsdk {
 
@@ -36,10 +36,10 @@ public:
     STATUS write(const Frame& frame);
 
 private:
-    MediaSender(GstElement* pipeline, GstPtr<GstElement> source, std::shared_ptr<PresentationClock> clock);
+    MediaSender(GstElement* pipeline, gst::GstPtr<GstElement> source, std::shared_ptr<PresentationClock> clock);
 
     GstElement* pipeline_;
-    GstPtr<GstElement> source_;
+    gst::GstPtr<GstElement> source_;
     std::shared_ptr<PresentationClock> clock_;
     std::optional<gint64> offset_;
 };

@@ -6,9 +6,9 @@
 
 #include <utility>
 
-#include "engine/agent_candidates.h"
-#include "engine/dtls_close.h"
-#include "engine/network_interfaces.h"
+#include "gst/dtls.h"
+#include "gst/ice_agent.h"
+#include "gst/network_interfaces.h"
 #include "text/log.h"
 #include "text/remb.h"
 
@@ -49,22 +49,22 @@ bool sends(RTC_RTP_TRANSCEIVER_DIRECTION direction) {
 }
 
 // Without the ssrc, retransmission would announce a source 0 and browsers would show no picture.
-GstPtr<GstCaps> mediaCaps(const NegotiatedMedia& media, guint ssrc) {
+gst::GstPtr<GstCaps> mediaCaps(const NegotiatedMedia& media, guint ssrc) {
     const bool isAudio = media.codec == RTC_CODEC_MULAW;
-    GstPtr<GstCaps> caps(gst_caps_new_simple("application/x-rtp", "media", G_TYPE_STRING, isAudio ? "audio" : "video",
-                                             "encoding-name", G_TYPE_STRING, isAudio ? "PCMU" : "H264", "clock-rate",
-                                             G_TYPE_INT, isAudio ? 8000 : 90000, "payload", G_TYPE_INT,
-                                             media.format.payloadType, "ssrc", G_TYPE_UINT, ssrc, nullptr));
+    gst::GstPtr<GstCaps> caps(
+        gst_caps_new_simple("application/x-rtp", "media", G_TYPE_STRING, isAudio ? "audio" : "video", "encoding-name",
+                            G_TYPE_STRING, isAudio ? "PCMU" : "H264", "clock-rate", G_TYPE_INT, isAudio ? 8000 : 90000,
+                            "payload", G_TYPE_INT, media.format.payloadType, "ssrc", G_TYPE_UINT, ssrc, nullptr));
     if (!isAudio) {
         gst_caps_set_simple(caps.get(), "packetization-mode", G_TYPE_STRING, "1", nullptr);
     }
     return caps;
 }
 
-GstPtr<GObject> objectProperty(gpointer object, const char* name) {
+gst::GstPtr<GObject> objectProperty(gpointer object, const char* name) {
     GObject* value = nullptr;
     g_object_get(object, name, &value, nullptr);
-    return GstPtr<GObject>(value);
+    return gst::GstPtr<GObject>(value);
 }
 
 bool isElement(GstElement* element, const char* factoryName) {
@@ -73,7 +73,7 @@ bool isElement(GstElement* element, const char* factoryName) {
 }
 
 std::optional<RTC_CODEC> codecOf(GstPad* pad) {
-    const GstPtr<GstCaps> caps(gst_pad_get_current_caps(pad));
+    const gst::GstPtr<GstCaps> caps(gst_pad_get_current_caps(pad));
     if (caps == nullptr) {
         return std::nullopt;
     }
@@ -125,7 +125,7 @@ void WebRtcPipeline::Link::onCandidate(GstElement*, guint mLineIndex, gchar* tex
 
 // Asked of the agent: webrtcbin (1.22) never calls gathering complete when a candidate arrives while it decides.
 void WebRtcPipeline::Link::onGatheringDone(GObject* agent, guint stream, std::shared_ptr<Link>* link) {
-    const std::size_t found = countAgentCandidates(agent, stream);
+    const std::size_t found = gst::countAgentCandidates(agent, stream);
     (*link)->executor->post([link = *link, found] { link->events.onGatheringDone(found); });
 }
 
@@ -141,9 +141,9 @@ void WebRtcPipeline::Link::onConnectionState(GstElement* webrtcbin, GParamSpec*,
 
 void WebRtcPipeline::Link::onElementAdded(GstBin*, GstBin*, GstElement* element, std::shared_ptr<Link>* link) {
     if (isElement(element, "dtlsdec")) {
-        connectSignal(element, "notify::connection-state", G_CALLBACK(onDtlsState), *link);
+        gst::connectSignal(element, "notify::connection-state", G_CALLBACK(onDtlsState), *link);
     } else if (isElement(element, "nicesrc")) {
-        const GstPtr<GstPad> output(gst_element_get_static_pad(element, "src"));
+        const gst::GstPtr<GstPad> output(gst_element_get_static_pad(element, "src"));
         gst_pad_add_probe(output.get(), GST_PAD_PROBE_TYPE_BUFFER, onPacket, new std::shared_ptr<Link>(*link),
                           [](gpointer data) { delete static_cast<std::shared_ptr<Link>*>(data); });
     }
@@ -166,7 +166,7 @@ void WebRtcPipeline::Link::onPadAdded(GstElement* webrtcbin, GstPad* pad, std::s
         return;
     }
     const std::shared_ptr<Link> link = *shared;
-    const GstPtr<GstElement> pipeline(GST_ELEMENT(gst_element_get_parent(webrtcbin)));
+    const gst::GstPtr<GstElement> pipeline(GST_ELEMENT(gst_element_get_parent(webrtcbin)));
     if (pipeline != nullptr) {
         receiveMedia(pipeline.get(), pad, *codec, link->executor,
                      [link, codec = *codec](Frame* frame) { link->events.onFrame(codec, frame); });
@@ -204,7 +204,7 @@ std::unique_ptr<WebRtcPipeline> WebRtcPipeline::create(bool relayOnly, const std
         logError("GStreamer has no webrtcbin: its plugins bad and nice are needed");
         return nullptr;
     }
-    GstPtr<GstElement> pipeline(gst_pipeline_new(nullptr));
+    gst::GstPtr<GstElement> pipeline(gst_pipeline_new(nullptr));
     gst_bin_add(GST_BIN(pipeline.get()), webrtcbin);
     auto link = std::make_shared<Link>();
     link->executor = std::move(executor);
@@ -220,12 +220,12 @@ std::unique_ptr<WebRtcPipeline> WebRtcPipeline::create(bool relayOnly, const std
     return result;
 }
 
-WebRtcPipeline::WebRtcPipeline(GstPtr<GstElement> pipeline, GstElement* webrtcbin, std::shared_ptr<Link> link)
+WebRtcPipeline::WebRtcPipeline(gst::GstPtr<GstElement> pipeline, GstElement* webrtcbin, std::shared_ptr<Link> link)
     : pipeline_(std::move(pipeline)), webrtcbin_(webrtcbin), link_(std::move(link)) {
 }
 
 WebRtcPipeline::~WebRtcPipeline() {
-    sendDtlsClose(GST_BIN(webrtcbin_));
+    gst::sendDtlsClose(GST_BIN(webrtcbin_));
     // The answer shows that webrtcbin's thread has done all that was asked of it; closing while it still gathers
     // candidates would leak their sockets.
     statistics();
@@ -252,18 +252,18 @@ void WebRtcPipeline::configure(bool relayOnly, const std::vector<IceServer>& ser
 }
 
 void WebRtcPipeline::configureAgent() {
-    const GstPtr<GObject> ice = objectProperty(webrtcbin_, "ice-agent");
+    const gst::GstPtr<GObject> ice = objectProperty(webrtcbin_, "ice-agent");
     g_object_set(ice.get(), "ice-tcp", FALSE, nullptr);
-    if (hasOnlyLoopback()) {
+    if (gst::hasOnlyLoopback()) {
         gboolean added = FALSE;
         g_signal_emit_by_name(ice.get(), "add-local-ip-address", "127.0.0.1", &added);
     }
 
-    const GstPtr<GObject> agent = objectProperty(ice.get(), "agent");
+    const gst::GstPtr<GObject> agent = objectProperty(ice.get(), "agent");
     // The router's port mapping costs 200 ms of gathering, answered or not.
     g_object_set(agent.get(), "upnp", FALSE, "stun-max-retransmissions", kStunRetransmissions, "stun-pacing-timer",
                  kCheckPacingMs, nullptr);
-    connectSignal(agent.get(), "candidate-gathering-done", G_CALLBACK(Link::onGatheringDone), link_);
+    gst::connectSignal(agent.get(), "candidate-gathering-done", G_CALLBACK(Link::onGatheringDone), link_);
 }
 
 void WebRtcPipeline::addServers(const std::vector<IceServer>& servers) {
@@ -283,10 +283,10 @@ void WebRtcPipeline::addServers(const std::vector<IceServer>& servers) {
 }
 
 void WebRtcPipeline::connectSignals() {
-    connectSignal(webrtcbin_, "on-ice-candidate", G_CALLBACK(Link::onCandidate), link_);
-    connectSignal(webrtcbin_, "notify::connection-state", G_CALLBACK(Link::onConnectionState), link_);
-    connectSignal(webrtcbin_, "deep-element-added", G_CALLBACK(Link::onElementAdded), link_);
-    connectSignal(webrtcbin_, "pad-added", G_CALLBACK(Link::onPadAdded), link_);
+    gst::connectSignal(webrtcbin_, "on-ice-candidate", G_CALLBACK(Link::onCandidate), link_);
+    gst::connectSignal(webrtcbin_, "notify::connection-state", G_CALLBACK(Link::onConnectionState), link_);
+    gst::connectSignal(webrtcbin_, "deep-element-added", G_CALLBACK(Link::onElementAdded), link_);
+    gst::connectSignal(webrtcbin_, "pad-added", G_CALLBACK(Link::onPadAdded), link_);
 }
 
 bool WebRtcPipeline::setRemoteDescription(const std::string& sdp) {
@@ -303,12 +303,12 @@ bool WebRtcPipeline::setLocalDescription(const std::string& sdp) {
 
 // The bundled media share one RTP session, which exists now.
 void WebRtcPipeline::watchFeedback() {
-    const GstPtr<GstElement> rtpbin(gst_bin_get_by_name(GST_BIN(webrtcbin_), "rtpbin"));
+    const gst::GstPtr<GstElement> rtpbin(gst_bin_get_by_name(GST_BIN(webrtcbin_), "rtpbin"));
     GObject* found = nullptr;
     g_signal_emit_by_name(rtpbin.get(), "get-internal-session", 0U, &found);
-    const GstPtr<GObject> session(found);
+    const gst::GstPtr<GObject> session(found);
     if (session != nullptr) {
-        connectSignal(session.get(), "on-feedback-rtcp", G_CALLBACK(Link::onFeedback), link_);
+        gst::connectSignal(session.get(), "on-feedback-rtcp", G_CALLBACK(Link::onFeedback), link_);
     }
 }
 
@@ -318,8 +318,8 @@ bool WebRtcPipeline::applyDescription(const char* action, GstWebRTCSDPType type,
         logError(std::string(action) + ": the text is no session description");
         return false;
     }
-    const GstPtr<GstWebRTCSessionDescription> description(gst_webrtc_session_description_new(type, message));
-    const Reply reply(
+    const gst::GstPtr<GstWebRTCSessionDescription> description(gst_webrtc_session_description_new(type, message));
+    const gst::Reply reply(
         [&](GstPromise* promise) { g_signal_emit_by_name(webrtcbin_, action, description.get(), promise); });
     if (!reply.accepted()) {
         logError(std::string(action) + ": " + reply.error());
@@ -329,17 +329,17 @@ bool WebRtcPipeline::applyDescription(const char* action, GstWebRTCSDPType type,
 
 std::unique_ptr<MediaSender> WebRtcPipeline::addMedia(const NegotiatedMedia& media) {
     const auto ssrc = static_cast<guint>(g_random_int_range(1, G_MAXINT32));
-    const GstPtr<GstCaps> caps = mediaCaps(media, ssrc);
+    const gst::GstPtr<GstCaps> caps = mediaCaps(media, ssrc);
     if (!sends(media.direction)) {
         GstWebRTCRTPTransceiver* transceiver = nullptr;
         g_signal_emit_by_name(webrtcbin_, "add-transceiver", toGst(media.direction), caps.get(), &transceiver);
-        const GstPtr<GstWebRTCRTPTransceiver> owner(transceiver);
+        const gst::GstPtr<GstWebRTCRTPTransceiver> owner(transceiver);
         return nullptr;
     }
 
     GstPadTemplate* const padTemplate = gst_element_get_pad_template(webrtcbin_, "sink_%u");
     const std::string name = "sink_" + std::to_string(media.mLineIndex);
-    const GstPtr<GstPad> pad(gst_element_request_pad(webrtcbin_, padTemplate, name.c_str(), caps.get()));
+    const gst::GstPtr<GstPad> pad(gst_element_request_pad(webrtcbin_, padTemplate, name.c_str(), caps.get()));
     if (pad == nullptr) {
         logError("webrtcbin gives no pad for m-line " + std::to_string(media.mLineIndex));
         return nullptr;
@@ -347,7 +347,7 @@ std::unique_ptr<MediaSender> WebRtcPipeline::addMedia(const NegotiatedMedia& med
     GstWebRTCRTPTransceiver* found = nullptr;
     g_object_set(pad.get(), "msid", media.streamId.c_str(), nullptr);
     g_object_get(pad.get(), "transceiver", &found, nullptr);
-    const GstPtr<GstWebRTCRTPTransceiver> transceiver(found);
+    const gst::GstPtr<GstWebRTCRTPTransceiver> transceiver(found);
     g_object_set(transceiver.get(), "codec-preferences", caps.get(), "direction", toGst(media.direction), nullptr);
     if (media.codec != RTC_CODEC_MULAW) {
         g_object_set(transceiver.get(), "do-nack", TRUE, nullptr);
@@ -356,7 +356,7 @@ std::unique_ptr<MediaSender> WebRtcPipeline::addMedia(const NegotiatedMedia& med
 }
 
 std::optional<std::string> WebRtcPipeline::createAnswer() {
-    const Reply reply(
+    const gst::Reply reply(
         [this](GstPromise* promise) { g_signal_emit_by_name(webrtcbin_, "create-answer", nullptr, promise); });
     GstWebRTCSessionDescription* created = nullptr;
     if (!reply.accepted() || reply.structure() == nullptr ||
@@ -364,14 +364,14 @@ std::optional<std::string> WebRtcPipeline::createAnswer() {
         logError("create-answer: " + reply.error());
         return std::nullopt;
     }
-    const GstPtr<GstWebRTCSessionDescription> answer(created);
+    const gst::GstPtr<GstWebRTCSessionDescription> answer(created);
     return descriptionText(answer.get());
 }
 
 std::string WebRtcPipeline::localDescription() const {
     GstWebRTCSessionDescription* current = nullptr;
     g_object_get(webrtcbin_, "local-description", &current, nullptr);
-    const GstPtr<GstWebRTCSessionDescription> description(current);
+    const gst::GstPtr<GstWebRTCSessionDescription> description(current);
     return description == nullptr ? "" : descriptionText(description.get());
 }
 
@@ -380,8 +380,8 @@ void WebRtcPipeline::addCandidate(const std::string& candidateLine) {
     g_signal_emit_by_name(webrtcbin_, "add-ice-candidate", 0U, candidateLine.c_str());
 }
 
-std::unique_ptr<Reply> WebRtcPipeline::statistics() const {
-    return std::make_unique<Reply>(
+std::unique_ptr<gst::Reply> WebRtcPipeline::statistics() const {
+    return std::make_unique<gst::Reply>(
         [this](GstPromise* promise) { g_signal_emit_by_name(webrtcbin_, "get-stats", nullptr, promise); });
 }
 

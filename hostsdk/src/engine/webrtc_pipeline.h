@@ -13,9 +13,9 @@
 
 #include "connection/connection_monitor.h"
 #include "connection/handler_executor.h"
-#include "engine/gst_support.h"
 #include "engine/media_receiver.h"
 #include "engine/media_sender.h"
+#include "gst/handles.h"
 #include "text/ice_server_url.h"
 #include "text/offer.h"
 
@@ -73,14 +73,14 @@ public:
     std::string localDescription() const;
     void addCandidate(const std::string& candidateLine);
     // webrtcbin's statistics of the connection; nothing before there are any. Any thread but webrtcbin's.
-    std::unique_ptr<Reply> statistics() const;
+    std::unique_ptr<gst::Reply> statistics() const;
     // When media or control packets last arrived. Any thread.
     std::optional<ConnectionMonitor::Clock::time_point> lastPacket() const;
 
 private:
     struct Link;
 
-    WebRtcPipeline(GstPtr<GstElement> pipeline, GstElement* webrtcbin, std::shared_ptr<Link> link);
+    WebRtcPipeline(gst::GstPtr<GstElement> pipeline, GstElement* webrtcbin, std::shared_ptr<Link> link);
 
     void configure(bool relayOnly, const std::vector<IceServer>& servers);
     void configureAgent();
@@ -89,7 +89,7 @@ private:
     void watchFeedback();
     bool applyDescription(const char* action, GstWebRTCSDPType type, const std::string& sdp);
 
-    GstPtr<GstElement> pipeline_;
+    gst::GstPtr<GstElement> pipeline_;
     GstElement* webrtcbin_;
     std::shared_ptr<Link> link_;
     std::shared_ptr<PresentationClock> clock_ = std::make_shared<PresentationClock>();

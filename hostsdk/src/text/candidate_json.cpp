@@ -1,9 +1,7 @@
 #include "text/candidate_json.h"
 
-#include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
-
+#include <algorithm>
 #include <cstring>
-#include <new>
 
 #include "text/json_text.h"
 #include "text/status.h"
@@ -23,11 +21,13 @@ void fillRecord(const std::string& line, PRtcIceCandidateInit candidate) {
     std::memcpy(candidate->candidate, line.c_str(), length);
 }
 
-STATUS readCandidate(std::string_view text, PRtcIceCandidateInit candidate) {
-    if (isBareLine(text)) {
+}  // namespace
+
+STATUS readCandidateJson(std::string_view json, PRtcIceCandidateInit candidate) {
+    if (isBareLine(json)) {
         return kStatusCandidateNotAnObject;
     }
-    const nlohmann::json object = readJson(text);
+    const nlohmann::json object = readJson(json);
     if (object.is_discarded() || object.empty()) {
         return kStatusJsonUnreadable;
     }
@@ -42,22 +42,9 @@ STATUS readCandidate(std::string_view text, PRtcIceCandidateInit candidate) {
     return STATUS_SUCCESS;
 }
 
-}  // namespace
-
 std::string writeCandidateJson(const std::string& candidateLine, const std::string& mid, unsigned int mLineIndex) {
     return R"({"candidate":")" + escapeJson(candidateLine) + R"(","sdpMid":")" + escapeJson(mid) +
            R"(","sdpMLineIndex":)" + std::to_string(mLineIndex) + "}";
 }
 
 }  // namespace zelrtc::hostsdk
-
-STATUS deserializeRtcIceCandidateInit(PCHAR json, UINT32 length, PRtcIceCandidateInit candidate) {
-    if (json == nullptr || candidate == nullptr) {
-        return STATUS_NULL_ARG;
-    }
-    try {
-        return zelrtc::hostsdk::readCandidate(std::string_view(json, length), candidate);
-    } catch (const std::bad_alloc&) {
-        return STATUS_NOT_ENOUGH_MEMORY;
-    }
-}

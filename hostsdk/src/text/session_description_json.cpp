@@ -1,7 +1,6 @@
-#include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
+#include "text/session_description_json.h"
 
-#include <cstring>
-#include <new>
+#include <algorithm>
 
 #include "text/json_text.h"
 #include "text/record_text.h"
@@ -23,11 +22,13 @@ STATUS readType(const nlohmann::json& object, SDP_TYPE* result) {
     return STATUS_SUCCESS;
 }
 
-STATUS readDescription(std::string_view text, PRtcSessionDescriptionInit description) {
-    nlohmann::json object = readJson(text);
+}  // namespace
+
+STATUS readSessionDescription(std::string_view json, PRtcSessionDescriptionInit description) {
+    nlohmann::json object = readJson(json);
     const bool hasRawLineEnds = object.is_discarded();
     if (hasRawLineEnds) {
-        object = readJson(withoutRawLineEnds(text));
+        object = readJson(withoutRawLineEnds(json));
     }
     if (!object.is_object() || object.empty()) {
         return kStatusJsonUnreadable;
@@ -42,7 +43,7 @@ STATUS readDescription(std::string_view text, PRtcSessionDescriptionInit descrip
     if (sdp.empty() || hasRawLineEnds) {
         return kStatusDescriptionSdpMissing;
     }
-    if (std::max(sdp.size(), escapedMember(text, "sdp").size()) > MAX_SESSION_DESCRIPTION_INIT_SDP_LEN) {
+    if (std::max(sdp.size(), escapedMember(json, "sdp").size()) > MAX_SESSION_DESCRIPTION_INIT_SDP_LEN) {
         return kStatusDescriptionSdpTooLong;
     }
     description->type = type;
@@ -50,43 +51,9 @@ STATUS readDescription(std::string_view text, PRtcSessionDescriptionInit descrip
     return STATUS_SUCCESS;
 }
 
-std::string writeDescription(const RtcSessionDescriptionInit& description) {
+std::string writeSessionDescription(const RtcSessionDescriptionInit& description) {
     const char* const type = description.type == SDP_TYPE_OFFER ? "offer" : "answer";
     return std::string(R"({"type": ")") + type + R"(", "sdp": ")" + escapeJson(getField(description.sdp)) + R"("})";
 }
 
-STATUS copyOut(const std::string& json, PCHAR buffer, PUINT32 length) {
-    const size_t size = json.size() + 1;
-    if (size > *length) {
-        return STATUS_BUFFER_TOO_SMALL;
-    }
-    std::memcpy(buffer, json.c_str(), size);
-    *length = static_cast<UINT32>(size);
-    return STATUS_SUCCESS;
-}
-
-}  // namespace
-
 }  // namespace zelrtc::hostsdk
-
-STATUS deserializeSessionDescriptionInit(PCHAR json, UINT32 length, PRtcSessionDescriptionInit description) {
-    if (json == nullptr || description == nullptr) {
-        return STATUS_NULL_ARG;
-    }
-    try {
-        return zelrtc::hostsdk::readDescription(std::string_view(json, length), description);
-    } catch (const std::bad_alloc&) {
-        return STATUS_NOT_ENOUGH_MEMORY;
-    }
-}
-
-STATUS serializeSessionDescriptionInit(PRtcSessionDescriptionInit description, PCHAR json, PUINT32 length) {
-    if (description == nullptr || json == nullptr || length == nullptr) {
-        return STATUS_NULL_ARG;
-    }
-    try {
-        return zelrtc::hostsdk::copyOut(zelrtc::hostsdk::writeDescription(*description), json, length);
-    } catch (const std::bad_alloc&) {
-        return STATUS_NOT_ENOUGH_MEMORY;
-    }
-}

@@ -1,4 +1,4 @@
-#include "engine/agent_candidates.h"
+#include "gst/ice_agent.h"
 
 // Of libnice's public interface. Its development package would bring a desktop's libraries along for these two
 // functions, and GStreamer's own list of candidates (1.22) crashes on a relayed one.
@@ -7,7 +7,7 @@ GSList* nice_agent_get_local_candidates(GObject* agent, guint stream, guint comp
 void nice_candidate_free(gpointer candidate);
 }
 
-namespace zelrtc::hostsdk {
+namespace zelrtc::gst {
 
 std::size_t countAgentCandidates(GObject* agent, guint stream) {
     // Media and its control packets share the first component.
@@ -17,4 +17,4 @@ std::size_t countAgentCandidates(GObject* agent, guint stream) {
     return count;
 }
 
-}  // namespace zelrtc::hostsdk
+}  // namespace zelrtc::gst

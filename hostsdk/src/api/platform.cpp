@@ -1,3 +1,4 @@
+// The C functions of the platform library: the log and the atomics.
 #include <com/amazonaws/kinesis/video/common/PlatformUtils.h>
 
 #include <atomic>

@@ -1,6 +1,6 @@
-#include "engine/gst_support.h"
+#include "gst/handles.h"
 
-namespace zelrtc::hostsdk {
+namespace zelrtc::gst {
 
 Reply::Reply(const std::function<void(GstPromise*)>& emit) : promise_(gst_promise_new()) {
     emit(promise_.get());
@@ -28,4 +28,4 @@ std::string Reply::error() const {
     return text;
 }
 
-}  // namespace zelrtc::hostsdk
+}  // namespace zelrtc::gst

@@ -1,6 +1,6 @@
 // Ownership of GStreamer's objects.
-#ifndef HOSTSDK_SRC_ENGINE_GST_SUPPORT_H
-#define HOSTSDK_SRC_ENGINE_GST_SUPPORT_H
+#ifndef GST_HANDLES_H
+#define GST_HANDLES_H
 
 #include <gst/gst.h>
 #include <gst/webrtc/webrtc.h>
@@ -9,7 +9,7 @@
 #include <memory>
 #include <string>
 
-namespace zelrtc::hostsdk {
+namespace zelrtc::gst {
 
 struct GstDeleter {
     void operator()(GstElement* element) const {
@@ -66,6 +66,6 @@ gulong connectSignal(gpointer object, const char* signal, GCallback callback, co
     return g_signal_connect_data(object, signal, callback, copy, release, static_cast<GConnectFlags>(0));
 }
 
-}  // namespace zelrtc::hostsdk
+}  // namespace zelrtc::gst
 
 #endif

@@ -1,10 +1,10 @@
-#include "engine/dtls_close.h"
+#include "gst/dtls.h"
 
 #include <future>
 
-#include "engine/gst_support.h"
+#include "gst/handles.h"
 
-namespace zelrtc::hostsdk {
+namespace zelrtc::gst {
 
 namespace {
 
@@ -37,11 +37,11 @@ void closeEncoder(GstElement* encoder) {
     if (input == nullptr || output == nullptr || !isConnected(encoder)) {
         return;
     }
-    const auto kStarted = std::make_shared<Signal>();
-    signalOnce(output.get(), GST_PAD_PROBE_TYPE_BUFFER, kStarted);
+    const auto started = std::make_shared<Signal>();
+    signalOnce(output.get(), GST_PAD_PROBE_TYPE_BUFFER, started);
     // The end of the stream of application data is what makes the encoder close its side.
     gst_pad_send_event(input.get(), gst_event_new_eos());
-    if (kStarted->get_future().wait_for(kSendingLimit) != std::future_status::ready) {
+    if (started->get_future().wait_for(kSendingLimit) != std::future_status::ready) {
         return;
     }
     const auto sent = std::make_shared<Signal>();
@@ -62,4 +62,4 @@ void sendDtlsClose(GstBin* webrtcbin) {
     gst_iterator_free(encoders);
 }
 
-}  // namespace zelrtc::hostsdk
+}  // namespace zelrtc::gst

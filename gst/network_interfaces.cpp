@@ -1,4 +1,4 @@
-#include "engine/network_interfaces.h"
+#include "gst/network_interfaces.h"
 
 #include <ifaddrs.h>
 #include <net/if.h>
@@ -6,7 +6,7 @@
 
 #include <memory>
 
-namespace zelrtc::hostsdk {
+namespace zelrtc::gst {
 
 namespace {
 
@@ -34,4 +34,4 @@ bool hasOnlyLoopback() {
     return true;
 }
 
-}  // namespace zelrtc::hostsdk
+}  // namespace zelrtc::gst

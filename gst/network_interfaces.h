@@ -1,12 +1,12 @@
 // What the host's network offers to the ICE agent.
-#ifndef HOSTSDK_SRC_ENGINE_NETWORK_INTERFACES_H
-#define HOSTSDK_SRC_ENGINE_NETWORK_INTERFACES_H
+#ifndef GST_NETWORK_INTERFACES_H
+#define GST_NETWORK_INTERFACES_H
 
-namespace zelrtc::hostsdk {
+namespace zelrtc::gst {
 
 // True when no interface but the loopback one is up with an address.
 bool hasOnlyLoopback();
 
-}  // namespace zelrtc::hostsdk
+}  // namespace zelrtc::gst
 
 #endif
