@@ -2,8 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "http/http_error.h"
-#include "signalling/sdk_status.h"
+#include "call/call_error.h"
+#include "call/state_name.h"
 
 namespace zelrtc::camera {
 
@@ -45,7 +45,7 @@ void Call::start(const std::string& offer) {
     requireSession();
     const int status = session_->init(offer);
     if (status != 0) {
-        throw problemOf("the offer was refused", status);
+        throw CallError(CallError::Kind::kOfferRefused, "the offer was refused", status);
     }
     {
         const std::lock_guard<std::mutex> mediaLock(mediaMutex_);
@@ -66,7 +66,7 @@ void Call::addCandidate(const std::string& candidate) {
     requireSession();
     const int status = session_->addRemoteCandidate(candidate);
     if (status != 0) {
-        throw problemOf("the candidate was refused", status);
+        throw CallError(CallError::Kind::kCandidateRefused, "the candidate was refused", status);
     }
 }
 
@@ -205,7 +205,7 @@ void Call::onAudioFrame(ZELRTC_SESSION_ID, void* data, unsigned int size) {
 
 void Call::requireSession() const {
     if (!session_) {
-        throw Problem(404, "call " + std::to_string(id_) + " has ended");
+        throw CallError(CallError::Kind::kNoSuchCall, "call " + std::to_string(id_) + " has ended");
     }
 }
 

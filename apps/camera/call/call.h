@@ -53,17 +53,18 @@ public:
 
     /**
      * Hands the offer to the session and starts the sources. Control threads, once.
-     * @throw Problem when the session refuses it, or the call has been ended meanwhile
+     * @throw CallError when the session refuses it, or the call has been ended meanwhile
      */
     void start(const std::string& offer);
 
     /** The answer, as soon as it is there. @return nothing when the limit has passed or the call has ended before */
     std::optional<std::string> waitForAnswer(std::chrono::milliseconds limit);
 
-    /** Passes on a candidate of the viewer. Control threads. @throw Problem when it is refused or the call has ended */
+    /** Passes on a candidate of the viewer. Control threads. @throw CallError when it is refused or the call has ended
+     */
     void addCandidate(const std::string& candidate);
 
-    /** Changes what is sent; what is not given stays. Control threads. @throw Problem when the call has ended */
+    /** Changes what is sent; what is not given stays. Control threads. @throw CallError when the call has ended */
     Choice choose(std::optional<int> video, std::optional<bool> audio);
 
     /** Records and measures the viewer's voice; skipped while the call is being started or ended. Control threads. */
