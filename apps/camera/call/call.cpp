@@ -70,28 +70,28 @@ void Call::addCandidate(const std::string& candidate) {
     }
 }
 
-Choice Call::choose(std::optional<int> video, std::optional<bool> audio) {
+Selection Call::select(std::optional<int> video, std::optional<bool> audio) {
     const LogScope scope(id_);
     const std::lock_guard<std::mutex> lock(controlMutex_);
     requireSession();
-    const Choice choice{video.value_or(video_), audio.value_or(audio_)};
-    const bool isOtherVideo = choice.video != video_;
+    const Selection selection{video.value_or(video_), audio.value_or(audio_)};
+    const bool isOtherVideo = selection.video != video_;
     if (isOtherVideo) {
-        hub_.attach(shared_from_this(), choice.video);
+        hub_.attach(shared_from_this(), selection.video);
     }
     {
         const std::lock_guard<std::mutex> mediaLock(mediaMutex_);
-        session_->setAudioVideoType(choice.audio ? 1 : 0, choice.video);
+        session_->setAudioVideoType(selection.audio ? 1 : 0, selection.video);
     }
-    video_ = choice.video;
-    audio_ = choice.audio;
+    video_ = selection.video;
+    audio_ = selection.audio;
     if (isOtherVideo) {
-        hub_.requestKeyFrame(choice.video);
+        hub_.requestKeyFrame(selection.video);
     }
-    return choice;
+    return selection;
 }
 
-void Call::tick() {
+void Call::recordTalkBack() {
     const std::unique_lock<std::mutex> lock(controlMutex_, std::try_to_lock);
     if (!lock) {
         return;

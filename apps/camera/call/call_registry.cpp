@@ -61,7 +61,7 @@ std::shared_ptr<Call> CallRegistry::find(int id) {
     return found->second;
 }
 
-std::shared_ptr<EventLog> CallRegistry::eventsOf(int id) {
+std::shared_ptr<CallHistory> CallRegistry::eventsOf(int id) {
     const std::lock_guard<std::mutex> lock(mutex_);
     const auto ended = ended_.find(id);
     if (ended != ended_.end()) {

@@ -40,7 +40,7 @@ public:
      * What has happened in a call, also in one of the last that ended: a call may be over before the viewer has had the
      * time to ask. @throw CallError when there is none of this id
      */
-    std::shared_ptr<EventLog> eventsOf(int id);
+    std::shared_ptr<CallHistory> eventsOf(int id);
 
     /** Ends one call. @throw CallError when there is none of this id */
     void end(int id, const std::string& reason);
@@ -68,7 +68,7 @@ private:
     std::mutex mutex_;
     std::map<int, std::shared_ptr<Call>> calls_;
     size_t ending_ = 0;
-    std::map<int, std::shared_ptr<EventLog>> ended_;
+    std::map<int, std::shared_ptr<CallHistory>> ended_;
     int newestId_ = 0;
     bool isShutDown_ = false;
 };

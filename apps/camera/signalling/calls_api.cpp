@@ -48,8 +48,8 @@ void listCalls(Response& response, CallRegistry& calls) {
         const CallSummary summary = call->summary();
         list.push_back({{"id", summary.id},
                         {"state", summary.state},
-                        {"video", summary.choice.video},
-                        {"audio", summary.choice.audio},
+                        {"video", summary.selection.video},
+                        {"audio", summary.selection.audio},
                         {"trickle", summary.trickle},
                         {"seconds", summary.seconds}});
     }
@@ -78,14 +78,14 @@ std::optional<bool> audioIn(const json& wish) {
     return member->get<bool>();
 }
 
-void chooseStreams(const Request& request, Response& response, CallRegistry& calls) {
+void selectStreams(const Request& request, Response& response, CallRegistry& calls) {
     const auto call = calls.find(callIdIn(request));
     const json wish = json::parse(request.body, nullptr, false);
     if (!wish.is_object()) {
         throw HttpError(400, "the body is not a JSON object such as {\"video\":2,\"audio\":false}");
     }
-    const Choice choice = call->choose(videoIn(wish), audioIn(wish));
-    respond(response, 200, {{"video", choice.video}, {"audio", choice.audio}});
+    const Selection selection = call->select(videoIn(wish), audioIn(wish));
+    respond(response, 200, {{"video", selection.video}, {"audio", selection.audio}});
 }
 
 void addCandidate(const Request& request, Response& response, CallRegistry& calls) {
@@ -132,7 +132,7 @@ void addCallRoutes(HttpServer& server, CallRegistry& calls, const MediaHub& hub)
     addCallRoute(server, "POST", "/calls/" CAMERA_PATH_NUMBER "/candidates",
                  [&](const Request& request, Response& response) { addCandidate(request, response, calls); });
     addCallRoute(server, "POST", "/calls/" CAMERA_PATH_NUMBER "/streams",
-                 [&](const Request& request, Response& response) { chooseStreams(request, response, calls); });
+                 [&](const Request& request, Response& response) { selectStreams(request, response, calls); });
 }
 
 }  // namespace zelrtc::camera
