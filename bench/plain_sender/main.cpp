@@ -45,7 +45,7 @@ public:
         const std::lock_guard<std::mutex> lock(mutex_);
         const auto found = peers_.find(std::stoi(request.matches[1]));
         if (found == peers_.end()) {
-            throw zelrtc::camera::Problem(404, "there is no such call");
+            throw zelrtc::camera::HttpError(404, "there is no such call");
         }
         return found->second;
     }

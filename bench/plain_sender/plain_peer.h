@@ -33,7 +33,7 @@ public:
     void addCandidate(unsigned line, const std::string& candidate);
 
     /** Candidates and states, as a camera reports them. */
-    const std::shared_ptr<zelrtc::camera::EventLog>& events() const {
+    const std::shared_ptr<zelrtc::camera::CallHistory>& events() const {
         return events_;
     }
 
@@ -54,7 +54,7 @@ private:
 
     const std::function<void()> onConnected_;
     const Clock::time_point start_ = Clock::now();
-    std::shared_ptr<zelrtc::camera::EventLog> events_ = std::make_shared<zelrtc::camera::EventLog>();
+    std::shared_ptr<zelrtc::camera::CallHistory> events_ = std::make_shared<zelrtc::camera::CallHistory>();
     GstElement* pipeline_;
     GstElement* webrtc_;
     std::mutex feedMutex_;

@@ -39,7 +39,7 @@ test('a second viewer at the same time sees its own call', () =>
     await camera.connectedCalls(2);
     assert.notEqual(await first.callId(), await second.callId());
 
-    await second.switchTo(2, 320);
+    await second.selectStream(2, 320);
     assert.deepEqual(await second.barColours(), BARS);
     assert.equal((await first.videoFigures()).frameWidth, 640);
 

@@ -39,11 +39,11 @@ test('the camera stops its sound when it is told to, and starts it again', () =>
     const viewer = await ViewerPage.open(context, camera);
     await viewer.call();
     await viewer.hears(CAMERA_TONE_HERTZ);
-    assert.deepEqual(await viewer.choose({ audio: false }), { video: 1, audio: false });
+    assert.deepEqual(await viewer.select({ audio: false }), { video: 1, audio: false });
     await viewer.hearsNothing();
     const { framesDecoded } = await viewer.videoFigures();
     await eventually('the picture goes on', 5000, async () => (await viewer.videoFigures()).framesDecoded > framesDecoded);
-    assert.deepEqual(await viewer.choose({ audio: true }), { video: 1, audio: true });
+    assert.deepEqual(await viewer.select({ audio: true }), { video: 1, audio: true });
     await viewer.hears(CAMERA_TONE_HERTZ);
   }));
 

@@ -18,7 +18,7 @@ for (const style of ANSWER_STYLES) {
       await viewer.call();
       await viewer.firstPictureMs();
       for (const { stream, width } of SIZES) {
-        const { before, after } = await viewer.switchTo(stream, width);
+        const { before, after } = await viewer.selectStream(stream, width);
         assert.equal(await viewer.page.$eval('#picture', (picture) => picture.videoWidth), width);
         assert.ok(after.keyFramesDecoded > before.keyFramesDecoded, `no key frame before the first ${width} wide one`);
         assert.deepEqual(await viewer.barColours(), BARS);
@@ -35,11 +35,11 @@ test('a stream that others watch begins with a key frame, too', () =>
     for (const { stream, width } of SIZES) {
       const other = await ViewerPage.open(context, camera);
       await other.call();
-      await other.switchTo(stream, width);
+      await other.selectStream(stream, width);
     }
     await viewer.page.bringToFront();
     for (const { stream, width } of [...SIZES, ...SIZES]) {
-      await viewer.switchTo(stream, width);
+      await viewer.selectStream(stream, width);
       const seen = await viewer.page.evaluate(() => window.receivedFrames.length);
       await eventually('frames follow', 5000, async () => {
         return (await viewer.page.evaluate(() => window.receivedFrames.length)) > seen + 10;

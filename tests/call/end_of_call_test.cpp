@@ -86,10 +86,10 @@ private:
 
 TEST(InterruptedCamera, IsNotHeldUpByConnectionsThatSayNothing) {
     CameraProcess camera;
-    const int before = camera.footprint().descriptors;
+    const int before = camera.usage().descriptors;
     const IdleConnection silent(camera.url(), "");
     const IdleConnection halfway(camera.url(), "POST /calls HTTP/1.1\r\nHost: camera\r\nContent-Length: 99\r\n\r\n{");
-    ASSERT_TRUE(eventually([&] { return camera.footprint().descriptors >= before + 2; }, 3s));
+    ASSERT_TRUE(eventually([&] { return camera.usage().descriptors >= before + 2; }, 3s));
     camera.process().signal(SIGTERM);
     EXPECT_EQ(camera.process().waitForExit(3s), 0);
 }
@@ -129,13 +129,13 @@ void PrintTo(const Departure& departure, std::ostream* out) {
 }
 
 // Threads and connections of finished requests stay for a while: the figure is the least until it stops falling.
-Footprint settledFootprint(const CameraProcess& camera) {
+ProcessUsage settledUsage(const CameraProcess& camera) {
     constexpr auto kSettled = 6s;
-    Footprint least = camera.footprint();
+    ProcessUsage least = camera.usage();
     auto changed = std::chrono::steady_clock::now();
     eventually(
         [&] {
-            const Footprint now = camera.footprint();
+            const ProcessUsage now = camera.usage();
             if (now.threads < least.threads || now.descriptors < least.descriptors) {
                 least = {std::min(least.threads, now.threads), std::min(least.descriptors, now.descriptors)};
                 changed = std::chrono::steady_clock::now();
@@ -172,17 +172,17 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_P(LeavesNothing, NoCallThreadDescriptorOrEncoder) {
     ASSERT_NO_FATAL_FAILURE(warmUp());
-    const Footprint before = settledFootprint(camera_);
+    const ProcessUsage before = settledUsage(camera_);
     Arguments arguments = GetParam().arguments;
     arguments.insert(arguments.end(), {"--calls", "3", "--no-decode"});
     view(camera_.url(), arguments);
 
     EXPECT_TRUE(camera_.hasNoCalls(45s));
     EXPECT_TRUE(eventually([this] { return camera_.runningEncoders() == 0; }, 10s));
-    Footprint after{};
+    ProcessUsage after{};
     EXPECT_TRUE(eventually(
         [&] {
-            after = camera_.footprint();
+            after = camera_.usage();
             return after.threads <= before.threads && after.descriptors <= before.descriptors;
         },
         20s))

@@ -20,8 +20,8 @@ template <typename Check>
 Refusal refusalOf(Check check, const std::string& text) {
     try {
         check(text);
-    } catch (const Problem& problem) {
-        return {problem.httpStatus(), problem.what()};
+    } catch (const HttpError& error) {
+        return {error.httpStatus(), error.what()};
     }
     return {0, ""};
 }

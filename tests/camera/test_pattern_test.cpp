@@ -55,36 +55,36 @@ private:
     std::vector<uint8_t> planes_[3];
 };
 
-TEST(TestPictureTest, TheStripHoldsTheTimeOfCapture) {
+TEST(TestPatternTest, TheStripHoldsTheTimeOfCapture) {
     for (const uint32_t time : {0U, 1U, 0x80000000U, 0xdeadbeefU, 0xffffffffU}) {
         Canvas canvas(kWidth, kHeight);
-        TestPicture(kWidth, kHeight).draw(canvas.picture(), time, "12:34:56");
+        TestPattern(kWidth, kHeight).draw(canvas.picture(), time, "12:34:56");
         EXPECT_EQ(canvas.strip(), time);
     }
 }
 
-TEST(TestPictureTest, EverySizeIsDrawnInsideItsLines) {
+TEST(TestPatternTest, EverySizeIsDrawnInsideItsLines) {
     for (const auto& [width, height] : {std::pair<size_t, size_t>(1280, 720), {640, 360}, {320, 180}}) {
         Canvas canvas(width, height);
-        TestPicture(width, height).draw(canvas.picture(), 0xa5a5a5a5U, "23:59:59");
+        TestPattern(width, height).draw(canvas.picture(), 0xa5a5a5a5U, "23:59:59");
         EXPECT_EQ(canvas.strip(), 0xa5a5a5a5U);
         EXPECT_TRUE(canvas.isPaddingUntouched());
     }
 }
 
-TEST(TestPictureTest, EightBarsGetDarkerFromLeftToRight) {
+TEST(TestPatternTest, EightBarsGetDarkerFromLeftToRight) {
     Canvas canvas(kWidth, kHeight);
-    TestPicture(kWidth, kHeight).draw(canvas.picture(), 0, "00:00:00");
+    TestPattern(kWidth, kHeight).draw(canvas.picture(), 0, "00:00:00");
     for (size_t bar = 1; bar < 8; ++bar) {
         EXPECT_LT(canvas.luma(bar * 80 + 40, 0), canvas.luma(bar * 80 - 40, 0)) << "bar " << bar;
     }
 }
 
-TEST(TestPictureTest, TheBlockMoves) {
+TEST(TestPatternTest, TheBlockMoves) {
     Canvas one(kWidth, kHeight);
     Canvas other(kWidth, kHeight);
-    TestPicture(kWidth, kHeight).draw(one.picture(), 1000, "00:00:00");
-    TestPicture(kWidth, kHeight).draw(other.picture(), 1033, "00:00:00");
+    TestPattern(kWidth, kHeight).draw(one.picture(), 1000, "00:00:00");
+    TestPattern(kWidth, kHeight).draw(other.picture(), 1033, "00:00:00");
     size_t different = 0;
     for (size_t x = 0; x < kWidth; ++x) {
         different += one.luma(x, kHeight / 2 + 10) != other.luma(x, kHeight / 2 + 10) ? 1 : 0;
@@ -92,11 +92,11 @@ TEST(TestPictureTest, TheBlockMoves) {
     EXPECT_GT(different, 0U);
 }
 
-TEST(TestPictureTest, TheClockShowsItsTime) {
+TEST(TestPatternTest, TheClockShowsItsTime) {
     Canvas one(kWidth, kHeight);
     Canvas other(kWidth, kHeight);
-    TestPicture(kWidth, kHeight).draw(one.picture(), 0, "11:11:11");
-    TestPicture(kWidth, kHeight).draw(other.picture(), 0, "88:88:88");
+    TestPattern(kWidth, kHeight).draw(one.picture(), 0, "11:11:11");
+    TestPattern(kWidth, kHeight).draw(other.picture(), 0, "88:88:88");
     size_t litInOne = 0;
     size_t litInOther = 0;
     for (size_t y = kHeight / 8; y < kHeight / 4; ++y) {

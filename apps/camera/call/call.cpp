@@ -2,8 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "http/http_error.h"
-#include "signalling/sdk_status.h"
+#include "call/call_error.h"
+#include "call/state_name.h"
 
 namespace zelrtc::camera {
 
@@ -45,7 +45,7 @@ void Call::start(const std::string& offer) {
     requireSession();
     const int status = session_->init(offer);
     if (status != 0) {
-        throw problemOf("the offer was refused", status);
+        throw CallError(CallError::Kind::kOfferRefused, "the offer was refused", status);
     }
     {
         const std::lock_guard<std::mutex> mediaLock(mediaMutex_);
@@ -66,32 +66,32 @@ void Call::addCandidate(const std::string& candidate) {
     requireSession();
     const int status = session_->addRemoteCandidate(candidate);
     if (status != 0) {
-        throw problemOf("the candidate was refused", status);
+        throw CallError(CallError::Kind::kCandidateRefused, "the candidate was refused", status);
     }
 }
 
-Choice Call::choose(std::optional<int> video, std::optional<bool> audio) {
+Selection Call::select(std::optional<int> video, std::optional<bool> audio) {
     const LogScope scope(id_);
     const std::lock_guard<std::mutex> lock(controlMutex_);
     requireSession();
-    const Choice choice{video.value_or(video_), audio.value_or(audio_)};
-    const bool isOtherVideo = choice.video != video_;
+    const Selection selection{video.value_or(video_), audio.value_or(audio_)};
+    const bool isOtherVideo = selection.video != video_;
     if (isOtherVideo) {
-        hub_.attach(shared_from_this(), choice.video);
+        hub_.attach(shared_from_this(), selection.video);
     }
     {
         const std::lock_guard<std::mutex> mediaLock(mediaMutex_);
-        session_->setAudioVideoType(choice.audio ? 1 : 0, choice.video);
+        session_->setAudioVideoType(selection.audio ? 1 : 0, selection.video);
     }
-    video_ = choice.video;
-    audio_ = choice.audio;
+    video_ = selection.video;
+    audio_ = selection.audio;
     if (isOtherVideo) {
-        hub_.requestKeyFrame(choice.video);
+        hub_.requestKeyFrame(selection.video);
     }
-    return choice;
+    return selection;
 }
 
-void Call::tick() {
+void Call::recordTalkBack() {
     const std::unique_lock<std::mutex> lock(controlMutex_, std::try_to_lock);
     if (!lock) {
         return;
@@ -205,7 +205,7 @@ void Call::onAudioFrame(ZELRTC_SESSION_ID, void* data, unsigned int size) {
 
 void Call::requireSession() const {
     if (!session_) {
-        throw Problem(404, "call " + std::to_string(id_) + " has ended");
+        throw CallError(CallError::Kind::kNoSuchCall, "call " + std::to_string(id_) + " has ended");
     }
 }
 

@@ -3,7 +3,7 @@
  *
  * Three kinds of thread meet here. Control threads (those of HTTP requests and the call keeper) start, steer and end
  * the call; they take controlMutex_, so they come one at a time. Media threads write frames; they take mediaMutex_,
- * which steering also takes, because a choice of streams must not overlap a write. The SDK's threads call back; they
+ * which steering also takes, because selecting streams must not overlap a write. The SDK's threads call back; they
  * take neither, only note what happened and return: the session's destruction waits for them, under controlMutex_.
  */
 #ifndef APPS_CAMERA_CALL_CALL_H
@@ -28,7 +28,7 @@
 namespace zelrtc::camera {
 
 /** What a call sends. */
-struct Choice {
+struct Selection {
     int video; /**< number of the video stream */
     bool audio;
 };
@@ -37,7 +37,7 @@ struct Choice {
 struct CallSummary {
     int id;
     std::string state;
-    Choice choice;
+    Selection selection;
     bool trickle;
     double seconds; /**< since the offer arrived */
 };
@@ -53,21 +53,22 @@ public:
 
     /**
      * Hands the offer to the session and starts the sources. Control threads, once.
-     * @throw Problem when the session refuses it, or the call has been ended meanwhile
+     * @throw CallError when the session refuses it, or the call has been ended meanwhile
      */
     void start(const std::string& offer);
 
     /** The answer, as soon as it is there. @return nothing when the limit has passed or the call has ended before */
     std::optional<std::string> waitForAnswer(std::chrono::milliseconds limit);
 
-    /** Passes on a candidate of the viewer. Control threads. @throw Problem when it is refused or the call has ended */
+    /** Passes on a candidate of the viewer. Control threads. @throw CallError when it is refused or the call has ended
+     */
     void addCandidate(const std::string& candidate);
 
-    /** Changes what is sent; what is not given stays. Control threads. @throw Problem when the call has ended */
-    Choice choose(std::optional<int> video, std::optional<bool> audio);
+    /** Changes what is sent; what is not given stays. Control threads. @throw CallError when the call has ended */
+    Selection select(std::optional<int> video, std::optional<bool> audio);
 
     /** Records and measures the viewer's voice; skipped while the call is being started or ended. Control threads. */
-    void tick();
+    void recordTalkBack();
 
     /** Why the call should be ended, if it should. */
     std::optional<std::string> reasonToEnd() const;
@@ -84,7 +85,7 @@ public:
     bool isTrickle() const {
         return isTrickle_;
     }
-    std::shared_ptr<EventLog> events() const {
+    std::shared_ptr<CallHistory> events() const {
         return events_;
     }
     CallSummary summary() const;
@@ -110,7 +111,7 @@ private:
     const bool isTrickle_;
     const Clock::time_point arrived_ = Clock::now();
     MediaHub& hub_;
-    const std::shared_ptr<EventLog> events_ = std::make_shared<EventLog>();
+    const std::shared_ptr<CallHistory> events_ = std::make_shared<CallHistory>();
     const LogSubscription logLines_;
     TalkBack talkBack_;
 

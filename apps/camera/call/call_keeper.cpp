@@ -48,7 +48,7 @@ void CallKeeper::lookAfterAll() {
 }
 
 void CallKeeper::lookAfter(Call& call) {
-    call.tick();
+    call.recordTalkBack();
     if (const auto reason = call.reasonToEnd()) {
         calls_.endIfUp(call.id(), *reason);  // unless the viewer's own request was faster
     }

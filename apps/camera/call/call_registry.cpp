@@ -3,7 +3,7 @@
 #include <future>
 #include <utility>
 
-#include "http/http_error.h"
+#include "call/call_error.h"
 
 namespace zelrtc::camera {
 
@@ -11,8 +11,8 @@ namespace {
 
 constexpr size_t kKeptEndedCalls = 8;
 
-Problem noSuchCall(int id) {
-    return {404, "there is no call " + std::to_string(id)};
+CallError noSuchCall(int id) {
+    return {CallError::Kind::kNoSuchCall, "there is no call " + std::to_string(id)};
 }
 
 }  // namespace
@@ -24,8 +24,8 @@ std::shared_ptr<Call> CallRegistry::place(const std::string& offer, std::optiona
     std::shared_ptr<Call> call = admit(trickle);
     try {
         call->start(offer);
-    } catch (const Problem& problem) {
-        endIfUp(call->id(), problem.what());
+    } catch (const CallError& error) {
+        endIfUp(call->id(), error.what());
         throw;
     }
     return call;
@@ -36,10 +36,11 @@ std::shared_ptr<Call> CallRegistry::admit(std::optional<bool> trickle) {
     config.trickleIce = trickle.value_or(config.trickleIce);
     const std::lock_guard<std::mutex> lock(mutex_);
     if (isShutDown_) {
-        throw Problem(503, "the camera is shutting down");
+        throw CallError(CallError::Kind::kUnavailable, "the camera is shutting down");
     }
     if (calls_.size() >= settings_.maxCalls) {
-        throw Problem(503, "the camera is in as many calls as it takes (" + std::to_string(settings_.maxCalls) + ")");
+        throw CallError(CallError::Kind::kUnavailable,
+                        "the camera is in as many calls as it takes (" + std::to_string(settings_.maxCalls) + ")");
     }
     const int id = ++newestId_;
     auto call = std::make_shared<Call>(id, config, recordPath(id), hub_);
@@ -60,7 +61,7 @@ std::shared_ptr<Call> CallRegistry::find(int id) {
     return found->second;
 }
 
-std::shared_ptr<EventLog> CallRegistry::eventsOf(int id) {
+std::shared_ptr<CallHistory> CallRegistry::eventsOf(int id) {
     const std::lock_guard<std::mutex> lock(mutex_);
     const auto ended = ended_.find(id);
     if (ended != ended_.end()) {

@@ -29,20 +29,20 @@ public:
      * Places a call and starts it.
      * @param offer   the SDK's JSON form of the offer
      * @param trickle how to answer, nothing for the camera's own setting
-     * @throw Problem when there are too many calls or the offer is refused; nothing of the call remains then
+     * @throw CallError when there are too many calls or the offer is refused; nothing of the call remains then
      */
     std::shared_ptr<Call> place(const std::string& offer, std::optional<bool> trickle);
 
-    /** @throw Problem 404 when there is none of this id */
+    /** @throw CallError when there is none of this id */
     std::shared_ptr<Call> find(int id);
 
     /**
      * What has happened in a call, also in one of the last that ended: a call may be over before the viewer has had the
-     * time to ask. @throw Problem 404 when there is none of this id
+     * time to ask. @throw CallError when there is none of this id
      */
-    std::shared_ptr<EventLog> eventsOf(int id);
+    std::shared_ptr<CallHistory> eventsOf(int id);
 
-    /** Ends one call. @throw Problem 404 when there is none of this id */
+    /** Ends one call. @throw CallError when there is none of this id */
     void end(int id, const std::string& reason);
 
     /** Ends one call. @return false when there is none of this id (any more) */
@@ -68,7 +68,7 @@ private:
     std::mutex mutex_;
     std::map<int, std::shared_ptr<Call>> calls_;
     size_t ending_ = 0;
-    std::map<int, std::shared_ptr<EventLog>> ended_;
+    std::map<int, std::shared_ptr<CallHistory>> ended_;
     int newestId_ = 0;
     bool isShutDown_ = false;
 };

@@ -2,12 +2,12 @@
 
 namespace zelrtc::camera {
 
-void EventLog::append(const std::string& name, const std::string& data) {
+void CallHistory::append(const std::string& name, const std::string& data) {
     const std::lock_guard<std::mutex> lock(mutex_);
     store(name, data);
 }
 
-void EventLog::appendPassing(const std::string& name, const std::string& data, size_t keep) {
+void CallHistory::appendPassing(const std::string& name, const std::string& data, size_t keep) {
     const std::lock_guard<std::mutex> lock(mutex_);
     const uint64_t id = store(name, data);
     if (id == 0) {
@@ -21,7 +21,7 @@ void EventLog::appendPassing(const std::string& name, const std::string& data, s
     }
 }
 
-uint64_t EventLog::store(const std::string& name, const std::string& data) {
+uint64_t CallHistory::store(const std::string& name, const std::string& data) {
     if (closed_) {
         return 0;
     }
@@ -31,13 +31,13 @@ uint64_t EventLog::store(const std::string& name, const std::string& data) {
     return newest_;
 }
 
-void EventLog::close() {
+void CallHistory::close() {
     const std::lock_guard<std::mutex> lock(mutex_);
     closed_ = true;
     changed_.notify_all();
 }
 
-EventLog::Batch EventLog::next(uint64_t after, std::chrono::milliseconds limit) {
+CallHistory::Batch CallHistory::next(uint64_t after, std::chrono::milliseconds limit) {
     std::unique_lock<std::mutex> lock(mutex_);
     changed_.wait_for(lock, limit, [&] { return closed_ || newest_ > after; });
     Batch batch{{}, closed_};

@@ -1,4 +1,4 @@
-/** @file event_log.h What happened in a call, for any number of readers at their own pace. */
+/** @file call_history.h What happened in a call, for any number of readers at their own pace. */
 #ifndef APPS_CAMERA_EVENTS_CALL_HISTORY_H
 #define APPS_CAMERA_EVENTS_CALL_HISTORY_H
 
@@ -25,21 +25,21 @@ struct Event {
  * The events of one call from its beginning. Readers ask for what came after the last event that they have seen, so a
  * slow reader costs nothing and a late one misses nothing. Any thread; no operation blocks but next.
  */
-class EventLog {
+class CallHistory {
 public:
-    /** Keeps an event for as long as the log lives. */
+    /** Keeps an event for as long as the history lives. */
     void append(const std::string& name, const std::string& data);
 
     /** Keeps an event until `keep` newer ones of the same name have been appended: for what comes without end. */
     void appendPassing(const std::string& name, const std::string& data, size_t keep);
 
-    /** Nothing follows: later appends are ignored and readers are told. May be repeated. */
+    /** Closes the history: later appends are ignored, waiting readers wake. May be repeated. */
     void close();
 
     /** What a reader gets. */
     struct Batch {
         std::vector<Event> events;
-        bool last; /**< the log is closed and these are its final events */
+        bool last; /**< the history is closed and these are its final events */
     };
 
     /**

@@ -31,7 +31,7 @@ thread_local int sessionOfThread = kNoSession;
 
 struct Subscribers {
     std::mutex mutex;
-    std::map<int, std::shared_ptr<EventLog>> events;
+    std::map<int, std::shared_ptr<CallHistory>> events;
 };
 
 Subscribers& subscribers() {
@@ -104,7 +104,7 @@ void installLog(int level, const std::string& path) {
     globalCustomLogPrintFn = printLine;
 }
 
-LogSubscription::LogSubscription(int sessionId, std::shared_ptr<EventLog> events) : sessionId_(sessionId) {
+LogSubscription::LogSubscription(int sessionId, std::shared_ptr<CallHistory> events) : sessionId_(sessionId) {
     const std::lock_guard<std::mutex> lock(subscribers().mutex);
     subscribers().events[sessionId] = std::move(events);
 }

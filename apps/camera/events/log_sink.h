@@ -21,7 +21,7 @@ void installLog(int level, const std::string& path);
 /** While it lives, lines about this session are also events of the call: {"level":3,"text":"..."}. */
 class LogSubscription {
 public:
-    LogSubscription(int sessionId, std::shared_ptr<EventLog> events);
+    LogSubscription(int sessionId, std::shared_ptr<CallHistory> events);
     ~LogSubscription();
     LogSubscription(const LogSubscription&) = delete;
     LogSubscription& operator=(const LogSubscription&) = delete;

@@ -140,8 +140,8 @@ void HttpServer::route(const std::string& method, const std::string& pattern, co
     const Handler guarded = [handler](const httplib::Request& request, httplib::Response& response) {
         try {
             handler(request, response);
-        } catch (const Problem& problem) {
-            respondWithProblem(response, problem.httpStatus(), problem.what());
+        } catch (const HttpError& error) {
+            respondWithProblem(response, error.httpStatus(), error.what());
         }
     };
     routes_.push_back({method, pattern});

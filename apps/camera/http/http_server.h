@@ -14,7 +14,7 @@ namespace zelrtc::camera {
 #define CAMERA_PATH_NUMBER R"((\d+))"
 
 /**
- * Serves until it is stopped. Handlers throw Problem; whatever goes wrong is answered with a problem document
+ * Serves until it is stopped. Handlers throw HttpError; whatever goes wrong is answered with a problem document
  * (application/problem+json).
  */
 class HttpServer {

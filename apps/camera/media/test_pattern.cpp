@@ -18,36 +18,36 @@ constexpr uint32_t kCrossingMs = 4000;
 
 }  // namespace
 
-TestPicture::TestPicture(size_t width, size_t height) : width_(width), height_(height) {
+TestPattern::TestPattern(size_t width, size_t height) : width_(width), height_(height) {
 }
 
-void TestPicture::draw(const Picture& picture, uint32_t captureMs, const std::string& clock) const {
+void TestPattern::draw(const Picture& picture, uint32_t captureMs, const std::string& clock) const {
     drawBars(picture);
     drawClock(picture, clock);
     drawBlock(picture, captureMs);
     drawStrip(picture, captureMs);
 }
 
-void TestPicture::drawBars(const Picture& picture) const {
+void TestPattern::drawBars(const Picture& picture) const {
     for (size_t i = 0; i < kBars.size(); ++i) {
         fill(picture, {i * width_ / kBars.size(), (i + 1) * width_ / kBars.size(), 0, height_}, kBars[i]);
     }
 }
 
-void TestPicture::drawClock(const Picture& picture, const std::string& clock) const {
+void TestPattern::drawClock(const Picture& picture, const std::string& clock) const {
     const size_t unit = height_ / 80;
     const size_t left = (width_ - clock.size() * kSegmentCellWidth * unit) / 2;
     drawSegmentText(picture, left, height_ / 8, unit, clock);
 }
 
-void TestPicture::drawBlock(const Picture& picture, uint32_t captureMs) const {
+void TestPattern::drawBlock(const Picture& picture, uint32_t captureMs) const {
     const size_t side = height_ / 8 / 2 * 2;
     const size_t left = (width_ - side) * (captureMs % kCrossingMs) / kCrossingMs / 2 * 2;
     const size_t top = height_ / 2 / 2 * 2;
     fill(picture, {left, left + side, top, top + side}, kGrey);
 }
 
-void TestPicture::drawStrip(const Picture& picture, uint32_t captureMs) const {
+void TestPattern::drawStrip(const Picture& picture, uint32_t captureMs) const {
     const size_t top = (height_ - height_ / kStripParts) / 2 * 2;
     for (size_t cell = 0; cell < kStripCells; ++cell) {
         const bool one = (captureMs >> (kStripCells - 1 - cell) & 1U) != 0;

@@ -1,4 +1,4 @@
-/** @file test_picture.h The built-in picture: colour bars, a moving block and the time of capture for machines. */
+/** @file test_pattern.h The built-in picture: colour bars, a moving block and the time of capture for machines. */
 #ifndef APPS_CAMERA_MEDIA_TEST_PATTERN_H
 #define APPS_CAMERA_MEDIA_TEST_PATTERN_H
 
@@ -16,10 +16,10 @@ namespace zelrtc::camera {
  * hold the time of capture in milliseconds: whoever films the screen, or decodes it, can tell how old the picture is.
  * One thread at a time.
  */
-class TestPicture {
+class TestPattern {
 public:
     /** Even numbers of pixels, at least 160 by 90. */
-    TestPicture(size_t width, size_t height);
+    TestPattern(size_t width, size_t height);
 
     /** Fills the whole picture. @param clock time of day as HH:MM:SS */
     void draw(const Picture& picture, uint32_t captureMs, const std::string& clock) const;

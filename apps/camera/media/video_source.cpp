@@ -18,7 +18,7 @@ namespace {
 constexpr int kFramesPerSecond = 30;
 
 // Baseline without B-frames or look-ahead: what every browser decodes and what adds no delay. One slice per frame.
-std::string testPictureText(const VideoFormat& format) {
+std::string testPatternText(const VideoFormat& format) {
     return "videotestsrc name=picture is-live=true pattern=black ! video/x-raw,format=I420,width=" +
            std::to_string(format.width) + ",height=" + std::to_string(format.height) +
            ",framerate=" + std::to_string(kFramesPerSecond) +
@@ -31,7 +31,7 @@ std::string testPictureText(const VideoFormat& format) {
 
 // All of it, whatever the stream shows: each key frame gets its parameter sets, each buffer is one access unit.
 std::string pipelineText(const VideoInput& input, const VideoFormat& format) {
-    std::string source = testPictureText(format);
+    std::string source = testPatternText(format);
     if (input.kind == VideoInput::Kind::kFile) {
         source = "multifilesrc name=file loop=true caps=\"video/x-h264,stream-format=byte-stream\"";
     } else if (input.kind == VideoInput::Kind::kPipeline) {
@@ -70,7 +70,7 @@ std::string timeOfDay() {
     return text.data();
 }
 
-void drawInto(GstBuffer* buffer, const GstVideoInfo& info, const TestPicture& picture) {
+void drawInto(GstBuffer* buffer, const GstVideoInfo& info, const TestPattern& picture) {
     GstVideoFrame frame;
     if (gst_video_frame_map(&frame, &info, buffer, GST_MAP_WRITE) == FALSE) {
         return;
@@ -134,12 +134,12 @@ private:
         callbacks.new_sample = [](GstAppSink*, gpointer self) { return static_cast<Pipeline*>(self)->handOver(); };
         gst_app_sink_set_callbacks(GST_APP_SINK(appsink_.get()), &callbacks, this, nullptr);
         // A live source paces itself; anything else is paced by the time stamps.
-        const bool isLive = source_.input_.kind == VideoInput::Kind::kTestPicture;
+        const bool isLive = source_.input_.kind == VideoInput::Kind::kTestPattern;
         g_object_set(appsink_.get(), "sync", isLive ? FALSE : TRUE, nullptr);
     }
 
     void connectPicture() {
-        if (source_.input_.kind != VideoInput::Kind::kTestPicture) {
+        if (source_.input_.kind != VideoInput::Kind::kTestPattern) {
             return;
         }
         gst_video_info_set_format(&info_, GST_VIDEO_FORMAT_I420, static_cast<guint>(source_.format_.width),
@@ -240,7 +240,7 @@ private:
     }
 
     VideoSource& source_;
-    TestPicture picture_;
+    TestPattern picture_;
     GstVideoInfo info_ = {};
     GstClockTime nextTime_ = 0;
     Owned<GstElement> pipeline_;

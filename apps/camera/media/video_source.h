@@ -13,8 +13,8 @@ namespace zelrtc::camera {
 
 /** What a stream shows. */
 struct VideoInput {
-    enum class Kind { kTestPicture, kFile, kPipeline };
-    Kind kind = Kind::kTestPicture;
+    enum class Kind { kTestPattern, kFile, kPipeline };
+    Kind kind = Kind::kTestPattern;
     std::string text; /**< path of an H.264 file (Annex B), or a GStreamer pipeline that ends in H.264 */
 };
 

@@ -1,10 +1,10 @@
 #include "signalling/calls_api.h"
 
-#include <charconv>
 #include <nlohmann/json.hpp>
 
 #include "http/http_error.h"
 #include "process/process_usage.h"
+#include "signalling/call_requests.h"
 #include "signalling/event_stream.h"
 #include "signalling/offer_check.h"
 #include "signalling/viewer_page.h"
@@ -16,10 +16,6 @@ namespace {
 using httplib::Request;
 using httplib::Response;
 using nlohmann::json;
-using namespace std::chrono_literals;
-
-constexpr auto kAnswerLimit = 10s;
-
 void respond(Response& response, int status, const json& body) {
     response.status = status;
     response.set_header("Cache-Control", "no-store");
@@ -32,7 +28,7 @@ std::optional<bool> trickleWish(const Request& request) {
     }
     const std::string value = request.get_param_value("trickle");
     if (value != "0" && value != "1") {
-        throw Problem(400, "trickle is neither 0 nor 1");
+        throw HttpError(400, "trickle is neither 0 nor 1");
     }
     return value == "1";
 }
@@ -52,8 +48,8 @@ void listCalls(Response& response, CallRegistry& calls) {
         const CallSummary summary = call->summary();
         list.push_back({{"id", summary.id},
                         {"state", summary.state},
-                        {"video", summary.choice.video},
-                        {"audio", summary.choice.audio},
+                        {"video", summary.selection.video},
+                        {"audio", summary.selection.audio},
                         {"trickle", summary.trickle},
                         {"seconds", summary.seconds}});
     }
@@ -66,7 +62,7 @@ std::optional<int> videoIn(const json& wish) {
         return std::nullopt;
     }
     if (!member->is_number_integer() || *member < 0 || *member >= kVideoStreams) {
-        throw Problem(400, "video is not the number of a stream: 0, 1 or 2");
+        throw HttpError(400, "video is not the number of a stream: 0, 1 or 2");
     }
     return member->get<int>();
 }
@@ -77,19 +73,19 @@ std::optional<bool> audioIn(const json& wish) {
         return std::nullopt;
     }
     if (!member->is_boolean()) {
-        throw Problem(400, "audio is neither true nor false");
+        throw HttpError(400, "audio is neither true nor false");
     }
     return member->get<bool>();
 }
 
-void chooseStreams(const Request& request, Response& response, CallRegistry& calls) {
+void selectStreams(const Request& request, Response& response, CallRegistry& calls) {
     const auto call = calls.find(callIdIn(request));
     const json wish = json::parse(request.body, nullptr, false);
     if (!wish.is_object()) {
-        throw Problem(400, "the body is not a JSON object such as {\"video\":2,\"audio\":false}");
+        throw HttpError(400, "the body is not a JSON object such as {\"video\":2,\"audio\":false}");
     }
-    const Choice choice = call->choose(videoIn(wish), audioIn(wish));
-    respond(response, 200, {{"video", choice.video}, {"audio", choice.audio}});
+    const Selection selection = call->select(videoIn(wish), audioIn(wish));
+    respond(response, 200, {{"video", selection.video}, {"audio", selection.audio}});
 }
 
 void addCandidate(const Request& request, Response& response, CallRegistry& calls) {
@@ -118,44 +114,25 @@ void tellHealth(Response& response, CallRegistry& calls, const MediaHub& hub) {
 
 }  // namespace
 
-int callIdIn(const Request& request) {
-    const std::string text = request.matches[1];
-    int id = 0;
-    if (std::from_chars(text.data(), text.data() + text.size(), id).ec != std::errc()) {
-        throw Problem(404, "there is no call " + text);
-    }
-    return id;
-}
-
-std::string answerOf(Call& call, CallRegistry& calls) {
-    const auto answer = call.waitForAnswer(kAnswerLimit);
-    if (answer) {
-        return *answer;
-    }
-    if (!calls.endIfUp(call.id(), "there was no answer in time")) {
-        throw Problem(503, "the call was ended before it had an answer");
-    }
-    throw Problem(504, "the camera had no complete answer within 10 seconds");
-}
-
 void addCallRoutes(HttpServer& server, CallRegistry& calls, const MediaHub& hub) {
     server.route("GET", "/", [](const Request&, Response& response) {
         response.set_header("Cache-Control", "no-cache");
         response.set_content(kPage.data(), kPage.size(), "text/html; charset=utf-8");
     });
     server.route("GET", "/health", [&](const Request&, Response& response) { tellHealth(response, calls, hub); });
-    server.route("GET", "/calls", [&](const Request&, Response& response) { listCalls(response, calls); });
-    server.route("POST", "/calls",
+    addCallRoute(server, "GET", "/calls", [&](const Request&, Response& response) { listCalls(response, calls); });
+    addCallRoute(server, "POST", "/calls",
                  [&](const Request& request, Response& response) { placeCall(request, response, calls); });
-    server.route("DELETE", "/calls/" CAMERA_PATH_NUMBER,
+    addCallRoute(server, "DELETE", "/calls/" CAMERA_PATH_NUMBER,
                  [&](const Request& request, Response& response) { endCall(request, response, calls); });
-    server.route("GET", "/calls/" CAMERA_PATH_NUMBER "/events", [&](const Request& request, Response& response) {
-        streamEvents(calls.eventsOf(callIdIn(request)), request, response);
-    });
-    server.route("POST", "/calls/" CAMERA_PATH_NUMBER "/candidates",
+    addCallRoute(server, "GET", "/calls/" CAMERA_PATH_NUMBER "/events",
+                 [&](const Request& request, Response& response) {
+                     streamEvents(calls.eventsOf(callIdIn(request)), request, response);
+                 });
+    addCallRoute(server, "POST", "/calls/" CAMERA_PATH_NUMBER "/candidates",
                  [&](const Request& request, Response& response) { addCandidate(request, response, calls); });
-    server.route("POST", "/calls/" CAMERA_PATH_NUMBER "/streams",
-                 [&](const Request& request, Response& response) { chooseStreams(request, response, calls); });
+    addCallRoute(server, "POST", "/calls/" CAMERA_PATH_NUMBER "/streams",
+                 [&](const Request& request, Response& response) { selectStreams(request, response, calls); });
 }
 
 }  // namespace zelrtc::camera

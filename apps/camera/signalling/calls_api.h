@@ -11,12 +11,6 @@ namespace zelrtc::camera {
 /** Adds the routes. What is given must outlive the server. */
 void addCallRoutes(HttpServer& server, CallRegistry& calls, const MediaHub& hub);
 
-/** The number in the path of a request. @throw Problem 404 when it is too large to be a call's */
-int callIdIn(const httplib::Request& request);
-
-/** Waits for a call's answer; a call without one is ended. @throw Problem 504 or 503 */
-std::string answerOf(Call& call, CallRegistry& calls);
-
 }  // namespace zelrtc::camera
 
 #endif

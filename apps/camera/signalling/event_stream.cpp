@@ -27,12 +27,12 @@ std::string streamForm(const Event& event) {
 // One reader's place in a call's events.
 class Reader {
 public:
-    Reader(std::shared_ptr<EventLog> events, uint64_t seen) : events_(std::move(events)), seen_(seen) {
+    Reader(std::shared_ptr<CallHistory> events, uint64_t seen) : events_(std::move(events)), seen_(seen) {
     }
 
     // Sends what there is; false when the client is gone.
     bool send(httplib::DataSink& sink) {
-        const EventLog::Batch batch = events_->next(seen_, kWait);
+        const CallHistory::Batch batch = events_->next(seen_, kWait);
         std::string text;
         for (const Event& event : batch.events) {
             text += streamForm(event);
@@ -59,14 +59,14 @@ private:
         return ": still here\n\n";
     }
 
-    std::shared_ptr<EventLog> events_;
+    std::shared_ptr<CallHistory> events_;
     uint64_t seen_;
     int quiet_ = 0;
 };
 
 }  // namespace
 
-void streamEvents(const std::shared_ptr<EventLog>& events, const httplib::Request& request,
+void streamEvents(const std::shared_ptr<CallHistory>& events, const httplib::Request& request,
                   httplib::Response& response) {
     const auto reader = std::make_shared<Reader>(events, lastSeenBy(request));
     response.set_header("Cache-Control", "no-store");

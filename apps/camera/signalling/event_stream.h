@@ -13,7 +13,7 @@ namespace zelrtc::camera {
  * Makes the response a stream of all events from the beginning, or of those after the client's Last-Event-ID. It ends
  * with the call, or as soon as the client is gone.
  */
-void streamEvents(const std::shared_ptr<EventLog>& events, const httplib::Request& request,
+void streamEvents(const std::shared_ptr<CallHistory>& events, const httplib::Request& request,
                   httplib::Response& response);
 
 }  // namespace zelrtc::camera

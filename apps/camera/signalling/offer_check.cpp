@@ -18,10 +18,10 @@ constexpr size_t kLongestCandidate = 255;
 json parseObject(const std::string& text, const char* what) {
     json object = json::parse(text, nullptr, false);
     if (object.is_discarded()) {
-        throw Problem(400, std::string("the ") + what + " is not JSON");
+        throw HttpError(400, std::string("the ") + what + " is not JSON");
     }
     if (!object.is_object()) {
-        throw Problem(400, std::string("the ") + what + " is not a JSON object");
+        throw HttpError(400, std::string("the ") + what + " is not a JSON object");
     }
     return object;
 }
@@ -29,7 +29,7 @@ json parseObject(const std::string& text, const char* what) {
 std::string stringMember(const json& object, const char* name, const char* what) {
     const auto member = object.find(name);
     if (member == object.end() || !member->is_string()) {
-        throw Problem(400, std::string("the ") + what + " has no text member \"" + name + "\"");
+        throw HttpError(400, std::string("the ") + what + " has no text member \"" + name + "\"");
     }
     return member->get<std::string>();
 }
@@ -64,29 +64,29 @@ bool namesCodec(const std::string& section, const std::string& name) {
 void checkOffer(const std::string& text) {
     const json offer = parseObject(text, "offer");
     if (stringMember(offer, "type", "offer") != "offer") {
-        throw Problem(400, "the description's type is not \"offer\"");
+        throw HttpError(400, "the description's type is not \"offer\"");
     }
     const std::string sdp = stringMember(offer, "sdp", "offer");
     if (sdp.size() > kLongestSdp) {
-        throw Problem(413, "the offer's sdp is longer than 25000 characters");
+        throw HttpError(413, "the offer's sdp is longer than 25000 characters");
     }
     if (!startsWith(sdp, "v=0")) {
-        throw Problem(400, "the offer's sdp is not a session description: it does not start with \"v=0\"");
+        throw HttpError(400, "the offer's sdp is not a session description: it does not start with \"v=0\"");
     }
     const std::string video = videoSection(sdp);
     if (video.empty()) {
-        throw Problem(422, "the offer asks for no video: it has no \"m=video\" section");
+        throw HttpError(422, "the offer asks for no video: it has no \"m=video\" section");
     }
     if (namesCodec(video, "") && !namesCodec(video, "h264/")) {
-        throw Problem(422,
-                      "the viewer cannot show H.264, which is what the camera sends: it offers other video codecs");
+        throw HttpError(422,
+                        "the viewer cannot show H.264, which is what the camera sends: it offers other video codecs");
     }
 }
 
 void checkCandidate(const std::string& text) {
     const std::string line = stringMember(parseObject(text, "candidate"), "candidate", "candidate");
     if (line.size() > kLongestCandidate) {
-        throw Problem(400, "the candidate is longer than 255 characters");
+        throw HttpError(400, "the candidate is longer than 255 characters");
     }
 }
 

@@ -9,7 +9,7 @@ namespace zelrtc::camera {
 /**
  * Refuses what cannot be an offer of a viewer.
  * @param text the body of a request: the SDK's JSON form of an offer
- * @throw Problem 400 for what is no offer, 413 for one that is too long, 422 for an offer without video or without
+ * @throw HttpError 400 for what is no offer, 413 for one that is too long, 422 for an offer without video or without
  * H.264
  */
 void checkOffer(const std::string& text);
@@ -17,7 +17,7 @@ void checkOffer(const std::string& text);
 /**
  * Refuses what cannot be a candidate.
  * @param text the body of a request: the SDK's JSON form of a candidate
- * @throw Problem 400
+ * @throw HttpError 400
  */
 void checkCandidate(const std::string& text);
 

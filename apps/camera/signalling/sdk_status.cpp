@@ -40,7 +40,7 @@ std::string hexadecimal(uint32_t status) {
 
 }  // namespace
 
-Problem problemOf(const std::string& what, int status) {
+HttpError errorOfStatus(const std::string& what, int status) {
     const auto code = static_cast<uint32_t>(status);
     for (const Meaning& meaning : kMeanings) {
         if (meaning.status == code) {
@@ -48,13 +48,6 @@ Problem problemOf(const std::string& what, int status) {
         }
     }
     return {500, what + " with the SDK's status " + hexadecimal(code)};
-}
-
-std::string stateName(RTC_PEER_CONNECTION_STATE state) {
-    constexpr std::array<const char*, RTC_PEER_CONNECTION_TOTAL_STATE_COUNT> kNames = {
-        "none", "new", "connecting", "connected", "disconnected", "failed", "closed"};
-    const auto number = static_cast<size_t>(state);
-    return number < kNames.size() ? kNames.at(number) : "unknown";
 }
 
 }  // namespace zelrtc::camera

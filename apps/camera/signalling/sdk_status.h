@@ -1,20 +1,15 @@
-/** @file sdk_status.h The SDK's statuses and states, in words. */
+/** @file sdk_status.h What the SDK's statuses mean for the viewer whose request they answer. */
 #ifndef APPS_CAMERA_SIGNALLING_SDK_STATUS_H
 #define APPS_CAMERA_SIGNALLING_SDK_STATUS_H
 
 #include <string>
 
-#include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
-
 #include "http/http_error.h"
 
 namespace zelrtc::camera {
 
-/** The problem to report for a status of a session's operation. @param what what did not work, as a sentence */
-Problem problemOf(const std::string& what, int status);
-
-/** "connected" and so on. */
-std::string stateName(RTC_PEER_CONNECTION_STATE state);
+/** The error to report for a status of a session's operation. @param what what did not work, as a sentence */
+HttpError errorOfStatus(const std::string& what, int status);
 
 }  // namespace zelrtc::camera
 

@@ -2,7 +2,7 @@
 
 #include "http/http_error.h"
 #include "http/letter_case.h"
-#include "signalling/calls_api.h"
+#include "signalling/call_requests.h"
 #include "signalling/offer_check.h"
 #include "signalling/trickle_fragment.h"
 
@@ -25,7 +25,7 @@ std::string mediaTypeOf(const Request& request) {
 
 void requireType(const Request& request, const std::string& type) {
     if (mediaTypeOf(request) != type) {
-        throw Problem(415, "the body must be " + type);
+        throw HttpError(415, "the body must be " + type);
     }
 }
 
@@ -37,10 +37,10 @@ std::string tagOf(int id) {
 void requireSession(const Request& request, int id) {
     const std::string match = request.get_header_value("If-Match");
     if (match == "*") {
-        throw Problem(501, "ICE restarts are not possible; end the call and place another");
+        throw HttpError(501, "ICE restarts are not possible; end the call and place another");
     }
     if (!match.empty() && match != tagOf(id)) {
-        throw Problem(412, "the ICE session is another one: " + tagOf(id));
+        throw HttpError(412, "the ICE session is another one: " + tagOf(id));
     }
 }
 
@@ -102,11 +102,11 @@ void addWhepRoutes(HttpServer& server, CallRegistry& calls) {
                  [](const Request&, Response& response) { answerPreflight(response, "Accept-Post", kSdp); });
     server.route("OPTIONS", session,
                  [](const Request&, Response& response) { answerPreflight(response, "Accept-Patch", kFragment); });
-    server.route("POST", kEndpoint,
+    addCallRoute(server, "POST", kEndpoint,
                  [&calls](const Request& request, Response& response) { place(request, response, calls); });
-    server.route("PATCH", session,
+    addCallRoute(server, "PATCH", session,
                  [&calls](const Request& request, Response& response) { trickle(request, response, calls); });
-    server.route("DELETE", session,
+    addCallRoute(server, "DELETE", session,
                  [&calls](const Request& request, Response& response) { hangUp(request, response, calls); });
     server.finishResponsesWith(allowOtherSites);
 }

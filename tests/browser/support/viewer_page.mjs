@@ -91,18 +91,18 @@ export class ViewerPage {
     return lit.map((colour) => COLOURS[colour]);
   }
 
-  /** Chooses a stream on the page; returns the figures before and at the first picture of that width. */
-  async switchTo(stream, width) {
+  /** Selects a stream on the page; returns the figures before and at the first picture of that width. */
+  async selectStream(stream, width) {
     const before = await this.videoFigures();
     await this.page.evaluate((wanted) => {
       const picture = document.getElementById('picture');
-      window.switched = new Promise((resolve) => {
+      window.selected = new Promise((resolve) => {
         const look = (_, frame) => (frame.width === wanted ? resolve(true) : picture.requestVideoFrameCallback(look));
         picture.requestVideoFrameCallback(look);
       });
     }, width);
     await this.page.selectOption('#stream', String(stream));
-    await this.page.evaluate(() => window.switched);
+    await this.page.evaluate(() => window.selected);
     return { before, after: await this.videoFigures() };
   }
 
@@ -147,13 +147,13 @@ export class ViewerPage {
     await this.page.screenshot({ path: join(folder, `${name}.png`) });
   }
 
-  /** Chooses what the camera sends, as the page's own requests do. */
-  choose(choice) {
+  /** Selects what the camera sends, as the page's own requests do. */
+  select(streams) {
     return this.page.evaluate(async (body) => {
       const headers = { 'Content-Type': 'application/json' };
       const path = `/calls/${window.zelrtc.callId}/streams`;
       const response = await fetch(path, { method: 'POST', headers, body: JSON.stringify(body) });
       return response.json();
-    }, choice);
+    }, streams);
   }
 }

@@ -106,7 +106,7 @@ int CameraProcess::runningEncoders() const {
     return get("/health").at("encoders");
 }
 
-Footprint CameraProcess::footprint() const {
+ProcessUsage CameraProcess::usage() const {
     const std::string process = "/proc/" + std::to_string(pid());
     return {entriesIn(process + "/task"), entriesIn(process + "/fd")};
 }

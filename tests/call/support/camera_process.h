@@ -16,7 +16,7 @@
 namespace zelrtc::test {
 
 /** What a call could leave behind in the camera. */
-struct Footprint {
+struct ProcessUsage {
     int threads;
     int descriptors;
 };
@@ -54,7 +54,7 @@ public:
     int runningEncoders() const;
 
     /** As the kernel counts; looking costs the camera nothing, so its idle HTTP threads and connections can go. */
-    Footprint footprint() const;
+    ProcessUsage usage() const;
     /** CPU seconds used up to now. */
     double cpuSeconds() const;
 
