@@ -37,7 +37,8 @@ VIEWER_HERTZ = 700
 # The camera's tone pauses a fifth of the time, and the viewer's starts within the recording.
 CLEAR_TONE = 0.7
 
-Run = collections.namedtuple("Run", "stack name interface trickle watch end")
+# `more` goes to the peer; a `may_refuse` of the camera's is right if its reason holds this text.
+Run = collections.namedtuple("Run", "stack name interface trickle watch end more may_refuse", defaults=((), None))
 
 
 class Outcome:
@@ -64,10 +65,11 @@ class Call:
         self._run, self._camera, self._folder, self._outcome = run, camera, folder, outcome
         options = [name for name, is_wanted in (("--complete", not run.trickle), ("--watch", run.watch),
                                                 ("--no-reports", run.watch)) if is_wanted]
-        self._peer = Peer(run.stack.command, self._path("received"), self._path("peer.log"), options)
+        self._peer = Peer(run.stack.command, self._path("received"), self._path("peer.log"), [*options, *run.more])
         signalling = Whep if run.interface == "whep" else CallsApi
         self._signalling = signalling(camera, run.trickle, lambda candidate: self._peer.tell(candidate=candidate))
         self._received = None
+        self._is_structured = True
 
     def _path(self, name):
         return os.path.join(self._folder, name)
@@ -85,7 +87,9 @@ class Call:
             self._end()
         except Refused as refusal:
             self._keep("refusal.txt", str(refusal) + "\n")
-            self._outcome.demand(False, str(refusal))
+            self._outcome["ended"] = f"refused with {refusal.status}"
+            is_right = refusal.status == 422 and self._run.may_refuse and self._run.may_refuse in refusal.reason
+            self._outcome.demand(is_right, str(refusal))
         except (RuntimeError, TimeoutError, OSError, ValueError) as error:
             self._outcome.demand(False, str(error))
         finally:
@@ -101,6 +105,7 @@ class Call:
         description = Description(answer)
         self._received = Received(self._path("received"), description.payload_type("video"),
                                   description.payload_type("audio"))
+        self._is_structured = "packetization-mode=1" in answer
         self._peer.tell(answer=answer)
         self._signalling.listen()
         wait_for(self._is_connected, CONNECT_SECONDS, "the connection")
@@ -138,6 +143,8 @@ class Call:
             outcome.demand(received.pictures >= ENOUGH_PICTURES, f"{received.pictures} pictures arrived")
             outcome.demand(received.first_is_key is not False,
                            "the first picture is no key frame with its parameter sets")
+        outcome.demand(self._is_structured or not received.structured_packets,
+                       f"{received.structured_packets} packets are not the single NAL units that were agreed")
         outcome.demand(received.other_packets == 0,
                        f"{received.other_packets} packets have a payload type that the answer does not begin with")
 
@@ -213,7 +220,29 @@ def runs_of(stack):
     if stack.trickles:
         runs += [Run(stack, "whep, trickle", "whep", True, False, "delete"),
                  Run(stack, "calls, trickle", "calls", True, False, "vanish")]
+    runs += [Run(stack, *choice) for choice in CHOICES.get(stack.name, ())]
     return runs
+
+
+def _h264(name, *more, may_refuse=None):
+    return name, "whep", False, False, "delete", more, may_refuse
+
+
+# What only some stacks let a viewer choose.
+CHOICES = {
+    "libdatachannel": (
+        _h264("H.264 as 35", "--payload-type", "35"),
+        _h264("H.264 as 127", "--payload-type", "127"),
+        _h264("single NAL units", "--fmtp", "profile-level-id=42e01f;packetization-mode=0",
+              may_refuse="packetization-mode"),
+        _h264("high profile", "--fmtp", "profile-level-id=640032;packetization-mode=1"),
+    ),
+    "werift": (
+        _h264("H.264 without parameters", "--fmtp", "", may_refuse="packetization-mode"),
+        ("whep, trickle, unbundled", "whep", True, False, "delete", ("--unbundled",)),
+        ("calls, trickle, unbundled", "calls", True, False, "delete", ("--unbundled",)),
+    ),
+}
 
 
 def main():

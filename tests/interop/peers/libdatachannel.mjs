@@ -3,7 +3,6 @@ import nodeDataChannel from 'node-datachannel';
 import { VOICE_SSRC, obey, options, record, speakInPackets, tell } from './peer.mjs';
 
 const MULAW = 0;
-const H264 = 102;
 
 function isRtcp(packet) {
   return packet[1] >= 192 && packet[1] <= 223;
@@ -18,7 +17,7 @@ function receive(track) {
 
 const connection = new nodeDataChannel.PeerConnection('viewer', { iceServers: [], disableAutoNegotiation: true });
 const video = new nodeDataChannel.Video('video', 'RecvOnly');
-video.addH264Codec(H264);
+video.addVideoCodec(Number(options['payload-type']), 'H264', options.fmtp);
 const audio = new nodeDataChannel.Audio('audio', options.watch ? 'RecvOnly' : 'SendRecv');
 audio.addAudioCodec(MULAW, 'PCMU');
 if (!options.watch) audio.addSSRC(VOICE_SSRC, 'viewer', 'viewer', 'voice');

@@ -15,6 +15,10 @@ export const { values: options } = parseArgs({
     complete: { type: 'boolean', default: false },
     watch: { type: 'boolean', default: false },
     'no-reports': { type: 'boolean', default: false },
+    // What some stacks let their users choose.
+    unbundled: { type: 'boolean', default: false },
+    'payload-type': { type: 'string', default: '102' },
+    fmtp: { type: 'string', default: 'level-asymmetry-allowed=1;packetization-mode=1;profile-level-id=42e01f' },
   },
 });
 const received = openSync(options.received, 'w');

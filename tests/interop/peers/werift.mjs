@@ -4,7 +4,8 @@ import { obey, options, record, speakInPackets, tell } from './peer.mjs';
 import { startStunServer } from './stun_server.mjs';
 
 const connection = new RTCPeerConnection({
-  codecs: { video: [useH264()], audio: [usePCMU()] },
+  codecs: { video: [useH264({ parameters: options.fmtp })], audio: [usePCMU()] },
+  bundlePolicy: options.unbundled ? 'disable' : 'max-bundle',
   // Without one it asks a public server, and waits five seconds for it.
   iceServers: [{ urls: await startStunServer() }],
 });

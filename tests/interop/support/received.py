@@ -51,7 +51,7 @@ class Received:
         self.pictures = 0
         self.key_pictures = 0
         self.first_is_key = None
-        self.largest_packet = 0
+        self.structured_packets = 0  # neither whole NAL units nor padding
         self.sound = []
         self.sound_rate = 8000
         self.other_packets = 0
@@ -93,7 +93,7 @@ class Received:
             self.other_packets += 1
 
     def _take_video(self, packet):
-        self.largest_packet = max(self.largest_packet, len(packet.payload))
+        self.structured_packets += packet.payload[0] & 31 >= STAP_A
         if self._timestamp is not None and packet.timestamp != self._timestamp:
             self._types_of_picture = set()  # its end was lost
         self._timestamp = packet.timestamp
