@@ -5,6 +5,7 @@ A rule that holds is tried once more on an answer that breaks it, so that no rul
 Offers and answers stay in the folder of --output.
 """
 import argparse
+import http.client
 import json
 import os
 import shutil
@@ -16,7 +17,7 @@ sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from answers import always  # noqa: E402  (the path above makes it importable)
 from answers.cases import all_cases  # noqa: E402
 from answers.rules import Answer, Broken  # noqa: E402
-from support.camera import Camera  # noqa: E402
+from support.camera import Camera, CameraFailed  # noqa: E402
 
 SLOW_SECONDS = 1.0
 
@@ -95,6 +96,20 @@ def check(camera, case, folder):
     return False
 
 
+def check_all(cases, program, folder):
+    """How many are right. An offer that ends the camera does not keep the others from being checked."""
+    passed, waiting, log = 0, list(cases), os.path.join(folder, "camera.log")
+    while waiting:
+        try:
+            with Camera(program, log) as camera:
+                while waiting:
+                    case = waiting.pop(0)
+                    passed += check(camera, case, folder)
+        except (CameraFailed, OSError, http.client.HTTPException) as error:
+            print(f"FAILED  {case.name}\n        {case.source}\n        - no answer: {error}; the camera's log is {log}")
+    return passed
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--camera", required=True)
@@ -105,8 +120,7 @@ def main():
     folder = options.output or tempfile.mkdtemp(prefix="zelrtc-answers-")
     os.makedirs(folder, exist_ok=True)
     try:
-        with Camera(options.camera, os.path.join(folder, "camera.log")) as camera:
-            passed = sum(check(camera, case, folder) for case in cases)
+        passed = check_all(cases, options.camera, folder)
     finally:
         if not options.output:
             shutil.rmtree(folder)

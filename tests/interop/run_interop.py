@@ -14,16 +14,17 @@ import sys
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from support import stacks  # noqa: E402  (the path above makes it importable)
+from support import stacks, table  # noqa: E402  (the path above makes it importable)
 from support.camera import Camera, wait_for  # noqa: E402
 from support.peer import Peer  # noqa: E402
 from support.received import Received  # noqa: E402
 from support.sdp import Description, decline  # noqa: E402
 from support.signalling import CallsApi, Refused, Whep  # noqa: E402
 from support.sound import read_wav, tone  # noqa: E402
-from support.viewer import run_viewer  # noqa: E402
+from support.viewer import report_of  # noqa: E402
 
-AT_ONCE = 4
+SKIPPED = 77
+AT_ONCE = 3
 CONNECT_SECONDS = 15
 MEDIA_SECONDS = 15
 WATCH_SECONDS = 12
@@ -34,28 +35,47 @@ ENOUGH_PICTURES = 45
 ENOUGH_SOUND_SECONDS = 1.0
 CAMERA_HERTZ = 440
 VIEWER_HERTZ = 700
-# The camera's tone pauses a fifth of the time, and the viewer's starts within the recording.
-CLEAR_TONE = 0.7
+CLEAR_TONE = 0.9
 
 # `more` goes to the peer; a `may_refuse` of the camera's is right if its reason holds this text.
 Run = collections.namedtuple("Run", "stack name interface trickle watch end more may_refuse", defaults=((), None))
 
 
 class Outcome:
-    def __init__(self, run, version):
-        self.report = {"stack": run.stack.name, "version": version, "run": run.name, "connected": False, "pictures": 0,
-                       "keyPictures": 0, "firstIsKey": None, "soundSeconds": 0, "tone": 0, "voiceSeconds": 0,
-                       "voiceTone": 0, "ended": None, "problems": []}
+    """What a run measured, and for everything that it was to show whether it did."""
 
-    def __getitem__(self, name):
-        return self.report[name]
+    def __init__(self, run, version):
+        self.report = {"stack": run.stack.name, "version": version, "run": run.name, "works": wanted_of(run),
+                       "problems": []}
 
     def __setitem__(self, name, value):
         self.report[name] = value
 
-    def demand(self, holds, problem):
+    def shows(self, what, holds, problem):
+        """Every statement about one thing has to hold."""
+        earlier = [one for one in self.report["problems"] if one.startswith(what)]
+        self.report["works"][what] = holds and not earlier
         if not holds:
-            self.report["problems"].append(problem)
+            self.report["problems"].append(f"{what}: {problem}")
+
+    def fails(self, problem):
+        """Nothing that has not been shown yet will be."""
+        self.report["problems"].append(problem)
+
+    def is_refused_rightly(self):
+        self.report["works"] = {}
+
+
+def wanted_of(run):
+    wanted = ["sound", "watching" if run.watch else "talk-back", "vanishing" if run.end == "vanish" else "hanging up"]
+    return {what: False for what in (["picture"] if run.stack.has_pictures else []) + wanted}
+
+
+def judge_voice(outcome, samples):
+    seconds, clearness = len(samples) / 8000, tone(samples, 8000, VIEWER_HERTZ)
+    outcome["voiceSeconds"], outcome["voiceTone"] = round(seconds, 2), round(clearness, 2)
+    outcome.shows("talk-back", seconds >= ENOUGH_SOUND_SECONDS, f"{seconds:.2f} s were recorded")
+    outcome.shows("talk-back", clearness >= CLEAR_TONE, f"{clearness:.2f} of it is the viewer's tone")
 
 
 class Call:
@@ -82,16 +102,16 @@ class Call:
         try:
             self._place()
             self._see_and_hear()
-            if self._run.watch:
-                self._go_on_watching()
-            self._end()
+            if not self._run.watch or self._goes_on():
+                self._end()
         except Refused as refusal:
             self._keep("refusal.txt", str(refusal) + "\n")
-            self._outcome["ended"] = f"refused with {refusal.status}"
-            is_right = refusal.status == 422 and self._run.may_refuse and self._run.may_refuse in refusal.reason
-            self._outcome.demand(is_right, str(refusal))
+            if refusal.status == 422 and self._run.may_refuse and self._run.may_refuse in refusal.reason:
+                self._outcome.is_refused_rightly()
+            else:
+                self._outcome.fails(str(refusal))
         except (RuntimeError, TimeoutError, OSError, ValueError) as error:
-            self._outcome.demand(False, str(error))
+            self._outcome.fails(str(error))
         finally:
             self._peer.kill()
 
@@ -109,7 +129,6 @@ class Call:
         self._peer.tell(answer=answer)
         self._signalling.listen()
         wait_for(self._is_connected, CONNECT_SECONDS, "the connection")
-        self._outcome["connected"] = True
 
     def _is_connected(self):
         for candidate in self._peer.take_candidates():
@@ -139,56 +158,81 @@ class Call:
         received, outcome = self._received, self._outcome
         outcome["pictures"], outcome["keyPictures"] = received.pictures, received.key_pictures
         outcome["firstIsKey"] = received.first_is_key
-        if self._run.stack.has_pictures:
-            outcome.demand(received.pictures >= ENOUGH_PICTURES, f"{received.pictures} pictures arrived")
-            outcome.demand(received.first_is_key is not False,
-                           "the first picture is no key frame with its parameter sets")
-        outcome.demand(self._is_structured or not received.structured_packets,
-                       f"{received.structured_packets} packets are not the single NAL units that were agreed")
-        outcome.demand(received.other_packets == 0,
-                       f"{received.other_packets} packets have a payload type that the answer does not begin with")
+        if not self._run.stack.has_pictures:
+            return
+        outcome.shows("picture", received.pictures >= ENOUGH_PICTURES, f"{received.pictures} arrived")
+        outcome.shows("picture", received.first_is_key is not False,
+                      "the first is no key frame with its parameter sets")
+        outcome.shows("picture", self._is_structured or not received.structured_packets,
+                      f"{received.structured_packets} packets are not the single NAL units that were agreed")
+        outcome.shows("picture", not received.other_packets,
+                      f"{received.other_packets} packets have a payload type that the answer does not begin with")
 
     def _judge_sound(self):
         received, outcome = self._received, self._outcome
-        outcome["soundSeconds"] = round(received.sound_seconds(), 2)
-        outcome["tone"] = round(tone(received.sound, received.sound_rate, CAMERA_HERTZ), 2)
-        outcome.demand(received.sound_seconds() >= ENOUGH_SOUND_SECONDS,
-                       f"{received.sound_seconds():.2f} s of sound arrived")
-        outcome.demand(outcome["tone"] >= CLEAR_TONE, f"the sound is {outcome['tone']} of the camera's tone")
-        if self._run.watch:
-            return
-        voice = self._voice()
-        outcome["voiceSeconds"] = len(voice) / 8000
-        outcome["voiceTone"] = round(tone(voice, 8000, VIEWER_HERTZ), 2)
-        outcome.demand(len(voice) / 8000 >= ENOUGH_SOUND_SECONDS, f"{len(voice) / 8000:.2f} s of talk-back were recorded")
-        outcome.demand(outcome["voiceTone"] >= CLEAR_TONE, f"talk-back is {outcome['voiceTone']} of the viewer's tone")
+        seconds, clearness = received.sound_seconds(), tone(received.sound, received.sound_rate, CAMERA_HERTZ)
+        outcome["soundSeconds"], outcome["tone"] = round(seconds, 2), round(clearness, 2)
+        outcome.shows("sound", seconds >= ENOUGH_SOUND_SECONDS, f"{seconds:.2f} s arrived")
+        outcome.shows("sound", clearness >= CLEAR_TONE, f"{clearness:.2f} of it is the camera's tone")
+        if not self._run.watch:
+            judge_voice(outcome, self._voice())
 
-    def _go_on_watching(self):
-        """Longer than the camera lets a viewer be silent."""
+    def _goes_on(self):
+        """Whether the call is still up after longer than the camera lets a viewer be silent."""
         deadline = time.monotonic() + WATCH_SECONDS
         while time.monotonic() < deadline and self._camera.calls():
             time.sleep(0.2)
-        before = self._received.update().pictures
-        self._outcome.demand(self._camera.calls(), "the camera ended the call of a viewer that only watched")
-        if self._run.stack.has_pictures and self._camera.calls():
-            wait_for(lambda: self._received.update().pictures > before, 2, "pictures after watching for a while")
+        is_up = bool(self._camera.calls())
+        self._outcome.shows("watching", is_up, "the camera ended the call of a viewer that only watched")
+        return is_up
 
     def _end(self):
         if self._run.end == "vanish":
             started = time.monotonic()
             self._peer.kill()
             self._wait_for_release(NOTICE_SECONDS)
-            self._outcome["ended"] = f"noticed after {time.monotonic() - started:.1f} s"
+            self._outcome["noticedAfter"] = round(time.monotonic() - started, 1)
+            self._outcome.shows("vanishing", True, "")
             return
         status = self._signalling.hang_up()
-        self._outcome["ended"] = f"DELETE: {status}"
-        self._outcome.demand(status in (200, 204), f"DELETE was answered with {status}")
         self._wait_for_release(RELEASE_SECONDS)
+        self._outcome.shows("hanging up", status in (200, 204), f"DELETE was answered with {status}")
         self._peer.close()
 
     def _wait_for_release(self, seconds):
         wait_for(lambda: not self._camera.calls() and self._camera.health()["calls"] == 0, seconds,
                  "the camera to forget the call")
+
+
+class ViewerCall:
+    """The same with the project's viewer, which signals, and measures, itself."""
+
+    def __init__(self, run, camera, folder, outcome):
+        self._run, self._camera, self._folder, self._outcome = run, camera, folder, outcome
+
+    def play(self, program):
+        call = report_of(program, self._run, self._camera.url, self._folder)
+        outcome, video, seconds = self._outcome, call["video"], call["audio"]["received"] / 50
+        outcome["pictures"], outcome["keyPictures"] = video["frames"], video["keyFrames"]
+        outcome["soundSeconds"] = seconds
+        if call["failure"]:
+            outcome.fails(call["failure"])
+        outcome.shows("picture", video["frames"] >= ENOUGH_PICTURES, f"{video['frames']} arrived")
+        outcome.shows("picture", bool(video["sizes"]) and video["sizes"][0]["keyFrame"], "the first is no key frame")
+        outcome.shows("sound", seconds >= ENOUGH_SOUND_SECONDS, f"{seconds:.2f} s arrived")
+        if self._run.watch:
+            outcome.shows("watching", not call["ended"], f"the camera ended the call: {call['ended']}")
+        else:
+            judge_voice(outcome, read_wav(os.path.join(self._folder, f"call-{call['id']}.wav")))
+        self._judge_end()
+
+    def _judge_end(self):
+        ending = "vanishing" if self._run.end == "vanish" else "hanging up"
+        try:
+            wait_for(lambda: self._camera.health()["calls"] == 0, NOTICE_SECONDS, "the camera to forget the call")
+            self._outcome.shows(ending, True, "")
+        except TimeoutError as error:
+            self._outcome.shows(ending, False, str(error))
 
 
 def play(run, options):
@@ -200,11 +244,11 @@ def play(run, options):
     try:
         with Camera(options.camera, os.path.join(folder, "camera.log"), ["--record-dir", folder]) as camera:
             if run.stack.is_viewer:
-                run_viewer(options.viewer, run, camera, folder, outcome)
+                ViewerCall(run, camera, folder, outcome).play(options.viewer)
             else:
                 Call(run, camera, folder, outcome).play()
     except RuntimeError as error:
-        outcome.demand(False, str(error))
+        outcome.fails(str(error))
     outcome["seconds"] = round(time.monotonic() - started, 1)
     with open(os.path.join(folder, "report.json"), "w", encoding="utf-8") as file:
         json.dump(outcome.report, file, indent=1)
@@ -261,7 +305,7 @@ def main():
         print(f"{name}: left out, {what} is not installed", file=sys.stderr)
     runs = [run for stack in known if stack.name not in missing for run in runs_of(stack)]
     if not runs:
-        sys.exit("no stack to run")
+        return SKIPPED
     # The long ones first, so that no core waits for the other at the end.
     runs.sort(key=lambda run: (not run.watch, run.end != "vanish"))
     with concurrent.futures.ThreadPoolExecutor(AT_ONCE) as pool:

@@ -8,8 +8,8 @@ DIRECTIONS = {"sendrecv": ("sendrecv", "sendonly", "recvonly", "inactive"), "sen
 SETUPS = {"actpass": ("active", "passive"), "active": ("passive",), "passive": ("active",)}
 ADDRESS = r"[0-9a-fA-F.:]+|[0-9a-z-]+\.local"
 CANDIDATE = re.compile(
-    r"[A-Za-z0-9+/]{1,32} [0-9]{1,3} (?:UDP|TCP|udp|tcp) [0-9]{1,10} (?P<address>" + ADDRESS + r") (?P<port>[0-9]{1,5}) "
-    r"typ (?P<type>host|srflx|prflx|relay)(?P<related> raddr (?:" + ADDRESS + r") rport [0-9]{1,5})?(?: [^ ]+ [^ ]+)*")
+    rf"[A-Za-z0-9+/]{{1,32}} [0-9]{{1,3}} (?:UDP|TCP|udp|tcp) [0-9]{{1,10}} (?:{ADDRESS}) [0-9]{{1,5}} "
+    rf"typ (?P<type>host|srflx|prflx|relay)(?P<related> raddr (?:{ADDRESS}) rport [0-9]{{1,5}})?(?: [^ ]+ [^ ]+)*")
 
 
 def default_direction(description):
@@ -67,11 +67,15 @@ def check_feedback(offer, answer):
                 yield f"section {number} answers the feedback {value}, which was not offered"
 
 
+def without_direction(extension):
+    return re.sub(r"/\w+(?= )", "", extension)
+
+
 def check_extensions(offer, answer):
     for number, (offered, answered) in enumerate(zip(offer.media, answer.media)):
-        allowed = {re.sub(r"/\w+(?= )", "", value) for value in offered.values("extmap") + offer.session.values("extmap")}
+        allowed = {without_direction(value) for value in offered.values("extmap") + offer.session.values("extmap")}
         for value in answered.values("extmap"):
-            if re.sub(r"/\w+(?= )", "", value) not in allowed:
+            if without_direction(value) not in allowed:
                 yield f"section {number} answers the header extension {value}, which was not offered"
 
 

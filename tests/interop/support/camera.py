@@ -8,6 +8,7 @@ import time
 
 START_SECONDS = 20
 STOP_SECONDS = 30
+CRASH_SECONDS = 10
 REQUEST_SECONDS = 20
 
 
@@ -21,6 +22,10 @@ def wait_for(condition, seconds, what):
         if time.monotonic() > deadline:
             raise TimeoutError(f"waited {seconds} s in vain for {what}")
         time.sleep(0.05)
+
+
+class CameraFailed(RuntimeError):
+    """It did not start, or did not end in order."""
 
 
 class Reply:
@@ -49,14 +54,15 @@ class Camera:
     """Use it in a with statement. A camera that does not end with status 0 is an error."""
 
     def __init__(self, program, log_path, options=()):
-        with open(log_path, "wb") as log:
+        self._log_path = log_path
+        with open(log_path, "ab") as log:
             self.process = subprocess.Popen([program, "--listen", "127.0.0.1:0", *options], stdout=subprocess.PIPE,
                                             stderr=log, stdin=subprocess.DEVNULL)
         line = self.process.stdout.readline().decode()
         found = re.match(r"listening on http://127\.0\.0\.1:(\d+)/", line)
         if not found:
             self.process.kill()
-            raise RuntimeError(f"the camera did not start, it said {line!r}; its log is {log_path}")
+            raise CameraFailed(f"the camera did not start, it said {line!r}; its log is {log_path}")
         self.port = int(found.group(1))
         self.url = f"http://127.0.0.1:{self.port}"
 
@@ -70,6 +76,14 @@ class Camera:
             return Reply(connection.getresponse())
         finally:
             connection.close()
+
+    def has_ended(self):
+        """After a request without an answer: a process that crashes takes some time to end."""
+        try:
+            self.process.wait(CRASH_SECONDS)
+        except subprocess.TimeoutExpired:
+            return False
+        return True
 
     def calls(self):
         return self.request("GET", "/calls").json()
@@ -91,4 +105,4 @@ class Camera:
         finally:
             self.process.stdout.close()
         if status != 0 and kind is None:
-            raise RuntimeError(f"the camera ended with {status}")
+            raise CameraFailed(f"the camera ended with {status}; its log is {self._log_path}")

@@ -1,8 +1,8 @@
 """A viewer's WebRTC stack as a process: it makes the offer and receives; the signalling stays here.
 
-The peer writes a JSON object a line: {"offer": sdp}, {"candidate": {...}}, {"state": name}, {"failure": text}. It reads
-{"answer": sdp}, {"candidate": {...}} and {"close": true}, upon which it ends with status 0. What it receives goes to the
-file that its option --received names. --complete: the offer holds all candidates; --watch: it sends nothing;
+The peer writes a JSON object a line: {"offer": sdp}, {"candidate": {...}}, {"state": name}, {"failure": text}. It
+reads {"answer": sdp}, {"candidate": {...}} and {"close": true}, upon which it ends with status 0. What it receives goes
+to the file that its option --received names. --complete: the offer holds all candidates; --watch: it sends nothing;
 --no-reports: it does not even send RTCP, where the stack leaves that to its user.
 """
 import json

@@ -3,6 +3,8 @@ import math
 import struct
 
 WAV_HEADER_BYTES = 44
+# Short enough to fall between the pauses of the camera's tone.
+WINDOW_SECONDS = 0.3
 
 
 def _sample_of(code):
@@ -29,8 +31,7 @@ def read_wav(path):
     return list(struct.unpack(f"<{len(samples) // 2}h", samples[:len(samples) // 2 * 2]))
 
 
-def tone(samples, rate, hertz):
-    """How much of the sound is this tone, from 0 (nothing) to 1 (nothing else)."""
+def _share(samples, rate, hertz):
     energy = sum(sample * sample for sample in samples)
     if not energy:
         return 0.0
@@ -40,3 +41,10 @@ def tone(samples, rate, hertz):
         real += sample * math.cos(step * number)
         imaginary += sample * math.sin(step * number)
     return math.sqrt(2 * (real * real + imaginary * imaginary) / (len(samples) * energy))
+
+
+def tone(samples, rate, hertz):
+    """How much of the sound is this tone where it is clearest, from 0 (nothing) to 1 (nothing else)."""
+    length = int(WINDOW_SECONDS * rate)
+    starts = range(0, max(1, len(samples) - length + 1), length // 2)
+    return max(_share(samples[start:start + length], rate, hertz) for start in starts)
