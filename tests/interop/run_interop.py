@@ -67,8 +67,10 @@ class Outcome:
 
 
 def wanted_of(run):
-    wanted = ["sound", "watching" if run.watch else "talk-back", "vanishing" if run.end == "vanish" else "hanging up"]
-    return {what: False for what in (["picture"] if run.stack.has_pictures else []) + wanted}
+    wanted = ["picture"] if run.stack.has_pictures else []
+    wanted += ["sound"]
+    wanted += ["watching"] if run.watch else ["talk-back", "vanishing" if run.end == "vanish" else "hanging up"]
+    return {what: False for what in wanted}
 
 
 def judge_voice(outcome, samples):

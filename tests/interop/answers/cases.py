@@ -56,6 +56,7 @@ class Case:
         self.source, *options = head.strip().splitlines()
         options = dict(option.split(": ") for option in options)
         self.by = options.get("by", "whep")
+        self.times = int(options.get("times", 1))
         end = "\n" if options.get("ends") == "LF" else "\r\n"
         self.offer = expand(offer).strip("\n").replace("\n", end) + end
         self.rules = [Rule(expand(rule)) for rule in rules.strip().splitlines()]

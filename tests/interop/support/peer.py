@@ -6,12 +6,13 @@ to the file that its option --received names. --complete: the offer holds all ca
 --no-reports: it does not even send RTCP, where the stack leaves that to its user.
 """
 import json
+import queue
 import subprocess
 import threading
 
 from support.camera import wait_for
 
-OFFER_SECONDS = 20
+OFFER_SECONDS = 40
 CLOSE_SECONDS = 10
 
 
@@ -24,7 +25,7 @@ class Peer:
         self._log = log
         self._offer = None
         self._failure = None
-        self._candidates = []
+        self._candidates = queue.SimpleQueue()
         self._lock = threading.Lock()
         threading.Thread(target=self._read, daemon=True).start()
 
@@ -36,7 +37,7 @@ class Peer:
             self._offer = message.get("offer", self._offer)
             self._failure = message.get("failure", self._failure)
             if message.get("candidate"):
-                self._candidates.append(message["candidate"])
+                self._candidates.put(message["candidate"])
         self.process.stdout.close()
 
     def check(self):
@@ -58,7 +59,9 @@ class Peer:
 
     def take_candidates(self):
         """The candidates that came since the last time."""
-        taken, self._candidates = self._candidates, []
+        taken = []
+        while not self._candidates.empty():
+            taken.append(self._candidates.get())
         return taken
 
     def tell(self, **message):

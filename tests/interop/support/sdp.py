@@ -70,9 +70,6 @@ class Description:
     def mids(self):
         return [media.value("mid") for media in self.media]
 
-    def of_kind(self, kind):
-        return next((media for media in self.media if media.kind == kind), None)
-
     def payload_type(self, kind):
         """The first format of the first section of this kind that is not rejected, as a number."""
         media = next((one for one in self.media if one.kind == kind and not one.is_rejected), None)
@@ -92,12 +89,6 @@ def lines_of(text):
     if "".join(found) != FIRST_LINES or lines[0] != "v=0" or lines[1][0] != "o" or lines[2][0] != "s":
         raise SdpError("v=, o=, s= and t= do not stand there once, in this order")
     return lines
-
-
-def without_candidates(text):
-    """An offer as it was before its candidates were gathered."""
-    kept = [line for line in text.splitlines() if not line.startswith(("a=candidate:", "a=end-of-candidates"))]
-    return "\r\n".join(kept) + "\r\n"
 
 
 def decline(text, kind):

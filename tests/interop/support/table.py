@@ -23,12 +23,12 @@ def _missing(reports, remark):
     problems = [problem if len(runs) == len(reports) else f"{problem} ({'; '.join(runs)})"
                 for problem, runs in runs_with.items()]
     refused = [report["run"] for report in reports if not report["works"] and not report["problems"]]
-    return "; ".join(([f"{', '.join(refused)}: refused with a reason"] if refused else []) +
+    return "; ".join(([f"{'; '.join(refused)}: refused with a reason"] if refused else []) +
                      ([remark] if remark else []) + [f"{problem}: the camera's" for problem in problems])
 
 
 def _row(title, remark, reports):
-    ran = ", ".join(f"{report['run']}" for report in reports)
+    ran = "; ".join(report["run"] for report in reports)
     return [title, reports[0]["version"], ran, *(_cell(reports, what) for what in COLUMNS), _missing(reports, remark)]
 
 

@@ -1,4 +1,5 @@
-// A viewer on pion. Its default codecs, feedback and reports are what most programs on pion offer.
+// A viewer on pion. Its default codecs, feedback and reports are what most programs on pion offer. Debian's package has
+// no version in its import path.
 package main
 
 import (
