@@ -77,7 +77,7 @@ void serve(const Options& options, const sigset_t& stopSignals) {
     addCallRoutes(server, calls, hub);
     addWhepRoutes(server, calls);
     {
-        const CallKeeper keeper(calls);
+        const CallKeeper keeper(calls, returnFreeMemory);
         std::thread serving(&HttpServer::listen, &server);
         server.waitUntilServing();
         std::printf("listening on %s\n", urlOf(options, port).c_str());

@@ -116,19 +116,28 @@ std::optional<std::string> Call::reasonToEnd() const {
 
 void Call::end(const std::string& reason) {
     const LogScope scope(id_);
-    const std::lock_guard<std::mutex> lock(controlMutex_);
-    if (!session_) {
-        return;
-    }
-    stopFeeding();
-    session_->teminate();
-    session_.reset();
+    std::unique_ptr<ZelRtcSession> session;
     {
-        const std::lock_guard<std::mutex> answerLock(answerMutex_);
+        const std::lock_guard<std::mutex> lock(controlMutex_);
+        if (!session_) {
+            return;
+        }
+        stopFeeding();
+        session_->teminate();
+        session = std::move(session_);
+        talkBack_.process();
+    }
+    tellEnd(reason);
+    // Last and without a lock, because the SDK may take seconds: nobody else waits for it.
+    session.reset();
+}
+
+void Call::tellEnd(const std::string& reason) {
+    {
+        const std::lock_guard<std::mutex> lock(answerMutex_);
         hasNoAnswer_ = true;
     }
     answerReady_.notify_all();
-    talkBack_.process();
     events_->append("ended", json{{"reason", reason}}.dump());
     events_->close();
 }

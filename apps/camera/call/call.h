@@ -4,7 +4,7 @@
  * Three kinds of thread meet here. Control threads (those of HTTP requests and the call keeper) start, steer and end
  * the call; they take controlMutex_, so they come one at a time. Media threads write frames; they take mediaMutex_,
  * which steering also takes, because selecting streams must not overlap a write. The SDK's threads call back; they
- * take neither, only note what happened and return: the session's destruction waits for them, under controlMutex_.
+ * take neither, only note what happened and return: the session's destruction waits for them.
  */
 #ifndef APPS_CAMERA_CALL_CALL_H
 #define APPS_CAMERA_CALL_CALL_H
@@ -74,8 +74,9 @@ public:
     std::optional<std::string> reasonToEnd() const;
 
     /**
-     * Ends the call: no more frames go in, no more callbacks come out, then the session is destroyed. Control threads,
-     * never one of the SDK's; may be repeated.
+     * Ends the call: no more frames go in, no more callbacks come out, the viewer is told, then the session is
+     * destroyed, which can take the SDK seconds. A thread that may wait so long, never one of the SDK's; may be
+     * repeated.
      */
     void end(const std::string& reason);
 
@@ -103,6 +104,7 @@ private:
 
     void requireSession() const;
     void stopFeeding();
+    void tellEnd(const std::string& reason);
     void askForKeyFrameAgain(bool isKeyFrame, int result);
     std::chrono::milliseconds age() const;
     std::chrono::milliseconds timeInState() const;

@@ -1,21 +1,18 @@
 #include "call/call_keeper.h"
 
-#include <chrono>
-
-#include "process/heap.h"
+#include <utility>
 
 namespace zelrtc::camera {
 
 namespace {
 
-// Also how often a viewer's sound level is reported.
-constexpr auto kPeriod = std::chrono::milliseconds(200);
-// Two seconds: by then the last call's threads have ended, too.
+// By then the last call's threads have ended, too.
 constexpr int kRoundsUntilQuiet = 10;
 
 }  // namespace
 
-CallKeeper::CallKeeper(CallRegistry& calls) : calls_(calls), thread_(&CallKeeper::run, this) {
+CallKeeper::CallKeeper(CallRegistry& calls, std::function<void()> tidyUp, std::chrono::milliseconds period)
+    : calls_(calls), tidyUp_(std::move(tidyUp)), period_(period), thread_(&CallKeeper::run, this) {
 }
 
 CallKeeper::~CallKeeper() {
@@ -29,7 +26,7 @@ CallKeeper::~CallKeeper() {
 
 void CallKeeper::run() {
     std::unique_lock<std::mutex> lock(mutex_);
-    while (!stopping_.wait_for(lock, kPeriod, [this] { return stop_; })) {
+    while (!stopping_.wait_for(lock, period_, [this] { return stop_; })) {
         lock.unlock();
         lookAfterAll();
         lock.lock();
@@ -37,13 +34,12 @@ void CallKeeper::run() {
 }
 
 void CallKeeper::lookAfterAll() {
-    const auto calls = calls_.all();
-    for (const auto& call : calls) {
+    for (const auto& call : calls_.all()) {
         lookAfter(*call);
     }
-    roundsWithoutCall_ = calls.empty() ? roundsWithoutCall_ + 1 : 0;
+    roundsWithoutCall_ = calls_.held() == 0 ? roundsWithoutCall_ + 1 : 0;
     if (roundsWithoutCall_ == kRoundsUntilQuiet) {
-        returnFreeMemory();
+        tidyUp_();
     }
 }
 

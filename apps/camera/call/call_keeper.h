@@ -2,8 +2,10 @@
 #ifndef APPS_CAMERA_CALL_CALL_KEEPER_H
 #define APPS_CAMERA_CALL_CALL_KEEPER_H
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <thread>
 
@@ -11,11 +13,16 @@
 
 namespace zelrtc::camera {
 
-/** A session must not be destroyed on the SDK's thread that reports its end, so this thread does it. */
+/** A session must not be destroyed on the SDK's thread that reports its end, so this thread sees to it. */
 class CallKeeper {
 public:
-    /** Starts the thread. */
-    explicit CallKeeper(CallRegistry& calls);
+    /**
+     * Starts the thread.
+     * @param tidyUp run on it when no call has been held for ten rounds
+     * @param period how often it looks, and so how often a viewer's sound level is reported
+     */
+    CallKeeper(CallRegistry& calls, std::function<void()> tidyUp,
+               std::chrono::milliseconds period = std::chrono::milliseconds(200));
 
     /** Stops the thread; calls that are up stay up. */
     ~CallKeeper();
@@ -28,6 +35,8 @@ private:
     void lookAfter(Call& call);
 
     CallRegistry& calls_;
+    const std::function<void()> tidyUp_;
+    const std::chrono::milliseconds period_;
     std::mutex mutex_;
     std::condition_variable stopping_;
     bool stop_ = false;

@@ -1,6 +1,5 @@
 #include "call/call_registry.h"
 
-#include <future>
 #include <utility>
 
 #include "call/call_error.h"
@@ -41,6 +40,11 @@ std::shared_ptr<Call> CallRegistry::admit(std::optional<bool> trickle) {
     if (calls_.size() >= settings_.maxCalls) {
         throw CallError(CallError::Kind::kUnavailable,
                         "the camera is in as many calls as it takes (" + std::to_string(settings_.maxCalls) + ")");
+    }
+    // Who hangs up and calls again must not pile up threads that release.
+    if (ending_ >= settings_.maxCalls) {
+        throw CallError(CallError::Kind::kUnavailable,
+                        "the camera is still releasing calls that have ended (" + std::to_string(ending_) + ")");
     }
     const int id = ++newestId_;
     auto call = std::make_shared<Call>(id, config, recordPath(id), hub_);
@@ -90,12 +94,6 @@ std::shared_ptr<Call> CallRegistry::remove(int id) {
     return call;
 }
 
-void CallRegistry::release(Call& call, const std::string& reason) {
-    call.end(reason);
-    const std::lock_guard<std::mutex> lock(mutex_);
-    --ending_;
-}
-
 void CallRegistry::end(int id, const std::string& reason) {
     if (!endIfUp(id, reason)) {
         throw noSuchCall(id);
@@ -107,7 +105,11 @@ bool CallRegistry::endIfUp(int id, const std::string& reason) {
     if (!call) {
         return false;
     }
-    release(*call, reason);
+    releaser_.start([this, call, reason] {
+        call->end(reason);
+        const std::lock_guard<std::mutex> lock(mutex_);
+        --ending_;
+    });
     return true;
 }
 
@@ -131,15 +133,10 @@ void CallRegistry::shutdown() {
         const std::lock_guard<std::mutex> lock(mutex_);
         isShutDown_ = true;
     }
-    // Closing a connection takes the SDK a moment: together they take no longer than one.
-    std::vector<std::future<void>> endings;
     for (const auto& call : all()) {
-        const int id = call->id();
-        endings.push_back(std::async(std::launch::async, [this, id] { endIfUp(id, "the camera is shutting down"); }));
+        endIfUp(call->id(), "the camera is shutting down");
     }
-    for (auto& ending : endings) {
-        ending.wait();
-    }
+    releaser_.wait();
 }
 
 }  // namespace zelrtc::camera

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "call/call.h"
+#include "call/call_releaser.h"
 
 namespace zelrtc::camera {
 
@@ -42,10 +43,14 @@ public:
      */
     std::shared_ptr<CallHistory> eventsOf(int id);
 
-    /** Ends one call. @throw CallError when there is none of this id */
+    /** As endIfUp. @throw CallError when there is none of this id */
     void end(int id, const std::string& reason);
 
-    /** Ends one call. @return false when there is none of this id (any more) */
+    /**
+     * Takes a call down. Its end goes on after this has returned, beside those of other calls; until it is over, held
+     * counts it.
+     * @return false when there is none of this id (any more)
+     */
     bool endIfUp(int id, const std::string& reason);
 
     /** The calls, oldest first. */
@@ -54,13 +59,12 @@ public:
     /** How many calls the camera holds: those that are up and those whose connection is still being released. */
     size_t held();
 
-    /** Admits no more calls and ends those that are up. */
+    /** Admits no more calls, ends those that are up, and returns when all that were ever ended are released. */
     void shutdown();
 
 private:
     std::shared_ptr<Call> admit(std::optional<bool> trickle);
     std::shared_ptr<Call> remove(int id);
-    void release(Call& call, const std::string& reason);
     std::string recordPath(int id) const;
 
     const CallSettings settings_;
@@ -71,6 +75,7 @@ private:
     std::map<int, std::shared_ptr<CallHistory>> ended_;
     int newestId_ = 0;
     bool isShutDown_ = false;
+    CallReleaser releaser_;  // last: its destructor waits for releases, which use what stands above
 };
 
 }  // namespace zelrtc::camera

@@ -1,0 +1,259 @@
+// Ends of calls on an SDK that takes its time to release a connection.
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "call/call_error.h"
+#include "call/call_keeper.h"
+#include "call/call_registry.h"
+#include "media/mulaw.h"
+#include "recording_sdk.h"
+
+namespace zelrtc::camera {
+namespace {
+
+using ::testing::Contains;
+using ::testing::Field;
+using ::testing::IsEmpty;
+using namespace std::chrono_literals;
+using zelrtc_test::RecordingSdk;
+using zelrtc_test::SdkFunction;
+
+constexpr auto kLimit = 10s;
+constexpr const char* kOffer = R"({"type":"offer","sdp":"v=0"})";
+
+/** Holds the threads that pass it until it is opened; closed ones give up at the limit, so that no test hangs. */
+class Gate {
+public:
+    explicit Gate(size_t opensAt = SIZE_MAX) : opensAt_(opensAt) {
+    }
+
+    void pass() {
+        std::unique_lock<std::mutex> lock(mutex_);
+        most_ = std::max(most_, ++inside_);
+        changed_.notify_all();
+        changed_.wait_for(lock, kLimit, [this] { return isOpen_ || most_ >= opensAt_; });
+        --inside_;
+    }
+
+    /** Waits until so many have been held at the same time. */
+    bool hasHeld(size_t count, std::chrono::milliseconds limit = kLimit) {
+        std::unique_lock<std::mutex> lock(mutex_);
+        return changed_.wait_for(lock, limit, [&] { return most_ >= count; });
+    }
+
+    void open() {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        isOpen_ = true;
+        changed_.notify_all();
+    }
+
+private:
+    const size_t opensAt_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    size_t inside_ = 0;
+    size_t most_ = 0;
+    bool isOpen_ = false;
+};
+
+bool eventually(const std::function<bool()>& condition) {
+    const auto deadline = std::chrono::steady_clock::now() + kLimit;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(1ms);
+    }
+    return true;
+}
+
+std::array<VideoInput, kVideoStreams> streamsWithoutFrames() {
+    initVideo();
+    std::array<VideoInput, kVideoStreams> streams;
+    streams.fill({VideoInput::Kind::kPipeline, "appsrc is-live=true"});
+    return streams;
+}
+
+class CallEndTest : public ::testing::Test {
+protected:
+    static constexpr size_t kMaxCalls = 8;
+
+    CallEndTest() {
+        RecordingSdk::instance().reset();
+    }
+
+    ~CallEndTest() override {
+        release_.open();
+        calls_.shutdown();
+        RecordingSdk::instance().reset();
+    }
+
+    void releaseSlowly(Gate& gate) {
+        RecordingSdk::instance().during(SdkFunction::freePeerConnection, [&gate] { gate.pass(); });
+    }
+
+    int place() {
+        return calls_.place(kOffer, true)->id();
+    }
+
+    std::vector<Event> eventsOf(int id) {
+        return calls_.eventsOf(id)->next(0, 0ms).events;
+    }
+
+    Gate release_;
+    MediaHub hub_{streamsWithoutFrames(), tonePattern()};
+    CallRegistry calls_{{{}, "", kMaxCalls}, hub_};
+};
+
+TEST_F(CallEndTest, CallsAreReleasedBesideEachOther) {
+    releaseSlowly(release_);
+    const std::vector<int> ids{place(), place(), place()};
+    for (const int id : ids) {
+        calls_.end(id, "the viewer hung up");
+    }
+    EXPECT_TRUE(release_.hasHeld(3, 5s));
+    EXPECT_EQ(calls_.held(), 3U);
+    release_.open();
+    EXPECT_TRUE(eventually([this] { return calls_.held() == 0; }));
+}
+
+TEST_F(CallEndTest, TheViewerIsToldBeforeTheRelease) {
+    releaseSlowly(release_);
+    const int id = place();
+    calls_.end(id, "the viewer hung up");
+    ASSERT_TRUE(release_.hasHeld(1));
+    EXPECT_THAT(eventsOf(id), Contains(Field(&Event::name, "ended")));
+}
+
+TEST_F(CallEndTest, OtherCallsGoOnDuringARelease) {
+    releaseSlowly(release_);
+    const CallKeeper keeper(
+        calls_, [] {}, 5ms);
+    const int ending = place();
+    const int staying = place();
+    auto& viewer = RecordingSdk::instance().connection();
+    viewer.fireState(RTC_PEER_CONNECTION_STATE_CONNECTED);
+    calls_.end(ending, "the viewer hung up");
+    ASSERT_TRUE(release_.hasHeld(1));
+
+    std::vector<BYTE> samples(kMulawFrameBytes, 0x80);
+    Frame frame{};
+    frame.frameData = samples.data();
+    frame.size = static_cast<UINT32>(samples.size());
+    viewer.audio().fireFrame(frame);
+    EXPECT_TRUE(eventually([&] {
+        const auto events = eventsOf(staying);
+        return std::any_of(events.begin(), events.end(), [](const Event& event) { return event.name == "level"; });
+    }));
+    EXPECT_EQ(calls_.find(staying)->select(2, std::nullopt).video, 2);
+    EXPECT_THAT(calls_.find(place())->summary().state, "none");
+}
+
+TEST_F(CallEndTest, TheKeeperEndsFailedCallsBesideEachOther) {
+    releaseSlowly(release_);
+    const CallKeeper keeper(
+        calls_, [] {}, 5ms);
+    for (int call = 0; call < 2; ++call) {
+        place();
+        RecordingSdk::instance().connection().fireState(RTC_PEER_CONNECTION_STATE_FAILED);
+    }
+    EXPECT_TRUE(release_.hasHeld(2, 5s));
+}
+
+TEST_F(CallEndTest, ShutdownReleasesAllAtOnceAndWaitsForTheLast) {
+    Gate all(kMaxCalls);
+    releaseSlowly(all);
+    for (size_t call = 0; call < kMaxCalls; ++call) {
+        place();
+    }
+    const auto start = std::chrono::steady_clock::now();
+    calls_.shutdown();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, kLimit);
+    EXPECT_TRUE(all.hasHeld(kMaxCalls, 0ms));
+    EXPECT_EQ(calls_.held(), 0U);
+    EXPECT_EQ(RecordingSdk::instance().liveConnections(), 0U);
+}
+
+TEST_F(CallEndTest, ShutdownWaitsForACallThatWasEndedBefore) {
+    releaseSlowly(release_);
+    calls_.end(place(), "the viewer hung up");
+    ASSERT_TRUE(release_.hasHeld(1));
+    std::atomic<bool> isDown{false};
+    std::thread stopping([&] {
+        calls_.shutdown();
+        isDown = true;
+    });
+    EXPECT_TRUE(eventually([this] {
+        try {
+            place();
+            return false;
+        } catch (const CallError& error) {
+            return error.kind() == CallError::Kind::kUnavailable;
+        }
+    }));
+    EXPECT_FALSE(isDown);
+    release_.open();
+    stopping.join();
+    EXPECT_EQ(RecordingSdk::instance().liveConnections(), 0U);
+}
+
+TEST_F(CallEndTest, MemoryIsTidiedUpAfterTheLastReleaseAndNotBefore) {
+    releaseSlowly(release_);
+    Gate tidied(1);
+    const CallKeeper keeper(
+        calls_, [&tidied] { tidied.pass(); }, 5ms);
+    calls_.end(place(), "the viewer hung up");
+    ASSERT_TRUE(release_.hasHeld(1));
+    EXPECT_FALSE(tidied.hasHeld(1, 500ms));
+    release_.open();
+    EXPECT_TRUE(tidied.hasHeld(1));
+}
+
+TEST_F(CallEndTest, NothingOfACallStaysOnceItIsReleased) {
+    const int id = place();
+    const std::weak_ptr<Call> call = calls_.find(id);
+    calls_.end(id, "the viewer hung up");
+    EXPECT_TRUE(eventually([&] { return call.expired(); }));
+}
+
+TEST_F(CallEndTest, WhoKeepsHangingUpAndCallingIsToldToWait) {
+    releaseSlowly(release_);
+    for (size_t call = 0; call < kMaxCalls; ++call) {
+        calls_.end(place(), "the viewer hung up");
+    }
+    try {
+        place();
+        ADD_FAILURE() << "a call was admitted";
+    } catch (const CallError& error) {
+        EXPECT_EQ(error.kind(), CallError::Kind::kUnavailable);
+        EXPECT_THAT(error.what(), ::testing::HasSubstr("releasing"));
+    }
+    release_.open();
+    EXPECT_TRUE(eventually([this] { return calls_.held() == 0; }));
+    EXPECT_GT(place(), 0);
+}
+
+TEST_F(CallEndTest, ARefusedOfferLeavesNoCall) {
+    RecordingSdk::instance().failAlways(SdkFunction::setRemoteDescription, 0x55000008);
+    try {
+        place();
+        ADD_FAILURE() << "the offer was taken";
+    } catch (const CallError& error) {
+        EXPECT_EQ(error.kind(), CallError::Kind::kOfferRefused);
+        EXPECT_EQ(static_cast<uint32_t>(error.sdkStatus()), 0x55000008U);
+    }
+    EXPECT_THAT(calls_.all(), IsEmpty());
+    EXPECT_TRUE(eventually([this] { return calls_.held() == 0; }));
+}
+
+}  // namespace
+}  // namespace zelrtc::camera
