@@ -5,7 +5,6 @@
 #include <gst/gst.h>
 #include <gst/webrtc/webrtc.h>
 
-#include <functional>
 #include <memory>
 #include <string>
 
@@ -41,21 +40,27 @@ struct GstDeleter {
 template <typename T>
 using GstPtr = std::unique_ptr<T, GstDeleter>;
 
-// The reply to one of webrtcbin's asynchronous actions: `emit` starts it and gets the promise to give along. Waits,
-// so never on one of webrtcbin's own threads.
-class Reply {
-public:
-    explicit Reply(const std::function<void(GstPromise*)>& emit);
+// The value of a property that is an object or a copy of a record; null when it is unset.
+template <typename T>
+GstPtr<T> ownedProperty(gpointer object, const char* name) {
+    T* value = nullptr;
+    g_object_get(object, name, &value, nullptr);
+    return GstPtr<T>(value);
+}
 
-    bool accepted() const;
-    // Null when the reply holds nothing.
-    const GstStructure* structure() const;
-    // Why it was refused.
-    std::string error() const;
+// The value of a property that is a number or an enumeration.
+template <typename T>
+T plainProperty(gpointer object, const char* name) {
+    T value{};
+    g_object_get(object, name, &value, nullptr);
+    return value;
+}
 
-private:
-    GstPtr<GstPromise> promise_;
-};
+// The text, of which this takes the ownership; empty for null.
+std::string takeText(gchar* text);
+
+// The reason, of which this takes the ownership.
+std::string takeReason(GError* error);
 
 // Connects a signal to a plain function whose last argument is `*data`, a copy of which lives as long as the
 // connection; so the data outlives every call, also one that runs while the signal is disconnected.
@@ -64,6 +69,13 @@ gulong connectSignal(gpointer object, const char* signal, GCallback callback, co
     auto* const copy = new std::shared_ptr<Data>(data);
     const GClosureNotify release = [](gpointer owned, GClosure*) { delete static_cast<std::shared_ptr<Data>*>(owned); };
     return g_signal_connect_data(object, signal, callback, copy, release, static_cast<GConnectFlags>(0));
+}
+
+// The same for a pad's probe, whose data is a `std::shared_ptr<Data>*`.
+template <typename Data>
+void addProbe(GstPad* pad, GstPadProbeType occasion, GstPadProbeCallback callback, const std::shared_ptr<Data>& data) {
+    gst_pad_add_probe(pad, occasion, callback, new std::shared_ptr<Data>(data),
+                      [](gpointer owned) { delete static_cast<std::shared_ptr<Data>*>(owned); });
 }
 
 }  // namespace zelrtc::gst

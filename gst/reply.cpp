@@ -1,9 +1,12 @@
-#include "gst/handles.h"
+#include "gst/reply.h"
+
+#include <stdexcept>
 
 namespace zelrtc::gst {
 
-Reply::Reply(const std::function<void(GstPromise*)>& emit) : promise_(gst_promise_new()) {
-    emit(promise_.get());
+Reply::Reply(GstElement* webrtcbin, const char* action, gpointer argument)
+    : action_(action), promise_(gst_promise_new()) {
+    g_signal_emit_by_name(webrtcbin, action, argument, promise_.get());
     gst_promise_wait(promise_.get());
 }
 
@@ -19,13 +22,21 @@ const GstStructure* Reply::structure() const {
 
 std::string Reply::error() const {
     GError* error = nullptr;
-    const GstStructure* const reply = gst_promise_get_reply(promise_.get());
+    const GstStructure* const reply = structure();
     if (reply == nullptr || !gst_structure_get(reply, "error", G_TYPE_ERROR, &error, nullptr)) {
         return "no reply";
     }
-    std::string text = error->message;
-    g_error_free(error);
-    return text;
+    return takeReason(error);
+}
+
+void Reply::require() const {
+    if (!accepted()) {
+        throw std::runtime_error(std::string(action_) + ": " + error());
+    }
+}
+
+void waitUntilIdle(GstElement* webrtcbin) {
+    const Reply barrier(webrtcbin, "get-stats");
 }
 
 }  // namespace zelrtc::gst

@@ -1,20 +1,20 @@
 #include "plain_peer.h"
 
-#include <gst/app/gstappsink.h>
 #include <gst/app/gstappsrc.h>
 #include <gst/sdp/sdp.h>
-#include <gst/webrtc/webrtc.h>
 
 #include <nlohmann/json.hpp>
 #include <stdexcept>
+#include <utility>
+
+#include "gst/camera_end.h"
+#include "gst/description.h"
+#include "gst/ice_agent.h"
+#include "gst/reply.h"
 
 namespace zelrtc::bench {
 
 namespace {
-
-constexpr guint kJitterBufferMs = 100;
-constexpr guint kStunRetransmissions = 2;
-constexpr guint kCheckPacingMs = 5;
 
 std::string stateName(GstWebRTCPeerConnectionState state) {
     switch (state) {
@@ -42,40 +42,20 @@ int h264PayloadIn(const GstSDPMessage* offer) {
     throw std::runtime_error("the offer has no H.264 in its first section");
 }
 
-GstCaps* mediaCaps(const char* media, const char* encoding, int clockRate, int payload, guint ssrc) {
-    return gst_caps_new_simple("application/x-rtp", "media", G_TYPE_STRING, media, "encoding-name", G_TYPE_STRING,
-                               encoding, "clock-rate", G_TYPE_INT, clockRate, "payload", G_TYPE_INT, payload, "ssrc",
-                               G_TYPE_UINT, ssrc, nullptr);
+// The offer's sections as this end answers them: video first, then audio.
+gst::Track videoTrack(int payloadType) {
+    gst::Track track;
+    track.codec = gst::Codec::kH264;
+    track.payloadType = payloadType;
+    track.direction = GST_WEBRTC_RTP_TRANSCEIVER_DIRECTION_SENDONLY;
+    return track;
 }
 
-GstStructure* await(GstElement* webrtc, const char* action, GstWebRTCSessionDescription* description) {
-    GstPromise* promise = gst_promise_new();
-    g_signal_emit_by_name(webrtc, action, description, promise);
-    gst_promise_wait(promise);
-    const GstStructure* reply = gst_promise_get_reply(promise);
-    GstStructure* copy = reply != nullptr ? gst_structure_copy(reply) : nullptr;
-    gst_promise_unref(promise);
-    return copy;
-}
-
-void apply(GstElement* webrtc, const char* action, GstWebRTCSessionDescription* description) {
-    GstStructure* reply = await(webrtc, action, description);
-    if (reply != nullptr) {
-        gst_structure_free(reply);
-    }
-}
-
-GstWebRTCSessionDescription* createAnswer(GstElement* webrtc) {
-    GstStructure* reply = await(webrtc, "create-answer", nullptr);
-    GstWebRTCSessionDescription* answer = nullptr;
-    if (reply != nullptr) {
-        gst_structure_get(reply, "answer", GST_TYPE_WEBRTC_SESSION_DESCRIPTION, &answer, nullptr);
-        gst_structure_free(reply);
-    }
-    if (answer == nullptr) {
-        throw std::runtime_error("the engine made no answer");
-    }
-    return answer;
+gst::Track audioTrack() {
+    gst::Track track;
+    track.mLineIndex = 1;
+    track.direction = GST_WEBRTC_RTP_TRANSCEIVER_DIRECTION_SENDRECV;
+    return track;
 }
 
 }  // namespace
@@ -83,101 +63,37 @@ GstWebRTCSessionDescription* createAnswer(GstElement* webrtc) {
 PlainPeer::PlainPeer(std::function<void()> onConnected)
     : onConnected_(std::move(onConnected)),
       pipeline_(gst_pipeline_new(nullptr)),
-      webrtc_(gst_element_factory_make("webrtcbin", nullptr)) {
-    gst_bin_add(GST_BIN(pipeline_), webrtc_);
-    g_object_set(webrtc_, "bundle-policy", GST_WEBRTC_BUNDLE_POLICY_MAX_BUNDLE, "latency", kJitterBufferMs, nullptr);
-    configureAgent();
+      webrtc_(gst::makeElement("webrtcbin")) {
+    gst_bin_add(GST_BIN(pipeline_.get()), webrtc_);
+    gst::configureCameraEnd(webrtc_);
+    gst::gatherOn(webrtc_, gst::kLoopbackAddress);
     g_signal_connect(webrtc_, "on-ice-candidate", G_CALLBACK(onCandidate), this);
     g_signal_connect(webrtc_, "notify::connection-state", G_CALLBACK(onState), this);
     g_signal_connect(webrtc_, "pad-added", G_CALLBACK(onPad), this);
-    gst_element_set_state(pipeline_, GST_STATE_PLAYING);
+    gst_element_set_state(pipeline_.get(), GST_STATE_PLAYING);
 }
 
 PlainPeer::~PlainPeer() {
     g_signal_handlers_disconnect_by_data(webrtc_, this);
-    // Its reply shows that nothing is under way any more.
-    apply(webrtc_, "get-stats", nullptr);
-    gst_element_set_state(pipeline_, GST_STATE_NULL);
-    gst_object_unref(pipeline_);
+    gst::waitUntilIdle(webrtc_);
+    gst_element_set_state(pipeline_.get(), GST_STATE_NULL);
     events_->close();
 }
 
-void PlainPeer::configureAgent() {
-    GObject* ice = nullptr;
-    GObject* agent = nullptr;
-    gboolean added = FALSE;
-    g_object_get(webrtc_, "ice-agent", &ice, nullptr);
-    g_object_set(ice, "ice-tcp", FALSE, nullptr);
-    g_signal_emit_by_name(ice, "add-local-ip-address", "127.0.0.1", &added);
-    g_object_get(ice, "agent", &agent, nullptr);
-    g_object_set(agent, "upnp", FALSE, "stun-max-retransmissions", kStunRetransmissions, "stun-pacing-timer",
-                 kCheckPacingMs, nullptr);
-    g_object_unref(agent);
-    g_object_unref(ice);
-}
-
 std::string PlainPeer::answer(const std::string& offerSdp) {
-    GstSDPMessage* offer = nullptr;
-    if (gst_sdp_message_new_from_text(offerSdp.c_str(), &offer) != GST_SDP_OK) {
-        throw std::runtime_error("the offer is no session description");
-    }
-    const int payload = h264PayloadIn(offer);
-    GstWebRTCSessionDescription* remote = gst_webrtc_session_description_new(GST_WEBRTC_SDP_TYPE_OFFER, offer);
-    apply(webrtc_, "set-remote-description", remote);
-    gst_webrtc_session_description_free(remote);
-
-    const guint videoSsrc = static_cast<guint>(g_random_int_range(1, G_MAXINT32));
-    const guint audioSsrc = static_cast<guint>(g_random_int_range(1, G_MAXINT32));
-    GstCaps* videoCaps = mediaCaps("video", "H264", 90000, payload, videoSsrc);
-    gst_caps_set_simple(videoCaps, "packetization-mode", G_TYPE_STRING, "1", nullptr);
-    GstElement* video = addSender(
-        0, videoCaps,
-        "appsrc name=source is-live=true format=time caps=video/x-h264,stream-format=byte-stream,alignment=au ! "
-        "h264parse config-interval=-1 ! rtph264pay aggregate-mode=zero-latency config-interval=-1 mtu=1200 pt=" +
-            std::to_string(payload) + " ssrc=" + std::to_string(videoSsrc),
-        true);
-    GstElement* audio =
-        addSender(1, mediaCaps("audio", "PCMU", 8000, 0, audioSsrc),
-                  "appsrc name=source is-live=true format=time caps=audio/x-mulaw,rate=8000,channels=1 "
-                  "! rtppcmupay min-ptime=20000000 max-ptime=20000000 perfect-rtptime=false pt=0 ssrc=" +
-                      std::to_string(audioSsrc),
-                  false);
+    const gst::Description offer = gst::readDescription(GST_WEBRTC_SDP_TYPE_OFFER, offerSdp);
+    const int payloadType = h264PayloadIn(offer->sdp);
+    gst::setRemoteDescription(webrtc_, offer);
+    auto video = gst::addTrack(pipeline_.get(), webrtc_, videoTrack(payloadType));
+    auto audio = gst::addTrack(pipeline_.get(), webrtc_, audioTrack());
     {
         const std::lock_guard<std::mutex> lock(feedMutex_);
-        video_ = video;
-        audio_ = audio;
+        video_ = std::move(video);
+        audio_ = std::move(audio);
     }
-    GstWebRTCSessionDescription* local = createAnswer(webrtc_);
-    apply(webrtc_, "set-local-description", local);
-    gchar* text = gst_sdp_message_as_text(local->sdp);
-    std::string sdp = text;
-    g_free(text);
-    gst_webrtc_session_description_free(local);
-    return sdp;
-}
-
-GstElement* PlainPeer::addSender(unsigned line, GstCaps* caps, const std::string& chain, bool retransmits) {
-    GstPadTemplate* sinks = gst_element_get_pad_template(webrtc_, "sink_%u");
-    GstPad* pad = gst_element_request_pad(webrtc_, sinks, ("sink_" + std::to_string(line)).c_str(), caps);
-    GstWebRTCRTPTransceiver* transceiver = nullptr;
-    g_object_get(pad, "transceiver", &transceiver, nullptr);
-    const auto direction =
-        retransmits ? GST_WEBRTC_RTP_TRANSCEIVER_DIRECTION_SENDONLY : GST_WEBRTC_RTP_TRANSCEIVER_DIRECTION_SENDRECV;
-    g_object_set(transceiver, "codec-preferences", caps, "direction", direction, "do-nack", retransmits ? TRUE : FALSE,
-                 nullptr);
-    gst_object_unref(transceiver);
-    gst_caps_unref(caps);
-
-    GstElement* bin = gst_parse_bin_from_description(chain.c_str(), TRUE, nullptr);
-    gst_bin_add(GST_BIN(pipeline_), bin);
-    GstPad* output = gst_element_get_static_pad(bin, "src");
-    gst_pad_link(output, pad);
-    gst_object_unref(output);
-    gst_object_unref(pad);
-    gst_element_sync_state_with_parent(bin);
-    GstElement* source = gst_bin_get_by_name(GST_BIN(bin), "source");
-    gst_object_unref(source);  // the pipeline keeps it
-    return source;
+    const gst::Description answer = gst::createAnswer(webrtc_);
+    gst::setLocalDescription(webrtc_, answer);
+    return gst::writeDescription(answer);
 }
 
 void PlainPeer::addCandidate(unsigned line, const std::string& candidate) {
@@ -186,7 +102,7 @@ void PlainPeer::addCandidate(unsigned line, const std::string& candidate) {
 
 void PlainPeer::push(GstElement* source, const uint8_t* data, size_t size) {
     GstBuffer* buffer = gst_buffer_new_memdup(data, size);
-    GST_BUFFER_PTS(buffer) = gst_element_get_current_running_time(pipeline_);
+    GST_BUFFER_PTS(buffer) = gst_element_get_current_running_time(pipeline_.get());
     gst_app_src_push_buffer(GST_APP_SRC(source), buffer);
 }
 
@@ -194,14 +110,14 @@ void PlainPeer::onVideo(const zelrtc::camera::AccessUnit& unit) {
     const std::lock_guard<std::mutex> lock(feedMutex_);
     hadKeyFrame_ = isConnected_ && (hadKeyFrame_ || unit.isKeyFrame);
     if (hadKeyFrame_) {
-        push(video_, unit.data, unit.size);
+        push(video_.get(), unit.data, unit.size);
     }
 }
 
 void PlainPeer::onAudio(const zelrtc::camera::AudioFrame& frame) {
     const std::lock_guard<std::mutex> lock(feedMutex_);
     if (isConnected_) {
-        push(audio_, frame.data, frame.size);
+        push(audio_.get(), frame.data, frame.size);
     }
 }
 
@@ -212,8 +128,7 @@ void PlainPeer::onCandidate(GstElement* /*webrtc*/, guint line, gchar* text, gpo
 
 void PlainPeer::onState(GstElement* webrtc, GParamSpec* /*spec*/, gpointer self) {
     auto* peer = static_cast<PlainPeer*>(self);
-    GstWebRTCPeerConnectionState state = GST_WEBRTC_PEER_CONNECTION_STATE_NEW;
-    g_object_get(webrtc, "connection-state", &state, nullptr);
+    const auto state = gst::plainProperty<GstWebRTCPeerConnectionState>(webrtc, "connection-state");
     {
         const std::lock_guard<std::mutex> lock(peer->feedMutex_);
         peer->isConnected_ = state == GST_WEBRTC_PEER_CONNECTION_STATE_CONNECTED;
@@ -232,22 +147,8 @@ void PlainPeer::onPad(GstElement* /*webrtc*/, GstPad* pad, gpointer self) {
 }
 
 void PlainPeer::receiveAudio(GstPad* pad) {
-    GstElement* bin = gst_parse_bin_from_description(
-        "rtppcmudepay ! appsink name=frames sync=false async=false max-buffers=50 drop=true emit-signals=false", TRUE,
-        nullptr);
-    gst_bin_add(GST_BIN(pipeline_), bin);
-    GstPad* input = gst_element_get_static_pad(bin, "sink");
-    gst_pad_link(pad, input);
-    gst_object_unref(input);
-    GstElement* frames = gst_bin_get_by_name(GST_BIN(bin), "frames");
-    GstAppSinkCallbacks callbacks = {};
-    callbacks.new_sample = [](GstAppSink* sink, gpointer) {
-        gst_sample_unref(gst_app_sink_pull_sample(sink));
-        return GST_FLOW_OK;
-    };
-    gst_app_sink_set_callbacks(GST_APP_SINK(frames), &callbacks, nullptr, nullptr);
-    gst_object_unref(frames);
-    gst_element_sync_state_with_parent(bin);
+    gst::receiveTrack(pipeline_.get(), pad, gst::Codec::kMulaw,
+                      [](GstAppSink* sink) { const gst::GstPtr<GstSample> unused(gst_app_sink_pull_sample(sink)); });
 }
 
 }  // namespace zelrtc::bench

@@ -5,8 +5,6 @@
 #ifndef BENCH_PLAIN_SENDER_PLAIN_PEER_H
 #define BENCH_PLAIN_SENDER_PLAIN_PEER_H
 
-#include <gst/gst.h>
-
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -15,6 +13,7 @@
 #include <string>
 
 #include "events/call_history.h"
+#include "gst/handles.h"
 #include "media/media_hub.h"
 
 namespace zelrtc::bench {
@@ -43,8 +42,6 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    void configureAgent();
-    GstElement* addSender(unsigned line, GstCaps* caps, const std::string& chain, bool retransmits);
     void push(GstElement* source, const uint8_t* data, size_t size);
     void receiveAudio(GstPad* pad);
 
@@ -55,13 +52,13 @@ private:
     const std::function<void()> onConnected_;
     const Clock::time_point start_ = Clock::now();
     std::shared_ptr<zelrtc::camera::CallHistory> events_ = std::make_shared<zelrtc::camera::CallHistory>();
-    GstElement* pipeline_;
-    GstElement* webrtc_;
+    gst::GstPtr<GstElement> pipeline_;
+    GstElement* webrtc_;  // the pipeline's
     std::mutex feedMutex_;
     bool isConnected_ = false;
     bool hadKeyFrame_ = false;
-    GstElement* video_ = nullptr;
-    GstElement* audio_ = nullptr;
+    gst::GstPtr<GstElement> video_;
+    gst::GstPtr<GstElement> audio_;
 };
 
 }  // namespace zelrtc::bench

@@ -1,17 +1,19 @@
 #include "webrtcbin_viewer.h"
 
-#include <gst/app/gstappsink.h>
 #include <gst/rtp/gstrtpbuffer.h>
-#include <gst/sdp/gstsdpmessage.h>
-#include <gst/webrtc/webrtc.h>
 
 #include <algorithm>
 #include <condition_variable>
 #include <mutex>
 #include <stdexcept>
 
+#include "gst/camera_end.h"
+#include "gst/description.h"
 #include "gst/dtls.h"
-#include "gst/network_interfaces.h"
+#include "gst/ice_agent.h"
+#include "gst/reply.h"
+
+namespace gst = zelrtc::gst;
 
 struct WebrtcbinViewer::Observer {
     std::mutex mutex;
@@ -30,15 +32,12 @@ struct WebrtcbinViewer::Observer {
     static void onPadAdded(GstElement* webrtcbin, GstPad* pad, Observer* self);
     static void onElementAdded(GstBin*, GstBin*, GstElement* element, Observer* self);
     static void onDtlsState(GstElement* dtlsdec, GParamSpec*, Observer* self);
-    static GstFlowReturn onAudio(GstAppSink* sink, gpointer self);
-    static GstFlowReturn onVideo(GstAppSink* sink, gpointer self);
+    void onVideo(GstSample* packet);
     static GstPadProbeReturn onSend(GstPad*, GstPadProbeInfo*, gpointer self);
 };
 
 namespace {
 
-constexpr int kDtlsClosed = 1;
-constexpr int kDtlsConnected = 4;
 constexpr std::chrono::seconds kGatheringLimit{20};
 
 constexpr const char* kVideoCaps =
@@ -46,32 +45,6 @@ constexpr const char* kVideoCaps =
     "packetization-mode=(string)1,profile-level-id=(string)42e01f";
 constexpr const char* kVp8Caps = "application/x-rtp,media=video,encoding-name=VP8,clock-rate=90000,payload=98";
 constexpr const char* kAudioCaps = "application/x-rtp,media=audio,encoding-name=PCMU,clock-rate=8000,payload=0";
-
-std::string textOf(GstWebRTCSessionDescription* description) {
-    char* const written = gst_sdp_message_as_text(description->sdp);
-    std::string text = written;
-    g_free(written);
-    gst_webrtc_session_description_free(description);
-    return text;
-}
-
-void apply(GstElement* webrtcbin, const char* action, GstWebRTCSDPType type, const std::string& sdp) {
-    GstSDPMessage* message = nullptr;
-    if (gst_sdp_message_new_from_text(sdp.c_str(), &message) != GST_SDP_OK) {
-        throw std::runtime_error("not a session description");
-    }
-    GstWebRTCSessionDescription* const description = gst_webrtc_session_description_new(type, message);
-    GstPromise* const promise = gst_promise_new();
-    g_signal_emit_by_name(webrtcbin, action, description, promise);
-    gst_promise_wait(promise);
-    const GstStructure* const reply = gst_promise_get_reply(promise);
-    const bool refused = reply != nullptr && gst_structure_has_field(reply, "error");
-    gst_promise_unref(promise);
-    gst_webrtc_session_description_free(description);
-    if (refused) {
-        throw std::runtime_error(std::string(action) + " was refused");
-    }
-}
 
 const char* capsFor(const std::string& section) {
     if (section == "video") {
@@ -83,8 +56,7 @@ const char* capsFor(const std::string& section) {
 }  // namespace
 
 void WebrtcbinViewer::Observer::onGatheringState(GstElement* webrtcbin, GParamSpec*, Observer* self) {
-    GstWebRTCICEGatheringState state = GST_WEBRTC_ICE_GATHERING_STATE_NEW;
-    g_object_get(webrtcbin, "ice-gathering-state", &state, nullptr);
+    const auto state = gst::plainProperty<GstWebRTCICEGatheringState>(webrtcbin, "ice-gathering-state");
     const std::lock_guard<std::mutex> lock(self->mutex);
     self->gathered = state == GST_WEBRTC_ICE_GATHERING_STATE_COMPLETE;
     self->changed.notify_all();
@@ -94,61 +66,48 @@ void WebrtcbinViewer::Observer::onPadAdded(GstElement* webrtcbin, GstPad* pad, O
     if (GST_PAD_DIRECTION(pad) != GST_PAD_SRC) {
         return;
     }
-    GstCaps* const caps = gst_pad_get_current_caps(pad);
-    const char* const name = gst_structure_get_string(gst_caps_get_structure(caps, 0), "encoding-name");
-    GstAppSinkCallbacks callbacks{};
-    callbacks.new_sample = g_strcmp0(name, "PCMU") == 0 ? onAudio : onVideo;
-    gst_caps_unref(caps);
-
-    GstElement* const sink = gst_element_factory_make("appsink", nullptr);
+    const bool isAudio = gst::codecOf(pad) == gst::Codec::kMulaw;
+    GstElement* const sink = gst::makeElement("appsink");
     g_object_set(sink, "sync", FALSE, "async", FALSE, nullptr);
-    gst_app_sink_set_callbacks(GST_APP_SINK(sink), &callbacks, self, nullptr);
-    gst_bin_add(GST_BIN(GST_ELEMENT_PARENT(webrtcbin)), sink);
-    gst_element_sync_state_with_parent(sink);
-    GstPad* const input = gst_element_get_static_pad(sink, "sink");
-    gst_pad_link(pad, input);
-    gst_object_unref(input);
+    gst::handleSamples(sink, [self, isAudio](GstAppSink* appsink) {
+        const gst::GstPtr<GstSample> packet(gst_app_sink_pull_sample(appsink));
+        if (isAudio) {
+            self->audioFrames++;
+        } else {
+            self->onVideo(packet.get());
+        }
+    });
+    gst::addReceiver(GST_ELEMENT_PARENT(webrtcbin), pad, sink);
 }
 
 void WebrtcbinViewer::Observer::onElementAdded(GstBin*, GstBin*, GstElement* element, Observer* self) {
-    if (g_str_has_prefix(GST_OBJECT_NAME(element), "dtlsdec")) {
+    if (gst::isMadeBy(element, "dtlsdec")) {
         g_signal_connect(element, "notify::connection-state", G_CALLBACK(onDtlsState), self);
-    } else if (g_str_has_prefix(GST_OBJECT_NAME(element), "nicesink")) {
-        GstPad* const pad = gst_element_get_static_pad(element, "sink");
-        gst_pad_add_probe(pad, static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_BUFFER_LIST),
+    } else if (gst::isMadeBy(element, "nicesink")) {
+        const gst::GstPtr<GstPad> pad(gst_element_get_static_pad(element, "sink"));
+        gst_pad_add_probe(pad.get(),
+                          static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_BUFFER_LIST),
                           onSend, self, nullptr);
-        gst_object_unref(pad);
     }
 }
 
 void WebrtcbinViewer::Observer::onDtlsState(GstElement* dtlsdec, GParamSpec*, Observer* self) {
-    gint state = 0;
-    g_object_get(dtlsdec, "connection-state", &state, nullptr);
+    const gst::DtlsState state = gst::dtlsState(dtlsdec);
     const std::lock_guard<std::mutex> lock(self->mutex);
-    self->connected = self->connected || state == kDtlsConnected;
-    self->closed = self->connected && state == kDtlsClosed;
+    self->connected = self->connected || state == gst::DtlsState::kConnected;
+    self->closed = self->connected && state == gst::DtlsState::kClosed;
     self->changed.notify_all();
 }
 
-GstFlowReturn WebrtcbinViewer::Observer::onAudio(GstAppSink* sink, gpointer self) {
-    gst_sample_unref(gst_app_sink_pull_sample(sink));
-    static_cast<Observer*>(self)->audioFrames++;
-    return GST_FLOW_OK;
-}
-
-GstFlowReturn WebrtcbinViewer::Observer::onVideo(GstAppSink* sink, gpointer self) {
-    auto* const observer = static_cast<Observer*>(self);
-    GstSample* const sample = gst_app_sink_pull_sample(sink);
-    GstRTPBuffer packet = GST_RTP_BUFFER_INIT;
-    gst_rtp_buffer_map(gst_sample_get_buffer(sample), GST_MAP_READ, &packet);
-    const guint32 timestamp = gst_rtp_buffer_get_timestamp(&packet);
-    if (gst_rtp_buffer_get_marker(&packet)) {
-        observer->videoTimestampStep = timestamp - observer->videoTimestamp.exchange(timestamp);
-        observer->videoFrames++;
+void WebrtcbinViewer::Observer::onVideo(GstSample* packet) {
+    GstRTPBuffer header = GST_RTP_BUFFER_INIT;
+    gst_rtp_buffer_map(gst_sample_get_buffer(packet), GST_MAP_READ, &header);
+    const guint32 timestamp = gst_rtp_buffer_get_timestamp(&header);
+    if (gst_rtp_buffer_get_marker(&header)) {
+        videoTimestampStep = timestamp - videoTimestamp.exchange(timestamp);
+        videoFrames++;
     }
-    gst_rtp_buffer_unmap(&packet);
-    gst_sample_unref(sample);
-    return GST_FLOW_OK;
+    gst_rtp_buffer_unmap(&header);
 }
 
 GstPadProbeReturn WebrtcbinViewer::Observer::onSend(GstPad*, GstPadProbeInfo*, gpointer self) {
@@ -161,11 +120,13 @@ GstPadProbeReturn WebrtcbinViewer::Observer::onSend(GstPad*, GstPadProbeInfo*, g
 
 WebrtcbinViewer::WebrtcbinViewer(const std::string& sections)
     : pipeline_(gst_pipeline_new(nullptr)),
-      webrtcbin_(gst_element_factory_make("webrtcbin", nullptr)),
+      webrtcbin_(gst::makeElement("webrtcbin")),
       observer_(std::make_shared<Observer>()) {
     g_object_set(webrtcbin_, "bundle-policy", GST_WEBRTC_BUNDLE_POLICY_MAX_BUNDLE, nullptr);
-    gst_bin_add(GST_BIN(pipeline_), webrtcbin_);
-    configureAgent();
+    gst_bin_add(GST_BIN(pipeline_.get()), webrtcbin_);
+    gst::speedUpAgent(webrtcbin_);
+    gst::gatherUdpOnly(webrtcbin_);
+    gst::gatherOnLoopbackIfAlone(webrtcbin_);
 
     Observer* const observer = observer_.get();
     g_signal_connect(webrtcbin_, "notify::ice-gathering-state", G_CALLBACK(Observer::onGatheringState), observer);
@@ -178,81 +139,49 @@ WebrtcbinViewer::WebrtcbinViewer(const std::string& sections)
         addSection(sections.substr(start, end - start), index);
         start = end + 1;
     }
-    gst_element_set_state(pipeline_, GST_STATE_PLAYING);
+    gst_element_set_state(pipeline_.get(), GST_STATE_PLAYING);
 }
 
 WebrtcbinViewer::~WebrtcbinViewer() {
-    zelrtc::gst::sendDtlsClose(GST_BIN(webrtcbin_));
-    // Waits for what webrtcbin still has to do: closing while it gathers candidates leaks descriptors.
-    GstPromise* const promise = gst_promise_new();
-    g_signal_emit_by_name(webrtcbin_, "get-stats", nullptr, promise);
-    gst_promise_wait(promise);
-    gst_promise_unref(promise);
-    gst_element_set_state(pipeline_, GST_STATE_NULL);
-    gst_object_unref(pipeline_);
-}
-
-void WebrtcbinViewer::configureAgent() {
-    GObject* ice = nullptr;
-    GObject* agent = nullptr;
-    g_object_get(webrtcbin_, "ice-agent", &ice, nullptr);
-    g_object_set(ice, "ice-tcp", FALSE, nullptr);
-    if (zelrtc::gst::hasOnlyLoopback()) {
-        gboolean added = FALSE;
-        g_signal_emit_by_name(ice, "add-local-ip-address", "127.0.0.1", &added);
-    }
-    g_object_get(ice, "agent", &agent, nullptr);
-    g_object_set(agent, "upnp", FALSE, nullptr);
-    g_object_unref(agent);
-    g_object_unref(ice);
+    gst::sendDtlsClose(webrtcbin_);
+    // Closing while it gathers candidates leaks descriptors.
+    gst::waitUntilIdle(webrtcbin_);
+    gst_element_set_state(pipeline_.get(), GST_STATE_NULL);
 }
 
 void WebrtcbinViewer::addSection(const std::string& section, int index) {
-    GstCaps* const caps = gst_caps_from_string(capsFor(section));
+    const gst::GstPtr<GstCaps> caps(gst_caps_from_string(capsFor(section)));
     if (section == "audio") {
-        addTalk(caps, "sink_" + std::to_string(index));
-    } else {
-        GstWebRTCRTPTransceiver* transceiver = nullptr;
-        g_signal_emit_by_name(webrtcbin_, "add-transceiver", GST_WEBRTC_RTP_TRANSCEIVER_DIRECTION_RECVONLY, caps,
-                              &transceiver);
-        gst_object_unref(transceiver);
+        addTalk(caps.get(), "sink_" + std::to_string(index));
+        return;
     }
-    gst_caps_unref(caps);
+    GstWebRTCRTPTransceiver* added = nullptr;
+    g_signal_emit_by_name(webrtcbin_, "add-transceiver", GST_WEBRTC_RTP_TRANSCEIVER_DIRECTION_RECVONLY, caps.get(),
+                          &added);
+    const gst::GstPtr<GstWebRTCRTPTransceiver> transceiver(added);
 }
 
 void WebrtcbinViewer::addTalk(GstCaps* caps, const std::string& padName) {
-    GstElement* const talk = gst_parse_bin_from_description(
+    GstElement* const talk = gst::makeBin(
         "audiotestsrc is-live=true samplesperbuffer=160 ! audio/x-raw,rate=8000,channels=1 ! mulawenc ! "
-        "rtppcmupay pt=0 min-ptime=20000000 max-ptime=20000000",
-        TRUE, nullptr);
-    gst_bin_add(GST_BIN(pipeline_), talk);
-    GstPad* const output = gst_element_get_static_pad(talk, "src");
-    GstPad* const input =
-        gst_element_request_pad(webrtcbin_, gst_element_get_pad_template(webrtcbin_, "sink_%u"), padName.c_str(), caps);
-    gst_pad_link(output, input);
-    gst_object_unref(input);
-    gst_object_unref(output);
+        "rtppcmupay pt=0 min-ptime=20000000 max-ptime=20000000");
+    gst_bin_add(GST_BIN(pipeline_.get()), talk);
+    const gst::GstPtr<GstPad> output(gst_element_get_static_pad(talk, "src"));
+    GstPadTemplate* const inputs = gst_element_get_pad_template(webrtcbin_, "sink_%u");
+    const gst::GstPtr<GstPad> input(gst_element_request_pad(webrtcbin_, inputs, padName.c_str(), caps));
+    gst_pad_link(output.get(), input.get());
 }
 
 std::string WebrtcbinViewer::makeOffer() {
-    GstPromise* const promise = gst_promise_new();
-    g_signal_emit_by_name(webrtcbin_, "create-offer", nullptr, promise);
-    gst_promise_wait(promise);
-    GstWebRTCSessionDescription* offer = nullptr;
-    gst_structure_get(gst_promise_get_reply(promise), "offer", GST_TYPE_WEBRTC_SESSION_DESCRIPTION, &offer, nullptr);
-    gst_promise_unref(promise);
-    apply(webrtcbin_, "set-local-description", GST_WEBRTC_SDP_TYPE_OFFER, textOf(offer));
-
+    gst::setLocalDescription(webrtcbin_, gst::createOffer(webrtcbin_));
     if (!waitFor(kGatheringLimit, [this] { return observer_->gathered; })) {
         throw std::runtime_error("the viewer does not finish gathering");
     }
-    GstWebRTCSessionDescription* local = nullptr;
-    g_object_get(webrtcbin_, "local-description", &local, nullptr);
-    return textOf(local);
+    return gst::writeDescription(gst::localDescription(webrtcbin_));
 }
 
 void WebrtcbinViewer::setAnswer(const std::string& sdp) {
-    apply(webrtcbin_, "set-remote-description", GST_WEBRTC_SDP_TYPE_ANSWER, sdp);
+    gst::setRemoteDescription(webrtcbin_, gst::readDescription(GST_WEBRTC_SDP_TYPE_ANSWER, sdp));
 }
 
 int WebrtcbinViewer::videoFrames() const {

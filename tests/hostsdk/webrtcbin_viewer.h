@@ -2,13 +2,13 @@
 #ifndef TESTS_HOSTSDK_WEBRTCBIN_VIEWER_H
 #define TESTS_HOSTSDK_WEBRTCBIN_VIEWER_H
 
-#include <gst/gst.h>
-
 #include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
+
+#include "gst/handles.h"
 
 // Destroying it closes the connection the way a viewer does that leaves.
 class WebrtcbinViewer {
@@ -44,12 +44,11 @@ public:
 private:
     struct Observer;
 
-    void configureAgent();
     void addSection(const std::string& section, int index);
     void addTalk(GstCaps* caps, const std::string& padName);
     bool waitFor(std::chrono::seconds deadline, const std::function<bool()>& condition);
 
-    GstElement* pipeline_;
+    zelrtc::gst::GstPtr<GstElement> pipeline_;
     GstElement* webrtcbin_;
     std::shared_ptr<Observer> observer_;
 };

@@ -8,16 +8,15 @@
 #include <functional>
 #include <optional>
 
-namespace zelrtc::hostsdk {
+#include "engine/pipeline_events.h"
 
-// What the transport tells of itself.
-enum class TransportEvent { kConnected, kFailed, kClosedByFarEnd };
+namespace zelrtc::hostsdk {
 
 // Turns transport events and the time since the last received packet into state reports, each change once.
 // Not thread-safe: one thread feeds it.
 class ConnectionMonitor {
 public:
-    using Clock = std::chrono::steady_clock;
+    using Clock = hostsdk::Clock;
     using Report = std::function<void(RTC_PEER_CONNECTION_STATE)>;
 
     // A live viewer's longest gap between packets is a little over a second.

@@ -46,9 +46,11 @@ const char* kindName(MEDIA_STREAM_TRACK_KIND kind) {
 
 std::unique_ptr<PeerConnection> PeerConnection::create(const RtcConfiguration& configuration) {
     std::unique_ptr<PeerConnection> connection(new PeerConnection(configuration));
-    connection->pipeline_ =
-        WebRtcPipeline::create(configuration.iceTransportPolicy == ICE_TRANSPORT_POLICY_RELAY, connection->servers_,
-                               connection->executor_, connection->makeEvents());
+    const TaskPoster post = [executor = connection->executor_](HandlerExecutor::Task task) {
+        executor->post(std::move(task));
+    };
+    connection->pipeline_ = WebRtcPipeline::create(configuration.iceTransportPolicy == ICE_TRANSPORT_POLICY_RELAY,
+                                                   connection->servers_, post, connection->makeEvents());
     return connection->pipeline_ == nullptr ? nullptr : std::move(connection);
 }
 

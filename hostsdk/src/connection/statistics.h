@@ -7,7 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "engine/webrtc_pipeline.h"
+#include "engine/ice_servers.h"
+#include "gst/reply.h"
 
 namespace zelrtc::hostsdk {
 

@@ -1,8 +1,7 @@
 #include "engine/media_receiver.h"
 
-#include <gst/app/gstappsink.h>
-
 #include <atomic>
+#include <stdexcept>
 #include <utility>
 
 #include "text/log.h"
@@ -13,10 +12,16 @@ namespace {
 
 constexpr GstClockTime kNanosecondsPerTick = 100;
 
-// What the sink's callbacks and the executor's tasks share.
+RTC_CODEC toSdk(gst::Codec codec) {
+    return codec == gst::Codec::kMulaw ? RTC_CODEC_MULAW
+                                       : RTC_CODEC_H264_PROFILE_42E01F_LEVEL_ASYMMETRY_ALLOWED_PACKETIZATION_MODE;
+}
+
+// What the sink's handler and the posted tasks share.
 struct Inbox {
-    std::shared_ptr<HandlerExecutor> executor;
+    TaskPoster post;
     FrameReceiver receiver;
+    RTC_CODEC codec = RTC_CODEC_MULAW;
     std::atomic<bool> draining{false};
     UINT32 nextIndex = 0;
 };
@@ -38,7 +43,7 @@ void deliver(Inbox* inbox, GstSample* sample) {
     frame.duration = toTicks(GST_BUFFER_DURATION(buffer));
     frame.size = static_cast<UINT32>(map.size);
     frame.frameData = map.data;
-    inbox->receiver(&frame);
+    inbox->receiver(inbox->codec, &frame);
     gst_buffer_unmap(buffer, &map);
 }
 
@@ -50,49 +55,27 @@ void drain(Inbox* inbox, GstAppSink* sink) {
     }
 }
 
-// One task at a time stands in the executor's queue, so that a slow handler fills the sink, which is bounded.
-GstFlowReturn onNewSample(GstAppSink* sink, gpointer data) {
-    const auto& inbox = *static_cast<std::shared_ptr<Inbox>*>(data);
+// One task at a time stands in the queue, so that a slow handler fills the sink, which is bounded.
+void postDrain(const std::shared_ptr<Inbox>& inbox, GstAppSink* sink) {
     if (!inbox->draining.exchange(true)) {
         const std::shared_ptr<GstElement> kept(GST_ELEMENT(gst_object_ref(sink)), gst::GstDeleter());
-        inbox->executor->post([inbox, kept] { drain(inbox.get(), GST_APP_SINK(kept.get())); });
+        inbox->post([inbox, kept] { drain(inbox.get(), GST_APP_SINK(kept.get())); });
     }
-    return GST_FLOW_OK;
-}
-
-const char* receiverDescription(RTC_CODEC codec) {
-    if (codec == RTC_CODEC_MULAW) {
-        return "rtppcmudepay ! appsink name=sink sync=false async=false max-buffers=50 drop=true";
-    }
-    return "rtph264depay ! video/x-h264,stream-format=byte-stream,alignment=au ! "
-           "appsink name=sink sync=false async=false max-buffers=50 drop=true";
 }
 
 }  // namespace
 
-bool receiveMedia(GstElement* pipeline, GstPad* webrtcPad, RTC_CODEC codec,
-                  const std::shared_ptr<HandlerExecutor>& executor, FrameReceiver receiver) {
-    GError* error = nullptr;
-    GstElement* const chain = gst_parse_bin_from_description(receiverDescription(codec), TRUE, &error);
-    if (chain == nullptr) {
-        logError(std::string("no receiver: ") + error->message);
-        g_error_free(error);
-        return false;
+void receiveMedia(GstElement* pipeline, GstPad* webrtcPad, gst::Codec codec, const TaskPoster& post,
+                  FrameReceiver receiver) {
+    const auto inbox = std::make_shared<Inbox>();
+    inbox->post = post;
+    inbox->receiver = std::move(receiver);
+    inbox->codec = toSdk(codec);
+    try {
+        gst::receiveTrack(pipeline, webrtcPad, codec, [inbox](GstAppSink* sink) { postDrain(inbox, sink); });
+    } catch (const std::runtime_error& error) {
+        logError(std::string("no receiver: ") + error.what());
     }
-    auto* const inbox = new std::shared_ptr<Inbox>(std::make_shared<Inbox>());
-    (*inbox)->executor = executor;
-    (*inbox)->receiver = std::move(receiver);
-
-    GstAppSinkCallbacks callbacks{};
-    callbacks.new_sample = onNewSample;
-    const gst::GstPtr<GstElement> sink(gst_bin_get_by_name(GST_BIN(chain), "sink"));
-    gst_app_sink_set_callbacks(GST_APP_SINK(sink.get()), &callbacks, inbox,
-                               [](gpointer data) { delete static_cast<std::shared_ptr<Inbox>*>(data); });
-
-    gst_bin_add(GST_BIN(pipeline), chain);
-    gst_element_sync_state_with_parent(chain);
-    const gst::GstPtr<GstPad> input(gst_element_get_static_pad(chain, "sink"));
-    return gst_pad_link(webrtcPad, input.get()) == GST_PAD_LINK_OK;
 }
 
 }  // namespace zelrtc::hostsdk

@@ -6,18 +6,18 @@
 
 #include <functional>
 
-#include "connection/handler_executor.h"
-#include "gst/handles.h"
+#include "engine/pipeline_events.h"
+#include "gst/camera_end.h"
 
 namespace zelrtc::hostsdk {
 
-// Runs on the executor's thread; the frame lives for the call.
-using FrameReceiver = std::function<void(Frame*)>;
+// Runs as a posted task; the frame lives for the call.
+using FrameReceiver = std::function<void(RTC_CODEC, Frame*)>;
 
 // Takes packets of the codec from the webrtcbin pad and hands the frames on. A receiver that falls behind loses the
-// oldest frames. Returns false when an element is missing.
-bool receiveMedia(GstElement* pipeline, GstPad* webrtcPad, RTC_CODEC codec,
-                  const std::shared_ptr<HandlerExecutor>& executor, FrameReceiver receiver);
+// oldest frames. What is missing is logged.
+void receiveMedia(GstElement* pipeline, GstPad* webrtcPad, gst::Codec codec, const TaskPoster& post,
+                  FrameReceiver receiver);
 
 }  // namespace zelrtc::hostsdk
 

@@ -5,8 +5,6 @@
 #include <cstdlib>
 #include <utility>
 
-#include "text/log.h"
-
 namespace zelrtc::hostsdk {
 
 namespace {
@@ -15,21 +13,6 @@ constexpr gint64 kNanosecondsPerTick = 100;
 constexpr gint64 kSameTimeline = 2 * static_cast<gint64>(GST_SECOND);
 // Some seconds of a rich stream: only a stuck transport gathers as much.
 constexpr guint64 kMaxQueuedBytes = guint64{8} * 1024 * 1024;
-
-// h264parse repeats the parameter sets with each key frame, so that late joiners see a picture. The audio packetiser
-// must not count samples for its timestamps: a pause in the frames is a pause in the call.
-std::string senderDescription(RTC_CODEC codec, int payloadType, guint ssrc) {
-    const std::string numbers = " pt=" + std::to_string(payloadType) + " ssrc=" + std::to_string(ssrc);
-    if (codec == RTC_CODEC_MULAW) {
-        return "appsrc name=source is-live=true format=time caps=audio/x-mulaw,rate=8000,channels=1 ! "
-               "rtppcmupay min-ptime=20000000 max-ptime=20000000 perfect-rtptime=false" +
-               numbers;
-    }
-    return "appsrc name=source is-live=true format=time caps=video/x-h264,stream-format=byte-stream,alignment=au ! "
-           "h264parse config-interval=-1 ! "
-           "rtph264pay aggregate-mode=zero-latency config-interval=-1 mtu=1200" +
-           numbers;
-}
 
 }  // namespace
 
@@ -46,25 +29,6 @@ GstClockTime PresentationClock::toRunningTime(UINT64 presentationTs, GstClockTim
         *trackOffset = offset;
     }
     return static_cast<GstClockTime>(presentation + **trackOffset);
-}
-
-std::unique_ptr<MediaSender> MediaSender::create(GstElement* pipeline, GstPad* webrtcPad, RTC_CODEC codec,
-                                                 int payloadType, guint ssrc,
-                                                 const std::shared_ptr<PresentationClock>& clock) {
-    GError* error = nullptr;
-    GstElement* const chain =
-        gst_parse_bin_from_description(senderDescription(codec, payloadType, ssrc).c_str(), TRUE, &error);
-    if (chain == nullptr) {
-        logError(std::string("no sender: ") + error->message);
-        g_error_free(error);
-        return nullptr;
-    }
-    gst_bin_add(GST_BIN(pipeline), chain);
-    const gst::GstPtr<GstPad> output(gst_element_get_static_pad(chain, "src"));
-    gst_pad_link(output.get(), webrtcPad);
-    gst::GstPtr<GstElement> source(gst_bin_get_by_name(GST_BIN(chain), "source"));
-    gst_element_sync_state_with_parent(chain);
-    return std::unique_ptr<MediaSender>(new MediaSender(pipeline, std::move(source), clock));
 }
 
 MediaSender::MediaSender(GstElement* pipeline, gst::GstPtr<GstElement> source, std::shared_ptr<PresentationClock> clock)

@@ -4,6 +4,7 @@
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
+#include <memory>
 #include <mutex>
 #include <optional>
 
@@ -26,18 +27,13 @@ private:
 
 class MediaSender {
 public:
-    // Builds the elements for the codec in the pipeline and links them to the webrtcbin pad.
-    // Null when an element is missing.
-    static std::unique_ptr<MediaSender> create(GstElement* pipeline, GstPad* webrtcPad, RTC_CODEC codec,
-                                               int payloadType, guint ssrc,
-                                               const std::shared_ptr<PresentationClock>& clock);
+    // `source`: the track's appsrc in the pipeline, which outlives this object.
+    MediaSender(GstElement* pipeline, gst::GstPtr<GstElement> source, std::shared_ptr<PresentationClock> clock);
 
     // Copies the frame and returns at once. One thread at a time.
     STATUS write(const Frame& frame);
 
 private:
-    MediaSender(GstElement* pipeline, gst::GstPtr<GstElement> source, std::shared_ptr<PresentationClock> clock);
-
     GstElement* pipeline_;
     gst::GstPtr<GstElement> source_;
     std::shared_ptr<PresentationClock> clock_;

@@ -4,42 +4,20 @@
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
-#include <atomic>
-#include <cstddef>
-#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "connection/connection_monitor.h"
-#include "connection/handler_executor.h"
-#include "engine/media_receiver.h"
+#include "engine/ice_servers.h"
 #include "engine/media_sender.h"
-#include "gst/handles.h"
-#include "text/ice_server_url.h"
+#include "engine/pipeline_events.h"
+#include "engine/pipeline_link.h"
+#include "gst/description.h"
+#include "gst/reply.h"
 #include "text/offer.h"
 
 namespace zelrtc::hostsdk {
-
-// What the pipeline tells; each runs on the executor's thread.
-struct PipelineEvents {
-    std::function<void(unsigned int mLineIndex, const std::string& candidate)> onCandidate;
-    // With the number of candidates found, of which the last may still be on their way to onCandidate.
-    std::function<void(std::size_t found)> onGatheringDone;
-    std::function<void(TransportEvent)> onTransport;
-    // The far end's limit in bits per second.
-    std::function<void(double)> onBandwidth;
-    std::function<void(RTC_CODEC, Frame*)> onFrame;
-};
-
-// An ICE server as configured; without a URL when the configured text is no address.
-struct IceServer {
-    std::string text;
-    std::optional<IceServerUrl> url;
-    std::string username;
-    std::string credential;
-    bool inUse = false;
-};
 
 // One m-line that a transceiver answers.
 struct NegotiatedMedia {
@@ -55,7 +33,7 @@ class WebRtcPipeline {
 public:
     // Null when GStreamer lacks an element.
     static std::unique_ptr<WebRtcPipeline> create(bool relayOnly, const std::vector<IceServer>& servers,
-                                                  std::shared_ptr<HandlerExecutor> executor, PipelineEvents events);
+                                                  TaskPoster post, PipelineEvents events);
 
     WebRtcPipeline(const WebRtcPipeline&) = delete;
     WebRtcPipeline& operator=(const WebRtcPipeline&) = delete;
@@ -75,23 +53,16 @@ public:
     // webrtcbin's statistics of the connection; nothing before there are any. Any thread but webrtcbin's.
     std::unique_ptr<gst::Reply> statistics() const;
     // When media or control packets last arrived. Any thread.
-    std::optional<ConnectionMonitor::Clock::time_point> lastPacket() const;
+    std::optional<Clock::time_point> lastPacket() const;
 
 private:
-    struct Link;
-
-    WebRtcPipeline(gst::GstPtr<GstElement> pipeline, GstElement* webrtcbin, std::shared_ptr<Link> link);
+    WebRtcPipeline(gst::GstPtr<GstElement> pipeline, GstElement* webrtcbin, std::shared_ptr<PipelineLink> link);
 
     void configure(bool relayOnly, const std::vector<IceServer>& servers);
-    void configureAgent();
-    void addServers(const std::vector<IceServer>& servers);
-    void connectSignals();
-    void watchFeedback();
-    bool applyDescription(const char* action, GstWebRTCSDPType type, const std::string& sdp);
 
     gst::GstPtr<GstElement> pipeline_;
     GstElement* webrtcbin_;
-    std::shared_ptr<Link> link_;
+    std::shared_ptr<PipelineLink> link_;
     std::shared_ptr<PresentationClock> clock_ = std::make_shared<PresentationClock>();
 };
 

@@ -1,0 +1,125 @@
+#include "gst/camera_end.h"
+
+#include <stdexcept>
+#include <utility>
+
+#include "gst/ice_agent.h"
+
+namespace zelrtc::gst {
+
+namespace {
+
+constexpr guint kJitterBufferMs = 100;
+
+bool sends(GstWebRTCRTPTransceiverDirection direction) {
+    return direction == GST_WEBRTC_RTP_TRANSCEIVER_DIRECTION_SENDRECV ||
+           direction == GST_WEBRTC_RTP_TRANSCEIVER_DIRECTION_SENDONLY;
+}
+
+// Without the ssrc, retransmission would announce a source 0 and browsers would show no picture.
+GstPtr<GstCaps> packetCaps(const Track& track, guint ssrc) {
+    const bool isAudio = track.codec == Codec::kMulaw;
+    GstPtr<GstCaps> caps(gst_caps_new_simple("application/x-rtp", "media", G_TYPE_STRING, isAudio ? "audio" : "video",
+                                             "encoding-name", G_TYPE_STRING, isAudio ? "PCMU" : "H264", "clock-rate",
+                                             G_TYPE_INT, isAudio ? 8000 : 90000, "payload", G_TYPE_INT,
+                                             track.payloadType, "ssrc", G_TYPE_UINT, ssrc, nullptr));
+    if (!isAudio) {
+        gst_caps_set_simple(caps.get(), "packetization-mode", G_TYPE_STRING, "1", nullptr);
+    }
+    return caps;
+}
+
+// h264parse repeats the parameter sets with each key frame, so that late joiners see a picture. The audio packetiser
+// must not count samples for its timestamps: a pause in the frames is a pause in the call.
+std::string senderChain(const Track& track, guint ssrc) {
+    const std::string numbers = " pt=" + std::to_string(track.payloadType) + " ssrc=" + std::to_string(ssrc);
+    if (track.codec == Codec::kMulaw) {
+        return "appsrc name=source is-live=true format=time caps=audio/x-mulaw,rate=8000,channels=1 ! "
+               "rtppcmupay min-ptime=20000000 max-ptime=20000000 perfect-rtptime=false" +
+               numbers;
+    }
+    return "appsrc name=source is-live=true format=time caps=video/x-h264,stream-format=byte-stream,alignment=au ! "
+           "h264parse config-interval=-1 ! "
+           "rtph264pay aggregate-mode=zero-latency config-interval=-1 mtu=1200" +
+           numbers;
+}
+
+const char* receiverChain(Codec codec) {
+    if (codec == Codec::kMulaw) {
+        return "rtppcmudepay ! appsink name=sink sync=false async=false max-buffers=50 drop=true";
+    }
+    return "rtph264depay ! video/x-h264,stream-format=byte-stream,alignment=au ! "
+           "appsink name=sink sync=false async=false max-buffers=50 drop=true";
+}
+
+GstPtr<GstPad> requestPad(GstElement* webrtcbin, const Track& track, GstCaps* caps) {
+    GstPadTemplate* const padTemplate = gst_element_get_pad_template(webrtcbin, "sink_%u");
+    const std::string name = "sink_" + std::to_string(track.mLineIndex);
+    GstPtr<GstPad> pad(gst_element_request_pad(webrtcbin, padTemplate, name.c_str(), caps));
+    if (pad == nullptr) {
+        throw std::runtime_error("webrtcbin gives no pad for m-line " + std::to_string(track.mLineIndex));
+    }
+    if (track.streamId) {
+        g_object_set(pad.get(), "msid", track.streamId->c_str(), nullptr);
+    }
+    return pad;
+}
+
+void configureTransceiver(GstPad* pad, const Track& track, GstCaps* caps) {
+    const auto transceiver = ownedProperty<GstWebRTCRTPTransceiver>(pad, "transceiver");
+    g_object_set(transceiver.get(), "codec-preferences", caps, "direction", track.direction, nullptr);
+    if (track.codec == Codec::kH264) {
+        g_object_set(transceiver.get(), "do-nack", TRUE, nullptr);
+    }
+}
+
+}  // namespace
+
+std::optional<Codec> codecOf(GstPad* webrtcPad) {
+    const GstPtr<GstCaps> caps(gst_pad_get_current_caps(webrtcPad));
+    if (caps == nullptr) {
+        return std::nullopt;
+    }
+    const char* const name = gst_structure_get_string(gst_caps_get_structure(caps.get(), 0), "encoding-name");
+    if (g_strcmp0(name, "PCMU") == 0) {
+        return Codec::kMulaw;
+    }
+    if (g_strcmp0(name, "H264") == 0) {
+        return Codec::kH264;
+    }
+    return std::nullopt;
+}
+
+void configureCameraEnd(GstElement* webrtcbin) {
+    g_object_set(webrtcbin, "bundle-policy", GST_WEBRTC_BUNDLE_POLICY_MAX_BUNDLE, "latency", kJitterBufferMs, nullptr);
+    speedUpAgent(webrtcbin);
+    gatherUdpOnly(webrtcbin);
+}
+
+GstPtr<GstElement> addTrack(GstElement* pipeline, GstElement* webrtcbin, const Track& track) {
+    const auto ssrc = static_cast<guint>(g_random_int_range(1, G_MAXINT32));
+    const GstPtr<GstCaps> caps = packetCaps(track, ssrc);
+    if (!sends(track.direction)) {
+        GstWebRTCRTPTransceiver* added = nullptr;
+        g_signal_emit_by_name(webrtcbin, "add-transceiver", track.direction, caps.get(), &added);
+        const GstPtr<GstWebRTCRTPTransceiver> transceiver(added);
+        return nullptr;
+    }
+    const GstPtr<GstPad> input = requestPad(webrtcbin, track, caps.get());
+    configureTransceiver(input.get(), track, caps.get());
+
+    GstElement* const sender = makeBin(senderChain(track, ssrc));
+    gst_bin_add(GST_BIN(pipeline), sender);
+    const GstPtr<GstPad> output(gst_element_get_static_pad(sender, "src"));
+    gst_pad_link(output.get(), input.get());
+    gst_element_sync_state_with_parent(sender);
+    return elementOf(sender, "source");
+}
+
+bool receiveTrack(GstElement* pipeline, GstPad* webrtcPad, Codec codec, std::function<void(GstAppSink*)> handler) {
+    GstElement* const receiver = makeBin(receiverChain(codec));
+    handleSamples(elementOf(receiver, "sink").get(), std::move(handler));
+    return addReceiver(pipeline, webrtcPad, receiver);
+}
+
+}  // namespace zelrtc::gst

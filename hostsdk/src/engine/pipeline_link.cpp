@@ -1,0 +1,121 @@
+#include "engine/pipeline_link.h"
+
+#include <gst/rtp/gstrtcpbuffer.h>
+
+#include "engine/media_receiver.h"
+#include "gst/camera_end.h"
+#include "gst/dtls.h"
+#include "gst/ice_agent.h"
+#include "text/remb.h"
+
+namespace zelrtc::hostsdk {
+
+namespace {
+
+// RTP and RTCP packets, among everything that shares the transport (RFC 7983).
+bool isMediaPacket(guint8 firstByte) {
+    return firstByte >= 128 && firstByte <= 191;
+}
+
+}  // namespace
+
+void PipelineLink::connect(const Shared& link, GstElement* webrtcbin) {
+    gst::connectSignal(gst::niceAgent(webrtcbin).get(), "candidate-gathering-done", G_CALLBACK(onGatheringDone), link);
+    gst::connectSignal(webrtcbin, "on-ice-candidate", G_CALLBACK(onCandidate), link);
+    gst::connectSignal(webrtcbin, "notify::connection-state", G_CALLBACK(onConnectionState), link);
+    gst::connectSignal(webrtcbin, "deep-element-added", G_CALLBACK(onElementAdded), link);
+    gst::connectSignal(webrtcbin, "pad-added", G_CALLBACK(onPadAdded), link);
+}
+
+void PipelineLink::watchFeedback(const Shared& link, GstElement* webrtcbin) {
+    GObject* found = nullptr;
+    g_signal_emit_by_name(gst::elementOf(webrtcbin, "rtpbin").get(), "get-internal-session", 0U, &found);
+    const gst::GstPtr<GObject> session(found);
+    if (session != nullptr) {
+        gst::connectSignal(session.get(), "on-feedback-rtcp", G_CALLBACK(onFeedback), link);
+    }
+}
+
+std::optional<Clock::time_point> PipelineLink::lastPacket() const {
+    const Clock::rep count = lastPacket_;
+    if (count == 0) {
+        return std::nullopt;
+    }
+    return Clock::time_point(Clock::duration(count));
+}
+
+void PipelineLink::postTransport(const Shared& link, TransportEvent event) {
+    link->post_([link, event] { link->events_.onTransport(event); });
+}
+
+void PipelineLink::onCandidate(GstElement*, guint mLineIndex, gchar* text, Shared* link) {
+    (*link)->post_(
+        [link = *link, mLineIndex, text = std::string(text)] { link->events_.onCandidate(mLineIndex, text); });
+}
+
+// Asked of the agent: webrtcbin (1.22) never calls gathering complete when a candidate arrives while it decides.
+void PipelineLink::onGatheringDone(GObject* agent, guint stream, Shared* link) {
+    const std::size_t found = gst::countCandidates(agent, stream);
+    (*link)->post_([link = *link, found] { link->events_.onGatheringDone(found); });
+}
+
+void PipelineLink::onConnectionState(GstElement* webrtcbin, GParamSpec*, Shared* link) {
+    const auto state = gst::plainProperty<GstWebRTCPeerConnectionState>(webrtcbin, "connection-state");
+    if (state == GST_WEBRTC_PEER_CONNECTION_STATE_CONNECTED) {
+        postTransport(*link, TransportEvent::kConnected);
+    } else if (state == GST_WEBRTC_PEER_CONNECTION_STATE_FAILED) {
+        postTransport(*link, TransportEvent::kFailed);
+    }
+}
+
+void PipelineLink::onElementAdded(GstBin*, GstBin*, GstElement* element, Shared* link) {
+    if (gst::isMadeBy(element, "dtlsdec")) {
+        gst::connectSignal(element, "notify::connection-state", G_CALLBACK(onDtlsState), *link);
+    } else if (gst::isMadeBy(element, "nicesrc")) {
+        const gst::GstPtr<GstPad> output(gst_element_get_static_pad(element, "src"));
+        gst::addProbe(output.get(), GST_PAD_PROBE_TYPE_BUFFER, onPacket, *link);
+    }
+}
+
+// A far end that closes its connection says so through DTLS; webrtcbin's own states do not show it.
+void PipelineLink::onDtlsState(GstElement* dtlsdec, GParamSpec*, Shared* link) {
+    const gst::DtlsState state = gst::dtlsState(dtlsdec);
+    if (state == gst::DtlsState::kConnected) {
+        (*link)->dtlsConnected_ = true;
+    } else if (state == gst::DtlsState::kClosed && (*link)->dtlsConnected_.exchange(false)) {
+        postTransport(*link, TransportEvent::kClosedByFarEnd);
+    }
+}
+
+void PipelineLink::onPadAdded(GstElement* webrtcbin, GstPad* pad, Shared* shared) {
+    const std::optional<gst::Codec> codec = gst::codecOf(pad);
+    const gst::GstPtr<GstElement> pipeline(GST_ELEMENT(gst_element_get_parent(webrtcbin)));
+    if (GST_PAD_DIRECTION(pad) == GST_PAD_SRC && codec && pipeline != nullptr) {
+        const Shared link = *shared;
+        receiveMedia(pipeline.get(), pad, *codec, link->post_,
+                     [link](RTC_CODEC received, Frame* frame) { link->events_.onFrame(received, frame); });
+    }
+}
+
+void PipelineLink::onFeedback(GObject*, guint type, guint format, guint, guint, GstBuffer* control, Shared* link) {
+    GstMapInfo map;
+    if (type != GST_RTCP_TYPE_PSFB || format != GST_RTCP_PSFB_TYPE_AFB || control == nullptr ||
+        !gst_buffer_map(control, &map, GST_MAP_READ)) {
+        return;
+    }
+    const std::optional<double> limit = readRemb(map.data, map.size);
+    gst_buffer_unmap(control, &map);
+    if (limit) {
+        (*link)->post_([link = *link, limit = *limit] { link->events_.onBandwidth(limit); });
+    }
+}
+
+GstPadProbeReturn PipelineLink::onPacket(GstPad*, GstPadProbeInfo* info, gpointer link) {
+    guint8 firstByte = 0;
+    if (gst_buffer_extract(GST_PAD_PROBE_INFO_BUFFER(info), 0, &firstByte, 1) == 1 && isMediaPacket(firstByte)) {
+        (*static_cast<Shared*>(link))->lastPacket_ = Clock::now().time_since_epoch().count();
+    }
+    return GST_PAD_PROBE_OK;
+}
+
+}  // namespace zelrtc::hostsdk

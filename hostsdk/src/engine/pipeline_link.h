@@ -1,0 +1,51 @@
+// From webrtcbin's signals to the engine's events.
+#ifndef HOSTSDK_SRC_ENGINE_PIPELINE_LINK_H
+#define HOSTSDK_SRC_ENGINE_PIPELINE_LINK_H
+
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "engine/pipeline_events.h"
+#include "gst/handles.h"
+
+namespace zelrtc::hostsdk {
+
+// What webrtcbin's callbacks need; it outlives each of them, because they share it.
+class PipelineLink {
+public:
+    PipelineLink(TaskPoster post, PipelineEvents events) : post_(std::move(post)), events_(std::move(events)) {
+    }
+
+    // Before webrtcbin starts.
+    static void connect(const std::shared_ptr<PipelineLink>& link, GstElement* webrtcbin);
+    // After the local description is set: the bundled media share one RTP session, which exists then.
+    static void watchFeedback(const std::shared_ptr<PipelineLink>& link, GstElement* webrtcbin);
+
+    // When media or control packets last arrived. Any thread.
+    std::optional<Clock::time_point> lastPacket() const;
+
+private:
+    using Shared = std::shared_ptr<PipelineLink>;
+
+    static void postTransport(const Shared& link, TransportEvent event);
+    static void onCandidate(GstElement*, guint mLineIndex, gchar* text, Shared* link);
+    static void onGatheringDone(GObject* agent, guint stream, Shared* link);
+    static void onConnectionState(GstElement* webrtcbin, GParamSpec*, Shared* link);
+    static void onElementAdded(GstBin*, GstBin*, GstElement* element, Shared* link);
+    static void onDtlsState(GstElement* dtlsdec, GParamSpec*, Shared* link);
+    static void onPadAdded(GstElement* webrtcbin, GstPad* pad, Shared* link);
+    static void onFeedback(GObject*, guint type, guint format, guint senderSsrc, guint mediaSsrc, GstBuffer* control,
+                           Shared* link);
+    static GstPadProbeReturn onPacket(GstPad*, GstPadProbeInfo* info, gpointer link);
+
+    const TaskPoster post_;
+    const PipelineEvents events_;
+    std::atomic<Clock::rep> lastPacket_{0};
+    std::atomic<bool> dtlsConnected_{false};
+};
+
+}  // namespace zelrtc::hostsdk
+
+#endif
