@@ -1,6 +1,6 @@
 #include "frame_writers.h"
 
-#include "null_sdk.h"
+#include "stub_sdk.h"
 
 namespace bench {
 
@@ -14,7 +14,7 @@ uint8_t accessUnit[1200];
 
 void connect(ZelRtcSession* session) {
     session->init(kOffer);
-    nullsdk::reportState(RTC_PEER_CONNECTION_STATE_CONNECTED);
+    stubHandlers.onStateChange(stubHandlers.customData, RTC_PEER_CONNECTION_STATE_CONNECTED);
 }
 
 int writeByHand(Targets* targets, int64_t presentationTs) {
@@ -52,8 +52,8 @@ int writeVideoBeforeKeyFrame(Targets* targets, int64_t presentationTs) {
 }  // namespace
 
 Targets::Targets()
-    : transceiver(nullsdk::videoTransceiver()),
-      byHand(nullsdk::videoTransceiver()),
+    : transceiver(stubVideoTransceiver()),
+      byHand(stubVideoTransceiver()),
       connected(1, ZelRtcSessionConfig(), nullptr),
       waiting(2, ZelRtcSessionConfig(), nullptr),
       idle(3, ZelRtcSessionConfig(), nullptr),

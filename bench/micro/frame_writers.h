@@ -10,7 +10,7 @@
 
 namespace bench {
 
-/** One frame and everything it can be written to. The sessions run over the null SDK. */
+/** One frame and everything it can be written to. The sessions run over the stub SDK. */
 class Targets {
 public:
     Targets();

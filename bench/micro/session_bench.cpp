@@ -6,7 +6,7 @@
 #include <string>
 
 #include "allocations.h"
-#include "null_sdk.h"
+#include "stub_sdk.h"
 #include "zelwebrtc_session.h"
 
 namespace {
@@ -15,6 +15,9 @@ namespace {
 const std::string kOffer = R"({"type":"offer","sdp":")" + std::string(4500, 'a') + "\"}";
 const std::string kCandidate =
     R"({"candidate":"candidate:1 1 udp 2130706431 192.0.2.2 45020 typ host generation 0","sdpMid":"0","sdpMLineIndex":0})";
+
+// As long as a usual answer with two media sections and five candidates.
+constexpr UINT32 kAnswerLength = 2400;
 
 ZelRtcSessionConfig configuration(int64_t servers) {
     ZelRtcSessionConfig config;
@@ -37,11 +40,11 @@ public:
     }
     template <typename Action>
     void time(const Action& action) {
-        const uint64_t allocationsBefore = bench::allocationCount();
+        const zelrtc_test::AllocationCount allocations;
         const auto start = std::chrono::steady_clock::now();
         action();
         const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-        allocations_ += bench::allocationCount() - allocationsBefore;
+        allocations_ += allocations.made();
         state_->SetIterationTime(elapsed.count());
     }
 
@@ -114,7 +117,7 @@ void reportCandidate(benchmark::State& state) {
     Stopwatch stopwatch(&state);
     for (auto unused : state) {
         (void) unused;
-        stopwatch.time([&] { nullsdk::reportCandidate(candidate.data()); });
+        stopwatch.time([&] { stubHandlers.onIceCandidate(stubHandlers.customData, candidate.data()); });
     }
 }
 
@@ -123,7 +126,7 @@ void reportState(benchmark::State& state, RTC_PEER_CONNECTION_STATE newState) {
     Stopwatch stopwatch(&state);
     for (auto unused : state) {
         (void) unused;
-        stopwatch.time([&] { nullsdk::reportState(newState); });
+        stopwatch.time([&] { stubHandlers.onStateChange(stubHandlers.customData, newState); });
     }
 }
 
@@ -141,4 +144,8 @@ BENCHMARK_CAPTURE(reportState, connected, RTC_PEER_CONNECTION_STATE_CONNECTED)
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+    stubAnswerLength = kAnswerLength;
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+}

@@ -20,7 +20,7 @@ void fail(benchmark::State& state, const char* reason) {
 void writeFrames(benchmark::State& state, const bench::NamedWriter& way) {
     static bench::Targets targets;
     int64_t presentationTs = 0;
-    const uint64_t allocationsBefore = bench::allocationCount();
+    const zelrtc_test::AllocationCount allocations;
     for (auto unused : state) {
         (void) unused;
         if (way.writer(&targets, presentationTs) != way.result) {
@@ -29,7 +29,7 @@ void writeFrames(benchmark::State& state, const bench::NamedWriter& way) {
         }
         presentationTs += kFrameIntervalUs;
     }
-    if (bench::allocationCount() != allocationsBefore) {
+    if (allocations.made() != 0) {
         fail(state, "writing a frame allocated memory");
     }
 }

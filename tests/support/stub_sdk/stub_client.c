@@ -3,6 +3,7 @@
 #include "stub_sdk.h"
 
 StubHandlers stubHandlers;
+UINT32 stubAnswerLength = 32;
 
 static RtcPeerConnection connection;
 static RtcRtpTransceiver transceivers[2];
@@ -10,6 +11,10 @@ static UINT32 transceiverCount;
 
 static UINT32 indexOf(PRtcRtpTransceiver pTransceiver) {
     return pTransceiver == &transceivers[0] ? 0 : 1;
+}
+
+PRtcRtpTransceiver stubVideoTransceiver(VOID) {
+    return &transceivers[0];
 }
 
 STATUS initKvsWebRtc(VOID) {
@@ -96,14 +101,13 @@ STATUS deserializeSessionDescriptionInit(PCHAR json, UINT32 length, PRtcSessionD
 }
 
 STATUS serializeSessionDescriptionInit(PRtcSessionDescriptionInit pDescription, PCHAR json, PUINT32 pLength) {
-    static const CHAR answer[] = "{\"type\": \"answer\", \"sdp\": \"v=0\\r\\n\"}";
-
     (void) pDescription;
-    if (*pLength < sizeof(answer)) {
+    if (*pLength <= stubAnswerLength) {
         return STATUS_BUFFER_TOO_SMALL;
     }
-    memcpy(json, answer, sizeof(answer));
-    *pLength = sizeof(answer);
+    memset(json, 'a', stubAnswerLength);
+    json[stubAnswerLength] = '\0';
+    *pLength = stubAnswerLength + 1;
     return STATUS_SUCCESS;
 }
 

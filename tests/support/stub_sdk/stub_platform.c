@@ -7,11 +7,11 @@ static VOID printNothing(UINT32 level, PCHAR tag, PCHAR format, ...) {
 }
 
 static SIZE_T load(volatile SIZE_T* pValue) {
-    return *pValue;
+    return __atomic_load_n(pValue, __ATOMIC_SEQ_CST);
 }
 
 static VOID store(volatile SIZE_T* pValue, SIZE_T value) {
-    *pValue = value;
+    __atomic_store_n(pValue, value, __ATOMIC_SEQ_CST);
 }
 
 logPrintFunc globalCustomLogPrintFn = printNothing;

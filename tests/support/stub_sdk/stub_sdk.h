@@ -1,7 +1,7 @@
 /**
- * A WebRTC SDK that connects nothing: every call succeeds, and what a session registered can be fired by hand. It
- * compiles against whatever SDK headers it is given, and keeps its own stack frames small, so that a stack measured
- * above it is the session's.
+ * A WebRTC SDK that connects nothing: every call succeeds at once, and what a session registered can be fired by hand.
+ * It compiles against whatever SDK headers it is given. Its calls cost next to nothing, in time and on the stack, so
+ * that what is measured above it is the session's own share.
  */
 #ifndef TESTS_SUPPORT_STUB_SDK_STUB_SDK_H
 #define TESTS_SUPPORT_STUB_SDK_STUB_SDK_H
@@ -24,6 +24,12 @@ typedef struct {
 } StubHandlers;
 
 extern StubHandlers stubHandlers;
+
+/** Characters of each answer; short, unless the caller needs one of a usual length. */
+extern UINT32 stubAnswerLength;
+
+/** A transceiver to write to without a session. */
+PRtcRtpTransceiver stubVideoTransceiver(VOID);
 
 #ifdef __cplusplus
 }
