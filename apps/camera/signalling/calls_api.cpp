@@ -13,40 +13,56 @@ namespace zelrtc::camera {
 
 namespace {
 
-using httplib::Request;
-using httplib::Response;
 using nlohmann::json;
 using namespace std::chrono_literals;
 
 constexpr auto kAnswerLimit = 10s;
 
-void respond(Response& response, int status, const json& body) {
+Response jsonResponse(int status, const json& body) {
+    Response response;
     response.status = status;
-    response.set_header("Cache-Control", "no-store");
-    response.set_content(body.dump(-1, ' ', false, json::error_handler_t::replace), "application/json");
+    response.type = "application/json";
+    response.body = body.dump(-1, ' ', false, json::error_handler_t::replace);
+    response.headers.push_back({"Cache-Control", "no-store"});
+    return response;
+}
+
+Response emptyResponse() {
+    Response response;
+    response.status = 204;
+    return response;
+}
+
+Response pageResponse() {
+    Response response;
+    response.type = "text/html; charset=utf-8";
+    response.body = kPage;
+    response.headers.push_back({"Cache-Control", "no-cache"});
+    return response;
 }
 
 std::optional<bool> trickleWish(const Request& request) {
-    if (!request.has_param("trickle")) {
+    const auto value = request.parameter("trickle");
+    if (!value) {
         return std::nullopt;
     }
-    const std::string value = request.get_param_value("trickle");
     if (value != "0" && value != "1") {
         throw Problem(400, "trickle is neither 0 nor 1");
     }
     return value == "1";
 }
 
-void placeCall(const Request& request, Response& response, CallRegistry& calls) {
+Response placeCall(const Request& request, CallRegistry& calls) {
     checkOffer(request.body);
     const auto call = calls.place(request.body, trickleWish(request));
     const std::string answer = answerOf(*call, calls);
-    response.set_header("Location", "/calls/" + std::to_string(call->id()));
-    respond(response, 201,
-            {{"id", call->id()}, {"trickle", call->isTrickle()}, {"answer", json::parse(answer, nullptr, false)}});
+    Response response = jsonResponse(
+        201, {{"id", call->id()}, {"trickle", call->isTrickle()}, {"answer", json::parse(answer, nullptr, false)}});
+    response.headers.push_back({"Location", "/calls/" + std::to_string(call->id())});
+    return response;
 }
 
-void listCalls(Response& response, CallRegistry& calls) {
+Response listCalls(CallRegistry& calls) {
     json list = json::array();
     for (const auto& call : calls.all()) {
         const CallSummary summary = call->summary();
@@ -57,7 +73,7 @@ void listCalls(Response& response, CallRegistry& calls) {
                         {"trickle", summary.trickle},
                         {"seconds", summary.seconds}});
     }
-    respond(response, 200, list);
+    return jsonResponse(200, list);
 }
 
 std::optional<int> videoIn(const json& wish) {
@@ -82,29 +98,29 @@ std::optional<bool> audioIn(const json& wish) {
     return member->get<bool>();
 }
 
-void chooseStreams(const Request& request, Response& response, CallRegistry& calls) {
+Response chooseStreams(const Request& request, CallRegistry& calls) {
     const auto call = calls.find(callIdIn(request));
     const json wish = json::parse(request.body, nullptr, false);
     if (!wish.is_object()) {
         throw Problem(400, "the body is not a JSON object such as {\"video\":2,\"audio\":false}");
     }
     const Choice choice = call->choose(videoIn(wish), audioIn(wish));
-    respond(response, 200, {{"video", choice.video}, {"audio", choice.audio}});
+    return jsonResponse(200, {{"video", choice.video}, {"audio", choice.audio}});
 }
 
-void addCandidate(const Request& request, Response& response, CallRegistry& calls) {
+Response addCandidate(const Request& request, CallRegistry& calls) {
     const auto call = calls.find(callIdIn(request));
     checkCandidate(request.body);
     call->addCandidate(request.body);
-    response.status = 204;
+    return emptyResponse();
 }
 
-void endCall(const Request& request, Response& response, CallRegistry& calls) {
+Response endCall(const Request& request, CallRegistry& calls) {
     calls.end(callIdIn(request), "the viewer hung up");
-    response.status = 204;
+    return emptyResponse();
 }
 
-void tellHealth(Response& response, CallRegistry& calls, const MediaHub& hub) {
+Response tellHealth(CallRegistry& calls, const MediaHub& hub) {
     json health{{"status", "ok"},
                 {"calls", calls.held()},
                 {"descriptors", openDescriptors()},
@@ -113,15 +129,17 @@ void tellHealth(Response& response, CallRegistry& calls, const MediaHub& hub) {
     if (const auto inUse = heapBytes()) {
         health["heapBytes"] = *inUse;
     }
-    respond(response, 200, health);
+    return jsonResponse(200, health);
 }
 
 }  // namespace
 
 int callIdIn(const Request& request) {
-    const std::string text = request.matches[1];
+    const std::string& text = request.variables.at(0);
+    const char* const end = text.data() + text.size();
     int id = 0;
-    if (std::from_chars(text.data(), text.data() + text.size(), id).ec != std::errc()) {
+    const auto read = std::from_chars(text.data(), end, id);
+    if (read.ec != std::errc() || read.ptr != end) {
         throw Problem(404, "there is no call " + text);
     }
     return id;
@@ -139,23 +157,17 @@ std::string answerOf(Call& call, CallRegistry& calls) {
 }
 
 void addCallRoutes(HttpServer& server, CallRegistry& calls, const MediaHub& hub) {
-    server.route("GET", "/", [](const Request&, Response& response) {
-        response.set_header("Cache-Control", "no-cache");
-        response.set_content(kPage.data(), kPage.size(), "text/html; charset=utf-8");
-    });
-    server.route("GET", "/health", [&](const Request&, Response& response) { tellHealth(response, calls, hub); });
-    server.route("GET", "/calls", [&](const Request&, Response& response) { listCalls(response, calls); });
-    server.route("POST", "/calls",
-                 [&](const Request& request, Response& response) { placeCall(request, response, calls); });
-    server.route("DELETE", "/calls/" CAMERA_PATH_NUMBER,
-                 [&](const Request& request, Response& response) { endCall(request, response, calls); });
-    server.route("GET", "/calls/" CAMERA_PATH_NUMBER "/events", [&](const Request& request, Response& response) {
-        streamEvents(calls.eventsOf(callIdIn(request)), request, response);
-    });
-    server.route("POST", "/calls/" CAMERA_PATH_NUMBER "/candidates",
-                 [&](const Request& request, Response& response) { addCandidate(request, response, calls); });
-    server.route("POST", "/calls/" CAMERA_PATH_NUMBER "/streams",
-                 [&](const Request& request, Response& response) { chooseStreams(request, response, calls); });
+    server.route("GET", {}, [](const Request&) { return pageResponse(); });
+    server.route("GET", {"health"}, [&](const Request&) { return tellHealth(calls, hub); });
+    server.route("GET", {"calls"}, [&](const Request&) { return listCalls(calls); });
+    server.route("POST", {"calls"}, [&](const Request& request) { return placeCall(request, calls); });
+    server.route("DELETE", {"calls", kOpen}, [&](const Request& request) { return endCall(request, calls); });
+    server.route("GET", {"calls", kOpen, "events"},
+                 [&](const Request& request) { return streamEvents(calls.eventsOf(callIdIn(request)), request); });
+    server.route("POST", {"calls", kOpen, "candidates"},
+                 [&](const Request& request) { return addCandidate(request, calls); });
+    server.route("POST", {"calls", kOpen, "streams"},
+                 [&](const Request& request) { return chooseStreams(request, calls); });
 }
 
 }  // namespace zelrtc::camera

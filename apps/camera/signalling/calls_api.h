@@ -11,8 +11,8 @@ namespace zelrtc::camera {
 /** Adds the routes. What is given must outlive the server. */
 void addCallRoutes(HttpServer& server, CallRegistry& calls, const MediaHub& hub);
 
-/** The number in the path of a request. @throw Problem 404 when it is too large to be a call's */
-int callIdIn(const httplib::Request& request);
+/** The call that the path of a request names. @throw Problem 404 when it can be no call's */
+int callIdIn(const Request& request);
 
 /** Waits for a call's answer; a call without one is ended. @throw Problem 504 or 503 */
 std::string answerOf(Call& call, CallRegistry& calls);
