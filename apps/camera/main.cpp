@@ -1,8 +1,11 @@
 // The demo camera: serves a page, answers its calls and sends them picture and sound.
 
+#include <limits.h>
 #include <pthread.h>
 #include <spdlog/spdlog.h>
+#include <unistd.h>
 
+#include <array>
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -14,7 +17,9 @@
 #include "call/call_registry.h"
 #include "events/log_sink.h"
 #include "http/descriptors.h"
+#include "http/guards.h"
 #include "http/http_server.h"
+#include "http/letter_case.h"
 #include "media/media_hub.h"
 #include "options.h"
 #include "process/heap.h"
@@ -90,6 +95,26 @@ void reserveFor(size_t maxCalls, const HttpLimits& limits) {
     }
 }
 
+bool isLoopback(const std::string& host) {
+    return host == "localhost" || host == "::1" || host.rfind("127.", 0) == 0;
+}
+
+// What the machine is called on its network, so far as it knows.
+HostNames namesOf(const Options& options) {
+    if (isLoopback(options.host)) {
+        return {};
+    }
+    std::array<char, HOST_NAME_MAX + 1> name{};
+    gethostname(name.data(), name.size() - 1);
+    const std::string own = lowerCase(name.data());
+    return {true, {own, own + ".local", lowerCase(options.host)}};
+}
+
+void addGuards(HttpServer& server, const Options& options) {
+    server.guard([names = namesOf(options)](const Request& request) { return refuseOtherHosts(request, names); });
+    server.guard([&options](const Request& request) { return refuseOtherSites(request, options.allowedOrigins); });
+}
+
 void serve(const Options& options, const sigset_t& stopSignals) {
     installLog(options.logLevel, options.logFile);
     initVideo();
@@ -100,8 +125,9 @@ void serve(const Options& options, const sigset_t& stopSignals) {
     const int port = server.bind(options.host, options.port);
     const Sdk sdk;
     CallRegistry calls(options.calls, hub);
+    addGuards(server, options);
     addCallRoutes(server, calls, hub);
-    addWhepRoutes(server, calls);
+    addWhepRoutes(server, calls, options.allowedOrigins);
     {
         const CallKeeper keeper(calls);
         std::thread serving(&HttpServer::listen, &server);

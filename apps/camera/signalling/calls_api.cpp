@@ -7,6 +7,7 @@
 #include "process/process_usage.h"
 #include "signalling/event_stream.h"
 #include "signalling/offer_check.h"
+#include "signalling/page_policy.h"
 #include "signalling/viewer_page.h"
 
 namespace zelrtc::camera {
@@ -34,11 +35,20 @@ Response emptyResponse() {
 }
 
 Response pageResponse() {
+    static const std::string policy = pagePolicy(kPage);
     Response response;
     response.type = "text/html; charset=utf-8";
     response.body = kPage;
-    response.headers.push_back({"Cache-Control", "no-cache"});
+    response.headers = {{"Cache-Control", "no-cache"},
+                        {"Content-Security-Policy", policy},
+                        {"X-Content-Type-Options", "nosniff"},
+                        {"Referrer-Policy", "no-referrer"}};
     return response;
+}
+
+// One that no page may send to another site without the browser asking there first.
+std::optional<Response> mustBeJson(const Request& request) {
+    return requireMediaType(request, "application/json");
 }
 
 std::optional<bool> trickleWish(const Request& request) {
@@ -160,14 +170,14 @@ void addCallRoutes(HttpServer& server, CallRegistry& calls, const MediaHub& hub)
     server.route("GET", {}, [](const Request&) { return pageResponse(); });
     server.route("GET", {"health"}, [&](const Request&) { return tellHealth(calls, hub); });
     server.route("GET", {"calls"}, [&](const Request&) { return listCalls(calls); });
-    server.route("POST", {"calls"}, [&](const Request& request) { return placeCall(request, calls); });
+    server.route("POST", {"calls"}, [&](const Request& request) { return placeCall(request, calls); }, {mustBeJson});
     server.route("DELETE", {"calls", kOpen}, [&](const Request& request) { return endCall(request, calls); });
     server.route("GET", {"calls", kOpen, "events"},
                  [&](const Request& request) { return streamEvents(calls.eventsOf(callIdIn(request)), request); });
     server.route("POST", {"calls", kOpen, "candidates"},
-                 [&](const Request& request) { return addCandidate(request, calls); });
+                 [&](const Request& request) { return addCandidate(request, calls); }, {mustBeJson});
     server.route("POST", {"calls", kOpen, "streams"},
-                 [&](const Request& request) { return chooseStreams(request, calls); });
+                 [&](const Request& request) { return chooseStreams(request, calls); }, {mustBeJson});
 }
 
 }  // namespace zelrtc::camera

@@ -68,13 +68,22 @@ Response hangUp(const Request& request, CallRegistry& calls) {
     return {};
 }
 
-// Players run on pages of other sites, which must be able to read why something was refused, too.
-void allowOtherSites(const Request& request, Response& response) {
+bool isWhep(const std::string& path) {
     const std::string endpoint = "/" + std::string(kEndpoint);
-    if (request.path == endpoint || request.path.rfind(endpoint + "/", 0) == 0) {
-        response.headers.push_back({"Access-Control-Allow-Origin", "*"});
+    return path == endpoint || path.rfind(endpoint + "/", 0) == 0;
+}
+
+// Players run on pages of other sites, which must be able to read why something was refused, too.
+Finisher readableBy(const std::vector<std::string>& allowedOrigins) {
+    return [allowedOrigins](const Request& request, Response& response) {
+        const auto origin = request.header("origin");
+        if (!origin || !isWhep(request.path) || isFromOtherSite(request, allowedOrigins)) {
+            return;
+        }
+        response.headers.push_back({"Access-Control-Allow-Origin", *origin});
         response.headers.push_back({"Access-Control-Expose-Headers", "Location, ETag, Accept-Patch, Allow"});
-    }
+        response.headers.push_back({"Vary", "Origin"});
+    };
 }
 
 Response preflightResponse(const char* accepted, const char* type) {
@@ -88,7 +97,7 @@ Response preflightResponse(const char* accepted, const char* type) {
 
 }  // namespace
 
-void addWhepRoutes(HttpServer& server, CallRegistry& calls) {
+void addWhepRoutes(HttpServer& server, CallRegistry& calls, const std::vector<std::string>& allowedOrigins) {
     server.route("OPTIONS", {kEndpoint}, [](const Request&) { return preflightResponse("Accept-Post", kSdp); });
     server.route("OPTIONS", {kEndpoint, kOpen},
                  [](const Request&) { return preflightResponse("Accept-Patch", kFragment); });
@@ -97,7 +106,7 @@ void addWhepRoutes(HttpServer& server, CallRegistry& calls) {
     server.route("PATCH", {kEndpoint, kOpen}, [&calls](const Request& request) { return trickle(request, calls); },
                  {mustBe(kFragment)});
     server.route("DELETE", {kEndpoint, kOpen}, [&calls](const Request& request) { return hangUp(request, calls); });
-    server.finishResponsesWith(allowOtherSites);
+    server.finishResponsesWith(readableBy(allowedOrigins));
 }
 
 }  // namespace zelrtc::camera
