@@ -1,8 +1,11 @@
 // The demo camera: serves a page, answers its calls and sends them picture and sound.
 
+#include <limits.h>
 #include <pthread.h>
 #include <spdlog/spdlog.h>
+#include <unistd.h>
 
+#include <array>
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -13,7 +16,10 @@
 #include "call/call_keeper.h"
 #include "call/call_registry.h"
 #include "events/log_sink.h"
+#include "http/descriptors.h"
+#include "http/guards.h"
 #include "http/http_server.h"
+#include "http/letter_case.h"
 #include "media/media_hub.h"
 #include "options.h"
 #include "process/heap.h"
@@ -24,9 +30,14 @@ namespace {
 
 using namespace zelrtc::camera;
 
-// A viewer has an event stream and a request or two.
-constexpr size_t kThreadsPerCall = 3;
-constexpr size_t kSpareThreads = 16;
+// A viewer has an event stream and a request or two; all may sit behind one address.
+constexpr size_t kConnectionsPerCall = 3;
+constexpr size_t kSpareConnections = 32;
+// Every call may wait for its answer at the same time; whatever else is asked takes no time.
+constexpr size_t kSpareHandlers = 8;
+// Sockets and pipes of a call at a machine with many network interfaces, and what the camera has besides.
+constexpr size_t kDescriptorsPerCall = 64;
+constexpr size_t kOwnDescriptors = 256;
 
 // Every thread inherits the mask, so that the signals wait for the one that asks for them.
 sigset_t blockStopSignals() {
@@ -66,20 +77,60 @@ std::string urlOf(const Options& options, int port) {
     return "http://" + (isIpv6 ? "[" + options.host + "]" : options.host) + ":" + std::to_string(port) + "/";
 }
 
+HttpLimits limitsFor(size_t maxCalls) {
+    HttpLimits limits;
+    limits.connectionsPerAddress = maxCalls * kConnectionsPerCall + kSpareConnections;
+    limits.connections = 2 * limits.connectionsPerAddress;
+    limits.handlers = maxCalls + kSpareHandlers;
+    return limits;
+}
+
+// What a descriptor is refused to is a call, because connections come first.
+void reserveFor(size_t maxCalls, const HttpLimits& limits) {
+    const DescriptorBudget budget =
+        reserveDescriptors(kOwnDescriptors + limits.connections + maxCalls * kDescriptorsPerCall);
+    if (budget.allowed < budget.wanted) {
+        spdlog::warn("this process may have {} descriptors; {} calls and {} connections may need {}", budget.allowed,
+                     maxCalls, limits.connections, budget.wanted);
+    }
+}
+
+bool isLoopback(const std::string& host) {
+    return host == "localhost" || host == "::1" || host.rfind("127.", 0) == 0;
+}
+
+// What the machine is called on its network, so far as it knows.
+HostNames namesOf(const Options& options) {
+    if (isLoopback(options.host)) {
+        return {};
+    }
+    std::array<char, HOST_NAME_MAX + 1> name{};
+    gethostname(name.data(), name.size() - 1);
+    const std::string own = lowerCase(name.data());
+    return {true, {own, own + ".local", lowerCase(options.host)}};
+}
+
+void addGuards(HttpServer& server, const Options& options) {
+    server.guard([names = namesOf(options)](const Request& request) { return refuseOtherHosts(request, names); });
+    server.guard([&options](const Request& request) { return refuseOtherSites(request, options.allowedOrigins); });
+}
+
 void serve(const Options& options, const sigset_t& stopSignals) {
     installLog(options.logLevel, options.logFile);
     initVideo();
     MediaHub hub(options.video, options.audioFile.empty() ? tonePattern() : readMulawFile(options.audioFile));
-    HttpServer server(options.calls.maxCalls * kThreadsPerCall + kSpareThreads);
+    const HttpLimits limits = limitsFor(options.calls.maxCalls);
+    reserveFor(options.calls.maxCalls, limits);
+    HttpServer server({limits, {}});
     const int port = server.bind(options.host, options.port);
     const Sdk sdk;
     CallRegistry calls(options.calls, hub);
+    addGuards(server, options);
     addCallRoutes(server, calls, hub);
-    addWhepRoutes(server, calls);
+    addWhepRoutes(server, calls, options.allowedOrigins);
     {
         const CallKeeper keeper(calls, returnFreeMemory);
         std::thread serving(&HttpServer::listen, &server);
-        server.waitUntilServing();
         std::printf("listening on %s\n", urlOf(options, port).c_str());
         std::fflush(stdout);
         waitForStopSignal(stopSignals);

@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "http/letter_case.h"
+
 namespace zelrtc::camera {
 
 namespace {
@@ -104,6 +106,18 @@ void readIceServers(const Texts& texts, Options& options) {
     }
 }
 
+// Browsers send them in this form, so nothing else would ever be equal to one.
+void checkOrigins(const Options& options) {
+    for (const std::string& origin : options.allowedOrigins) {
+        const size_t scheme = origin.find("://");
+        const bool isWeb = origin.compare(0, scheme, "http") == 0 || origin.compare(0, scheme, "https") == 0;
+        const std::string host = scheme == std::string::npos ? "" : origin.substr(scheme + 3);
+        if (!isWeb || host.empty() || host.find_first_of("/?#@* ") != std::string::npos || lowerCase(host) != host) {
+            refuse("--allow-origin", "\"" + origin + "\" is not http://HOST[:PORT] or https://HOST[:PORT]");
+        }
+    }
+}
+
 void makeRecordDir(const Options& options) {
     if (options.calls.recordDir.empty()) {
         return;
@@ -120,6 +134,8 @@ void describe(CLI::App& app, Texts& texts, Options& options) {
     app.add_option("--listen", texts.listen, "Where to serve, ADDRESS:PORT; port 0 takes a free one")
         ->capture_default_str();
     app.add_flag("--all-addresses", texts.onAllAddresses, "Serve on every address of this machine");
+    many(app.add_option("--allow-origin", options.allowedOrigins,
+                        "Let players on pages of this site use WHEP, such as https://example.com"));
     many(app.add_option("--video-file", texts.videoFiles, "N=PATH: stream N shows an H.264 file (Annex B), looped"));
     many(app.add_option("--video-pipeline", texts.videoPipelines,
                         "N=TEXT: stream N shows a GStreamer pipeline that ends in H.264"));
@@ -144,6 +160,7 @@ void interpret(const Texts& texts, Options& options) {
     readVideo("--video-file", VideoInput::Kind::kFile, texts.videoFiles, options);
     readVideo("--video-pipeline", VideoInput::Kind::kPipeline, texts.videoPipelines, options);
     readIceServers(texts, options);
+    checkOrigins(options);
     options.calls.session.trickleIce = !texts.noTrickle;
     makeRecordDir(options);
 }

@@ -5,6 +5,7 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "call/call_registry.h"
 #include "media/media_hub.h"
@@ -17,6 +18,7 @@ struct Options {
     std::array<VideoInput, kVideoStreams> video;
     std::string audioFile; /**< empty for the tone pattern */
     CallSettings calls;
+    std::vector<std::string> allowedOrigins; /**< sites whose pages may use WHEP, as in "https://example.com" */
     int logLevel = 3;
     std::string logFile; /**< empty for standard error */
 };

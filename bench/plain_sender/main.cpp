@@ -21,9 +21,11 @@
 namespace {
 
 using nlohmann::json;
+using zelrtc::camera::Request;
+using zelrtc::camera::Response;
 
-constexpr size_t kHttpThreads = 208;
-const char kCallPath[] = R"(/calls/(\d+))";
+// Each call has three connections, from one address; so many calls at the same time are compared.
+constexpr size_t kMostConnections = 64 * 3 + 32;
 
 class Sender {
 public:
@@ -41,21 +43,21 @@ public:
         return {{"id", newestId_}, {"trickle", true}, {"answer", answer}};
     }
 
-    std::shared_ptr<zelrtc::bench::PlainPeer> find(const httplib::Request& request) {
+    std::shared_ptr<zelrtc::bench::PlainPeer> find(const Request& request) {
         const std::lock_guard<std::mutex> lock(mutex_);
-        const auto found = peers_.find(std::stoi(request.matches[1]));
+        const auto found = peers_.find(std::stoi(request.variables.at(0)));
         if (found == peers_.end()) {
             throw zelrtc::camera::HttpError(404, "there is no such call");
         }
         return found->second;
     }
 
-    void end(const httplib::Request& request) {
+    void end(const Request& request) {
         const std::shared_ptr<zelrtc::bench::PlainPeer> peer = find(request);
         hub_->detach(peer);
         peer->events()->append("ended", R"({"reason":"the viewer hung up"})");
         const std::lock_guard<std::mutex> lock(mutex_);
-        peers_.erase(std::stoi(request.matches[1]));
+        peers_.erase(std::stoi(request.variables.at(0)));
     }
 
     size_t calls() {
@@ -71,32 +73,46 @@ private:
     int newestId_ = 0;
 };
 
+Response jsonResponse(int status, const json& body) {
+    Response response;
+    response.status = status;
+    response.type = "application/json";
+    response.body = body.dump();
+    return response;
+}
+
+Response emptyResponse() {
+    Response response;
+    response.status = 204;
+    return response;
+}
+
 void addRoutes(zelrtc::camera::HttpServer* server, Sender* sender) {
-    const std::string call = kCallPath;
-    server->route("POST", "/calls", [sender](const httplib::Request& request, httplib::Response& response) {
+    using zelrtc::camera::kOpen;
+    server->route("POST", {"calls"}, [sender](const Request& request) {
         const json placed = sender->place(request.body);
-        response.status = 201;
-        response.set_header("Location", "/calls/" + placed["id"].dump());
-        response.set_content(placed.dump(), "application/json");
+        Response response = jsonResponse(201, placed);
+        response.headers.push_back({"Location", "/calls/" + placed["id"].dump()});
+        return response;
     });
-    server->route("GET", call + "/events", [sender](const httplib::Request& request, httplib::Response& response) {
-        zelrtc::camera::streamEvents(sender->find(request)->events(), request, response);
+    server->route("GET", {"calls", kOpen, "events"}, [sender](const Request& request) {
+        return zelrtc::camera::streamEvents(sender->find(request)->events(), request);
     });
-    server->route("POST", call + "/candidates", [sender](const httplib::Request& request, httplib::Response& response) {
+    server->route("POST", {"calls", kOpen, "candidates"}, [sender](const Request& request) {
         const json candidate = json::parse(request.body);
         sender->find(request)->addCandidate(candidate.at("sdpMLineIndex"), candidate.at("candidate"));
-        response.status = 204;
+        return emptyResponse();
     });
-    server->route("DELETE", call, [sender](const httplib::Request& request, httplib::Response& response) {
+    server->route("DELETE", {"calls", kOpen}, [sender](const Request& request) {
         sender->end(request);
-        response.status = 204;
+        return emptyResponse();
     });
-    server->route("GET", "/health", [sender](const httplib::Request&, httplib::Response& response) {
+    server->route("GET", {"health"}, [sender](const Request&) {
         json health{{"status", "ok"}, {"calls", sender->calls()}};
         if (const auto bytes = zelrtc::camera::heapBytes()) {
             health["heapBytes"] = *bytes;
         }
-        response.set_content(health.dump(), "application/json");
+        return jsonResponse(200, health);
     });
 }
 
@@ -109,7 +125,9 @@ void serve(const std::string& videoFile) {
     }
     zelrtc::camera::MediaHub hub(inputs, zelrtc::camera::tonePattern());
     Sender sender(&hub, kStream);
-    zelrtc::camera::HttpServer server(kHttpThreads);
+    zelrtc::camera::HttpSettings settings;
+    settings.limits.connections = settings.limits.connectionsPerAddress = kMostConnections;
+    zelrtc::camera::HttpServer server(settings);
     addRoutes(&server, &sender);
     const int port = server.bind("127.0.0.1", 0);
 

@@ -14,15 +14,16 @@ const PICTURE_LIMIT_MS = 20000;
 const CAMERA_TONE_HERTZ = 440;
 const LEAST_FRAMES = 30;
 
-function withCameraAndFirefox(preferences, test) {
-  return withCamera(async (camera) => {
+function withCameraAndFirefox(preferences, test, ...cameraFlags) {
+  const withFirefox = async (camera) => {
     const firefox = await Firefox.start(preferences);
     try {
       await test(camera, firefox);
     } finally {
       await firefox.close();
     }
-  });
+  };
+  return withCamera(withFirefox, ...cameraFlags);
 }
 
 async function seesAndHears(viewer) {
@@ -63,12 +64,13 @@ async function playsOnAnotherSite(camera, firefox, site) {
 }
 
 test('Firefox with H.264 sees, hears and is heard, and plays the camera on another site', () =>
-  withPlayerSite((site) =>
-    withCameraAndFirefox(PLATFORM_H264, async (camera, firefox) => {
+  withPlayerSite((site) => {
+    const everywhere = async (camera, firefox) => {
       await callsFromItsPage(camera, firefox);
       await playsOnAnotherSite(camera, firefox, site);
-    }),
-  ));
+    };
+    return withCameraAndFirefox(PLATFORM_H264, everywhere, '--allow-origin', new URL(site).origin);
+  }));
 
 test('Firefox without H.264 is told why there is no picture', () =>
   withCameraAndFirefox({}, async (camera, firefox) => {

@@ -14,15 +14,17 @@ const SDP = 'application/sdp';
 const FRAGMENT = 'application/trickle-ice-sdpfrag';
 
 /** Runs `test(camera, viewer)` with the player's page in a tab. */
-function withPlayer(test) {
-  return withPlayerSite((site) =>
-    withCameraAndBrowser(async (camera, context) => {
+function withPlayer(test, { isAllowed = true } = {}) {
+  return withPlayerSite((site) => {
+    const { origin } = new URL(site);
+    const onItsPage = async (camera, context) => {
       const page = await context.newPage();
       await page.goto(site);
-      assert.notEqual(new URL(site).origin, camera.url);
+      assert.notEqual(origin, camera.url);
       await test(camera, new ViewerPage(page));
-    }),
-  );
+    };
+    return withCameraAndBrowser(onItsPage, ...(isAllowed ? ['--allow-origin', origin] : []));
+  });
 }
 
 /** Makes the player play; returns the address of its session in the camera. */
@@ -99,6 +101,39 @@ test('another site can read all that a WHEP player needs to know', () =>
     assert.equal(ended.status, 200);
   }));
 
+test('a site that the camera was not told of can neither call nor read anything', () =>
+  withPlayer(
+    async (camera, viewer) => {
+      const wishes = [
+        { path: '/', options: {} },
+        { path: '/health', options: {} },
+        { path: '/calls', options: {} },
+        { path: '/whep', options: { method: 'POST', headers: { 'Content-Type': SDP }, body: 'v=0' } },
+        { path: '/calls', options: { method: 'POST', headers: { 'Content-Type': 'application/json' }, body: '{}' } },
+      ];
+      for (const { path, options } of wishes) {
+        await assert.rejects(ask(viewer, camera.url + path, options), /Failed to fetch/, path);
+        const unread = { ...options, mode: 'no-cors', headers: {} };
+        assert.equal((await ask(viewer, camera.url + path, unread)).status, 0, path);
+      }
+      assert.equal((await camera.get('/health')).calls, 0);
+    },
+    { isAllowed: false },
+  ));
+
+test('no page can show the camera in a frame', () =>
+  withPlayer(async (camera, viewer) => {
+    await viewer.page.evaluate(async (url) => {
+      const frame = document.createElement('iframe');
+      const loaded = new Promise((resolve) => frame.addEventListener('load', resolve));
+      frame.src = url;
+      document.body.append(frame);
+      await loaded;
+    }, `${camera.url}/`);
+    const inside = viewer.page.frames().find((frame) => frame !== viewer.page.mainFrame());
+    assert.equal(await inside.locator('#call').count(), 0);
+  }));
+
 const MISTAKES = [
   { name: 'an offer as JSON', status: 415, method: 'POST', at: 'endpoint', type: 'application/json', body: '{}' },
   { name: 'a type that only begins like SDP', status: 415, method: 'POST', at: 'endpoint', type: 'application/sdpx', body: 'v=0' },
@@ -110,7 +145,7 @@ const MISTAKES = [
   { name: 'an offer to the session', status: 405, method: 'POST', at: 'session', type: SDP, body: 'v=0', allow: 'OPTIONS, PATCH, DELETE' },
   { name: 'candidates as SDP', status: 415, method: 'PATCH', at: 'session', type: SDP, body: 'v=0' },
   { name: 'candidates of another ICE session', status: 412, method: 'PATCH', at: 'session', type: FRAGMENT, body: 'a=end-of-candidates', match: '"another"' },
-  { name: 'candidates of unknown length', status: 400, method: 'PATCH', at: 'session', type: FRAGMENT },
+  { name: 'no candidates at all', status: 400, method: 'PATCH', at: 'session', type: FRAGMENT },
   { name: 'an ICE restart', status: 501, method: 'PATCH', at: 'session', type: FRAGMENT, body: 'a=ice-ufrag:new', match: '*' },
 ];
 

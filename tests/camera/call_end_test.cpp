@@ -106,7 +106,7 @@ protected:
     }
 
     std::vector<Event> eventsOf(int id) {
-        return calls_.eventsOf(id)->next(0, 0ms).events;
+        return calls_.eventsOf(id)->after(0).events;
     }
 
     Gate release_;

@@ -60,6 +60,11 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{"--ice-server http://example.org", "does not begin with stun:, turn: or turns:"},
         Mistake{"--ice-server turn:192.0.2.1:3478", "needs a user and a credential"},
         Mistake{"--ice-server turn:192.0.2.1:3478,user", "has a user but no credential"},
+        Mistake{"--allow-origin example.com", "is not http://HOST[:PORT]"},
+        Mistake{"--allow-origin https://example.com/", "is not http://HOST[:PORT]"},
+        Mistake{"--allow-origin '*'", "is not http://HOST[:PORT]"},
+        Mistake{"--allow-origin https://Example.com", "is not http://HOST[:PORT]"},
+        Mistake{"--allow-origin ftp://example.com", "is not http://HOST[:PORT]"},
         Mistake{"--record-dir /dev/null", "is no directory"}, Mistake{"--max-calls 0", "not in range"},
         Mistake{"--max-calls many", "--max-calls"}, Mistake{"--log-level 9", "not in range"},
         Mistake{"--log-file /dev/null/log --listen 127.0.0.1:0", "log file cannot be opened"}));
@@ -67,9 +72,9 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(CameraOptionsTest, HelpNamesEveryOptionAndSucceeds) {
     const Outcome outcome = runCamera("--help");
     EXPECT_EQ(outcome.exitStatus, 0);
-    for (const char* option : {"--listen", "--all-addresses", "--video-file", "--video-pipeline", "--audio-file",
-                               "--ice-server", "--relay-only", "--no-trickle", "--assistant-call", "--record-dir",
-                               "--max-calls", "--log-level", "--log-file"}) {
+    for (const char* option : {"--listen", "--all-addresses", "--allow-origin", "--video-file", "--video-pipeline",
+                               "--audio-file", "--ice-server", "--relay-only", "--no-trickle", "--assistant-call",
+                               "--record-dir", "--max-calls", "--log-level", "--log-file"}) {
         EXPECT_THAT(outcome.output, HasSubstr(option));
     }
 }

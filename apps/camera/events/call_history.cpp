@@ -1,5 +1,7 @@
 #include "events/call_history.h"
 
+#include <utility>
+
 namespace zelrtc::camera {
 
 void CallHistory::append(const std::string& name, const std::string& data) {
@@ -27,24 +29,40 @@ uint64_t CallHistory::store(const std::string& name, const std::string& data) {
     }
     ++newest_;
     events_.emplace(newest_, Event{newest_, name, data});
-    changed_.notify_all();
+    tellReaders();
     return newest_;
 }
 
 void CallHistory::close() {
     const std::lock_guard<std::mutex> lock(mutex_);
     closed_ = true;
-    changed_.notify_all();
+    tellReaders();
 }
 
-CallHistory::Batch CallHistory::next(uint64_t after, std::chrono::milliseconds limit) {
-    std::unique_lock<std::mutex> lock(mutex_);
-    changed_.wait_for(lock, limit, [&] { return closed_ || newest_ > after; });
+void CallHistory::tellReaders() {
+    for (const auto& reader : readers_) {
+        reader.second();
+    }
+}
+
+CallHistory::Batch CallHistory::after(uint64_t seen) {
+    const std::lock_guard<std::mutex> lock(mutex_);
     Batch batch{{}, closed_};
-    for (auto event = events_.upper_bound(after); event != events_.end(); ++event) {
+    for (auto event = events_.upper_bound(seen); event != events_.end(); ++event) {
         batch.events.push_back(event->second);
     }
     return batch;
+}
+
+uint64_t CallHistory::subscribe(std::function<void()> tell) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    readers_.emplace(++newestReader_, std::move(tell));
+    return newestReader_;
+}
+
+void CallHistory::unsubscribe(uint64_t subscription) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    readers_.erase(subscription);
 }
 
 }  // namespace zelrtc::camera

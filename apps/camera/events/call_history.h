@@ -2,11 +2,10 @@
 #ifndef APPS_CAMERA_EVENTS_CALL_HISTORY_H
 #define APPS_CAMERA_EVENTS_CALL_HISTORY_H
 
-#include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -23,7 +22,7 @@ struct Event {
 
 /**
  * The events of one call from its beginning. Readers ask for what came after the last event that they have seen, so a
- * slow reader costs nothing and a late one misses nothing. Any thread; no operation blocks but next.
+ * slow reader costs nothing and a late one misses nothing. Any thread; no operation blocks.
  */
 class CallHistory {
 public:
@@ -33,7 +32,7 @@ public:
     /** Keeps an event until `keep` newer ones of the same name have been appended: for what comes without end. */
     void appendPassing(const std::string& name, const std::string& data, size_t keep);
 
-    /** Closes the history: later appends are ignored, waiting readers wake. May be repeated. */
+    /** Closes the history: later appends are ignored, readers are told. May be repeated. */
     void close();
 
     /** What a reader gets. */
@@ -42,20 +41,28 @@ public:
         bool last; /**< the history is closed and these are its final events */
     };
 
+    /** The events after the one with this id, if there are any. @param seen 0 for all that is kept */
+    Batch after(uint64_t seen);
+
     /**
-     * The events after the one with the id `after`, waiting for one when there is none yet.
-     * @param after 0 for all that is kept
-     * @param limit how long to wait at the most; the batch is then empty
+     * Has a reader told whenever there is something new, or the history has been closed.
+     * @param tell called on the thread that appends; returns at once and does not call back
+     * @return the name to unsubscribe with
      */
-    Batch next(uint64_t after, std::chrono::milliseconds limit);
+    uint64_t subscribe(std::function<void()> tell);
+
+    /** Ends a subscription; the reader is not being told any more when this returns. */
+    void unsubscribe(uint64_t subscription);
 
 private:
     uint64_t store(const std::string& name, const std::string& data);
+    void tellReaders();
 
     std::mutex mutex_;
-    std::condition_variable changed_;
     std::map<uint64_t, Event> events_;
     std::map<std::string, std::deque<uint64_t>> passing_;
+    std::map<uint64_t, std::function<void()>> readers_;
+    uint64_t newestReader_ = 0;
     uint64_t newest_ = 0;
     bool closed_ = false;
 };

@@ -1,73 +1,62 @@
-/** @file http_server.h The camera's HTTP interface: which request goes where, and how errors look. */
+/** @file http_server.h An HTTP server that can be left running on a network one does not own. */
 #ifndef APPS_CAMERA_HTTP_HTTP_SERVER_H
 #define APPS_CAMERA_HTTP_HTTP_SERVER_H
 
-#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "http/http_library.h"
+#include "http/dispatcher.h"
+#include "http/http_settings.h"
+#include "http/router.h"
 
 namespace zelrtc::camera {
 
-/** In the pattern of a route: any number. */
-#define CAMERA_PATH_NUMBER R"((\d+))"
+class ServerLoop;
 
 /**
- * Serves until it is stopped. Handlers throw HttpError; whatever goes wrong is answered with a problem document
- * (application/problem+json).
+ * Serves until it is stopped. Whatever a handler or a guard refuses is answered with a problem document
+ * (application/problem+json). What is no HTTP, or too much of it to be taken apart, gets a bare 400, 414 or 431. Bodies
+ * come complete, in plain; ranges are ignored.
  */
 class HttpServer {
 public:
-    /** Handles one request; the numbers of the path are in request.matches. */
-    using Handler = httplib::Server::Handler;
+    explicit HttpServer(const HttpSettings& settings = {});
+    ~HttpServer();
+    HttpServer(const HttpServer&) = delete;
+    HttpServer& operator=(const HttpServer&) = delete;
 
-    /** @param mostThreads how many connections are served at the same time */
-    explicit HttpServer(size_t mostThreads);
+    /** Adds a check that every request has to pass, in the order of adding. Before listen. */
+    void guard(Guard guard);
 
-    /**
-     * Adds a route. Before listen.
-     * @param method  "GET", "POST", "PATCH", "DELETE" or "OPTIONS"
-     * @param pattern a path in which CAMERA_PATH_NUMBER stands for a number
-     */
-    void route(const std::string& method, const std::string& pattern, const Handler& handler);
+    /** Adds a route. @param guards further checks that its requests have to pass. Before listen. */
+    void route(const std::string& method, const Path& path, Handler handler, std::vector<Guard> guards = {});
 
-    /** Sets what runs on every response before it is sent, also on errors that no handler made. Before listen. */
-    void finishResponsesWith(const Handler& handler);
+    /** Sets what runs on every response before it is sent, also on refusals that no handler made. Before listen. */
+    void finishResponsesWith(Finisher finisher);
 
     /**
-     * Takes the address.
+     * Takes the address. Clients may connect from now on.
      * @param port 0 for a free one
      * @return the port
-     * @throw std::runtime_error with a sentence for the user when the address cannot be had
+     * @throw std::runtime_error with a sentence for the user when the address cannot be had or the certificate is none
      */
     int bind(const std::string& host, int port);
 
-    /** Serves on the calling thread until stop. */
+    /** Serves on the calling thread until stop. After bind. */
     void listen();
 
-    /** Returns when listen, on another thread, can be stopped. */
-    void waitUntilServing() const;
-
-    /** Makes listen return, after the responses to the requests that have been read. Any thread. */
+    /**
+     * Makes listen return: requests that are complete get their responses, event streams end, all other connections are
+     * closed at once. Any thread, also before listen; after bind.
+     */
     void stop();
 
 private:
-    struct Route {
-        std::string method;
-        std::string pattern;
-    };
-
-    std::vector<std::string> methodsFor(const std::string& path) const;
-    void completeError(const httplib::Request& request, httplib::Response& response) const;
-
-    httplib::Server server_;
-    std::vector<Route> routes_;
-    int port_ = 0;
+    const HttpSettings settings_;
+    Dispatcher dispatcher_;
+    std::unique_ptr<ServerLoop> loop_;
 };
-
-/** Fills a response with a problem document. */
-void respondWithProblem(httplib::Response& response, int status, const std::string& detail);
 
 }  // namespace zelrtc::camera
 

@@ -9,11 +9,25 @@ namespace zelrtc::camera {
 namespace {
 
 constexpr size_t kKeptWhenIdle = 2;
-constexpr auto kIdleLimit = std::chrono::seconds(2);
+constexpr std::chrono::seconds kIdleLimit(2);
 
 }  // namespace
 
 WorkerPool::WorkerPool(size_t most) : most_(most) {
+}
+
+WorkerPool::~WorkerPool() {
+    std::map<std::thread::id, std::thread> threads;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        isShutDown_ = true;
+        joinEnded();
+        threads.swap(threads_);
+    }
+    jobArrived_.notify_all();
+    for (auto& entry : threads) {
+        entry.second.join();
+    }
 }
 
 void WorkerPool::enqueue(std::function<void()> job) {
@@ -64,20 +78,6 @@ bool WorkerPool::waitForJob(std::unique_lock<std::mutex>& lock) {
     }
     --idle_;
     return !jobs_.empty();
-}
-
-void WorkerPool::shutdown() {
-    std::map<std::thread::id, std::thread> threads;
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        isShutDown_ = true;
-        joinEnded();
-        threads.swap(threads_);
-    }
-    jobArrived_.notify_all();
-    for (auto& entry : threads) {
-        entry.second.join();
-    }
 }
 
 }  // namespace zelrtc::camera

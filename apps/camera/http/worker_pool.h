@@ -1,4 +1,4 @@
-/** @file worker_pool.h Threads for HTTP connections: as many as are busy, few when nothing happens. */
+/** @file worker_pool.h Threads for handlers: as many as are busy, few when nothing happens. */
 #ifndef APPS_CAMERA_HTTP_WORKER_POOL_H
 #define APPS_CAMERA_HTTP_WORKER_POOL_H
 
@@ -11,24 +11,21 @@
 #include <thread>
 #include <vector>
 
-#include "http/http_library.h"
-
 namespace zelrtc::camera {
 
-/**
- * Every connection occupies a thread while it lasts, and event streams last as long as their calls: a pool of fixed
- * size would be too large for a quiet camera or too small for a busy one.
- */
-class WorkerPool : public httplib::TaskQueue {
+/** A bounded pool that grows when jobs wait and shrinks when they do not. Any thread. */
+class WorkerPool {
 public:
-    /** @param most threads; connections beyond wait for a free one */
+    /** @param most threads; jobs beyond wait for a free one */
     explicit WorkerPool(size_t most);
-    ~WorkerPool() override = default;
 
-    void enqueue(std::function<void()> job) override;
+    /** Waits until all jobs have run. */
+    ~WorkerPool();
+    WorkerPool(const WorkerPool&) = delete;
+    WorkerPool& operator=(const WorkerPool&) = delete;
 
-    /** Waits until all jobs have run and all threads have ended. */
-    void shutdown() override;
+    /** Runs a job as soon as a thread is free. @param job throws nothing */
+    void enqueue(std::function<void()> job);
 
 private:
     void startThread();

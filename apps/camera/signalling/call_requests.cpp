@@ -1,6 +1,7 @@
 #include "signalling/call_requests.h"
 
 #include <charconv>
+#include <utility>
 
 #include "call/call_error.h"
 #include "http/http_error.h"
@@ -27,21 +28,24 @@ HttpError httpErrorOf(const CallError& error) {
 
 }  // namespace
 
-void addCallRoute(HttpServer& server, const std::string& method, const std::string& pattern,
-                  const HttpServer::Handler& handler) {
-    server.route(method, pattern, [handler](const httplib::Request& request, httplib::Response& response) {
+void addCallRoute(HttpServer& server, const std::string& method, const Path& path, const Handler& handler,
+                  std::vector<Guard> guards) {
+    const Handler translated = [handler](const Request& request) {
         try {
-            handler(request, response);
+            return handler(request);
         } catch (const CallError& error) {
             throw httpErrorOf(error);
         }
-    });
+    };
+    server.route(method, path, translated, std::move(guards));
 }
 
-int callIdIn(const httplib::Request& request) {
-    const std::string text = request.matches[1];
+int callIdIn(const Request& request) {
+    const std::string& text = request.variables.at(0);
+    const char* const end = text.data() + text.size();
     int id = 0;
-    if (std::from_chars(text.data(), text.data() + text.size(), id).ec != std::errc()) {
+    const auto read = std::from_chars(text.data(), end, id);
+    if (read.ec != std::errc() || read.ptr != end) {
         throw HttpError(404, "there is no call " + text);
     }
     return id;

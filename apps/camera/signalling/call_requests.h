@@ -3,6 +3,7 @@
 #define APPS_CAMERA_SIGNALLING_CALL_REQUESTS_H
 
 #include <string>
+#include <vector>
 
 #include "call/call_registry.h"
 #include "http/http_server.h"
@@ -10,11 +11,11 @@
 namespace zelrtc::camera {
 
 /** Adds a route whose handler may throw CallError, which the client is told as an HTTP error. Before listen. */
-void addCallRoute(HttpServer& server, const std::string& method, const std::string& pattern,
-                  const HttpServer::Handler& handler);
+void addCallRoute(HttpServer& server, const std::string& method, const Path& path, const Handler& handler,
+                  std::vector<Guard> guards = {});
 
-/** The number in the path of a request. @throw HttpError 404 when it is too large to be a call's */
-int callIdIn(const httplib::Request& request);
+/** The call that the path of a request names. @throw HttpError 404 when it can be no call's */
+int callIdIn(const Request& request);
 
 /** Waits for a call's answer; a call without one is ended. @throw HttpError 504 or 503 */
 std::string answerOf(Call& call, CallRegistry& calls);

@@ -7,42 +7,68 @@
 #include "signalling/call_requests.h"
 #include "signalling/event_stream.h"
 #include "signalling/offer_check.h"
+#include "signalling/page_policy.h"
 #include "signalling/viewer_page.h"
 
 namespace zelrtc::camera {
 
 namespace {
 
-using httplib::Request;
-using httplib::Response;
 using nlohmann::json;
-void respond(Response& response, int status, const json& body) {
+Response jsonResponse(int status, const json& body) {
+    Response response;
     response.status = status;
-    response.set_header("Cache-Control", "no-store");
-    response.set_content(body.dump(-1, ' ', false, json::error_handler_t::replace), "application/json");
+    response.type = "application/json";
+    response.body = body.dump(-1, ' ', false, json::error_handler_t::replace);
+    response.headers.push_back({"Cache-Control", "no-store"});
+    return response;
+}
+
+Response emptyResponse() {
+    Response response;
+    response.status = 204;
+    return response;
+}
+
+Response pageResponse() {
+    static const std::string policy = pagePolicy(kPage);
+    Response response;
+    response.type = "text/html; charset=utf-8";
+    response.body = kPage;
+    response.headers = {{"Cache-Control", "no-cache"},
+                        {"Content-Security-Policy", policy},
+                        {"X-Content-Type-Options", "nosniff"},
+                        {"Referrer-Policy", "no-referrer"}};
+    return response;
+}
+
+// One that no page may send to another site without the browser asking there first.
+std::optional<Response> mustBeJson(const Request& request) {
+    return requireMediaType(request, "application/json");
 }
 
 std::optional<bool> trickleWish(const Request& request) {
-    if (!request.has_param("trickle")) {
+    const auto value = request.parameter("trickle");
+    if (!value) {
         return std::nullopt;
     }
-    const std::string value = request.get_param_value("trickle");
     if (value != "0" && value != "1") {
         throw HttpError(400, "trickle is neither 0 nor 1");
     }
     return value == "1";
 }
 
-void placeCall(const Request& request, Response& response, CallRegistry& calls) {
+Response placeCall(const Request& request, CallRegistry& calls) {
     checkOffer(request.body);
     const auto call = calls.place(request.body, trickleWish(request));
     const std::string answer = answerOf(*call, calls);
-    response.set_header("Location", "/calls/" + std::to_string(call->id()));
-    respond(response, 201,
-            {{"id", call->id()}, {"trickle", call->isTrickle()}, {"answer", json::parse(answer, nullptr, false)}});
+    Response response = jsonResponse(
+        201, {{"id", call->id()}, {"trickle", call->isTrickle()}, {"answer", json::parse(answer, nullptr, false)}});
+    response.headers.push_back({"Location", "/calls/" + std::to_string(call->id())});
+    return response;
 }
 
-void listCalls(Response& response, CallRegistry& calls) {
+Response listCalls(CallRegistry& calls) {
     json list = json::array();
     for (const auto& call : calls.all()) {
         const CallSummary summary = call->summary();
@@ -53,7 +79,7 @@ void listCalls(Response& response, CallRegistry& calls) {
                         {"trickle", summary.trickle},
                         {"seconds", summary.seconds}});
     }
-    respond(response, 200, list);
+    return jsonResponse(200, list);
 }
 
 std::optional<int> videoIn(const json& wish) {
@@ -78,29 +104,29 @@ std::optional<bool> audioIn(const json& wish) {
     return member->get<bool>();
 }
 
-void selectStreams(const Request& request, Response& response, CallRegistry& calls) {
+Response selectStreams(const Request& request, CallRegistry& calls) {
     const auto call = calls.find(callIdIn(request));
     const json wish = json::parse(request.body, nullptr, false);
     if (!wish.is_object()) {
         throw HttpError(400, "the body is not a JSON object such as {\"video\":2,\"audio\":false}");
     }
     const Selection selection = call->select(videoIn(wish), audioIn(wish));
-    respond(response, 200, {{"video", selection.video}, {"audio", selection.audio}});
+    return jsonResponse(200, {{"video", selection.video}, {"audio", selection.audio}});
 }
 
-void addCandidate(const Request& request, Response& response, CallRegistry& calls) {
+Response addCandidate(const Request& request, CallRegistry& calls) {
     const auto call = calls.find(callIdIn(request));
     checkCandidate(request.body);
     call->addCandidate(request.body);
-    response.status = 204;
+    return emptyResponse();
 }
 
-void endCall(const Request& request, Response& response, CallRegistry& calls) {
+Response endCall(const Request& request, CallRegistry& calls) {
     calls.end(callIdIn(request), "the viewer hung up");
-    response.status = 204;
+    return emptyResponse();
 }
 
-void tellHealth(Response& response, CallRegistry& calls, const MediaHub& hub) {
+Response tellHealth(CallRegistry& calls, const MediaHub& hub) {
     json health{{"status", "ok"},
                 {"calls", calls.held()},
                 {"descriptors", openDescriptors()},
@@ -109,30 +135,24 @@ void tellHealth(Response& response, CallRegistry& calls, const MediaHub& hub) {
     if (const auto inUse = heapBytes()) {
         health["heapBytes"] = *inUse;
     }
-    respond(response, 200, health);
+    return jsonResponse(200, health);
 }
 
 }  // namespace
 
 void addCallRoutes(HttpServer& server, CallRegistry& calls, const MediaHub& hub) {
-    server.route("GET", "/", [](const Request&, Response& response) {
-        response.set_header("Cache-Control", "no-cache");
-        response.set_content(kPage.data(), kPage.size(), "text/html; charset=utf-8");
-    });
-    server.route("GET", "/health", [&](const Request&, Response& response) { tellHealth(response, calls, hub); });
-    addCallRoute(server, "GET", "/calls", [&](const Request&, Response& response) { listCalls(response, calls); });
-    addCallRoute(server, "POST", "/calls",
-                 [&](const Request& request, Response& response) { placeCall(request, response, calls); });
-    addCallRoute(server, "DELETE", "/calls/" CAMERA_PATH_NUMBER,
-                 [&](const Request& request, Response& response) { endCall(request, response, calls); });
-    addCallRoute(server, "GET", "/calls/" CAMERA_PATH_NUMBER "/events",
-                 [&](const Request& request, Response& response) {
-                     streamEvents(calls.eventsOf(callIdIn(request)), request, response);
-                 });
-    addCallRoute(server, "POST", "/calls/" CAMERA_PATH_NUMBER "/candidates",
-                 [&](const Request& request, Response& response) { addCandidate(request, response, calls); });
-    addCallRoute(server, "POST", "/calls/" CAMERA_PATH_NUMBER "/streams",
-                 [&](const Request& request, Response& response) { selectStreams(request, response, calls); });
+    server.route("GET", {}, [](const Request&) { return pageResponse(); });
+    server.route("GET", {"health"}, [&](const Request&) { return tellHealth(calls, hub); });
+    addCallRoute(server, "GET", {"calls"}, [&](const Request&) { return listCalls(calls); });
+    addCallRoute(server, "POST", {"calls"}, [&](const Request& request) { return placeCall(request, calls); },
+                 {mustBeJson});
+    addCallRoute(server, "DELETE", {"calls", kOpen}, [&](const Request& request) { return endCall(request, calls); });
+    addCallRoute(server, "GET", {"calls", kOpen, "events"},
+                 [&](const Request& request) { return streamEvents(calls.eventsOf(callIdIn(request)), request); });
+    addCallRoute(server, "POST", {"calls", kOpen, "candidates"},
+                 [&](const Request& request) { return addCandidate(request, calls); }, {mustBeJson});
+    addCallRoute(server, "POST", {"calls", kOpen, "streams"},
+                 [&](const Request& request) { return selectStreams(request, calls); }, {mustBeJson});
 }
 
 }  // namespace zelrtc::camera

@@ -1,20 +1,14 @@
 #include "signalling/event_stream.h"
 
 #include <charconv>
-#include <chrono>
+#include <utility>
 
 namespace zelrtc::camera {
 
 namespace {
 
-using namespace std::chrono_literals;
-
-// Short, so that a stopping server need not wait for quiet streams.
-constexpr auto kWait = 500ms;
-constexpr int kQuietWaits = 10;
-
-uint64_t lastSeenBy(const httplib::Request& request) {
-    const std::string text = request.get_header_value("Last-Event-ID");
+uint64_t lastSeenBy(const Request& request) {
+    const std::string text = request.header("last-event-id").value_or("");
     uint64_t id = 0;
     std::from_chars(text.data(), text.data() + text.size(), id);
     return id;
@@ -25,53 +19,44 @@ std::string streamForm(const Event& event) {
 }
 
 // One reader's place in a call's events.
-class Reader {
+class Reader : public EventSource {
 public:
     Reader(std::shared_ptr<CallHistory> events, uint64_t seen) : events_(std::move(events)), seen_(seen) {
     }
+    Reader(const Reader&) = delete;
+    Reader& operator=(const Reader&) = delete;
 
-    // Sends what there is; false when the client is gone.
-    bool send(httplib::DataSink& sink) {
-        const CallHistory::Batch batch = events_->next(seen_, kWait);
-        std::string text;
+    ~Reader() override {
+        events_->unsubscribe(subscription_);
+    }
+
+    void wakeWith(std::function<void()> wake) override {
+        subscription_ = events_->subscribe(std::move(wake));
+    }
+
+    bool read(std::string& text) override {
+        const CallHistory::Batch batch = events_->after(seen_);
         for (const Event& event : batch.events) {
             text += streamForm(event);
             seen_ = event.id;
         }
-        text += sign(text.empty());
-        if (!text.empty() && !sink.write(text.data(), text.size())) {
-            return false;
-        }
-        if (batch.last) {
-            sink.done();
-        }
-        return true;
+        return !batch.last;
     }
 
 private:
-    // A comment now and then: only writing shows that a client has vanished.
-    std::string sign(bool isQuiet) {
-        quiet_ = isQuiet ? quiet_ + 1 : 0;
-        if (quiet_ < kQuietWaits) {
-            return {};
-        }
-        quiet_ = 0;
-        return ": still here\n\n";
-    }
-
-    std::shared_ptr<CallHistory> events_;
+    const std::shared_ptr<CallHistory> events_;
     uint64_t seen_;
-    int quiet_ = 0;
+    uint64_t subscription_ = 0;
 };
 
 }  // namespace
 
-void streamEvents(const std::shared_ptr<CallHistory>& events, const httplib::Request& request,
-                  httplib::Response& response) {
-    const auto reader = std::make_shared<Reader>(events, lastSeenBy(request));
-    response.set_header("Cache-Control", "no-store");
-    response.set_chunked_content_provider("text/event-stream",
-                                          [reader](size_t, httplib::DataSink& sink) { return reader->send(sink); });
+Response streamEvents(const std::shared_ptr<CallHistory>& events, const Request& request) {
+    Response response;
+    response.type = "text/event-stream";
+    response.headers.push_back({"Cache-Control", "no-store"});
+    response.events = std::make_shared<Reader>(events, lastSeenBy(request));
+    return response;
 }
 
 }  // namespace zelrtc::camera

@@ -5,16 +5,16 @@
 #include <memory>
 
 #include "events/call_history.h"
-#include "http/http_library.h"
+#include "http/request.h"
+#include "http/response.h"
 
 namespace zelrtc::camera {
 
 /**
- * Makes the response a stream of all events from the beginning, or of those after the client's Last-Event-ID. It ends
- * with the call, or as soon as the client is gone.
+ * A stream of all events from the beginning, or of those after the client's Last-Event-ID. It ends with the call, or as
+ * soon as the client is gone.
  */
-void streamEvents(const std::shared_ptr<CallHistory>& events, const httplib::Request& request,
-                  httplib::Response& response);
+Response streamEvents(const std::shared_ptr<CallHistory>& events, const Request& request);
 
 }  // namespace zelrtc::camera
 

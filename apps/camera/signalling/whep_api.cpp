@@ -1,7 +1,6 @@
 #include "signalling/whep_api.h"
 
 #include "http/http_error.h"
-#include "http/letter_case.h"
 #include "signalling/call_requests.h"
 #include "signalling/offer_check.h"
 #include "signalling/trickle_fragment.h"
@@ -10,23 +9,12 @@ namespace zelrtc::camera {
 
 namespace {
 
-using httplib::Request;
-using httplib::Response;
-
-constexpr const char* kEndpoint = "/whep";
+constexpr const char* kEndpoint = "whep";
 constexpr const char* kSdp = "application/sdp";
 constexpr const char* kFragment = "application/trickle-ice-sdpfrag";
 
-// Without its parameters, in lower case.
-std::string mediaTypeOf(const Request& request) {
-    const std::string header = request.get_header_value("Content-Type");
-    return lowerCase(header.substr(0, header.find_first_of("; \t")));
-}
-
-void requireType(const Request& request, const std::string& type) {
-    if (mediaTypeOf(request) != type) {
-        throw HttpError(415, "the body must be " + type);
-    }
+Guard mustBe(const char* type) {
+    return [type](const Request& request) { return requireMediaType(request, type); };
 }
 
 std::string tagOf(int id) {
@@ -35,7 +23,7 @@ std::string tagOf(int id) {
 
 // Players that restart ICE ask for any session; those that never read the tag send none and have only this session.
 void requireSession(const Request& request, int id) {
-    const std::string match = request.get_header_value("If-Match");
+    const std::string match = request.header("if-match").value_or("");
     if (match == "*") {
         throw HttpError(501, "ICE restarts are not possible; end the call and place another");
     }
@@ -45,70 +33,81 @@ void requireSession(const Request& request, int id) {
 }
 
 // One complete answer: players need not support trickle, and the rest of the exchange stays optional.
-void place(const Request& request, Response& response, CallRegistry& calls) {
-    requireType(request, kSdp);
+Response place(const Request& request, CallRegistry& calls) {
     const std::string offer = offerFromSdp(request.body);
     checkOffer(offer);
     const auto call = calls.place(offer, false);
     const std::string answer = answerOf(*call, calls);
+    Response response;
     response.status = 201;
-    response.set_header("Location", std::string(kEndpoint) + "/" + std::to_string(call->id()));
-    response.set_header("ETag", tagOf(call->id()));
-    response.set_header("Accept-Patch", kFragment);
-    response.set_content(sdpOfAnswer(answer), kSdp);
+    response.type = kSdp;
+    response.body = sdpOfAnswer(answer);
+    response.headers = {
+        {"Location", "/whep/" + std::to_string(call->id())}, {"ETag", tagOf(call->id())}, {"Accept-Patch", kFragment}};
+    return response;
 }
 
-void trickle(const Request& request, Response& response, CallRegistry& calls) {
+Response trickle(const Request& request, CallRegistry& calls) {
     const int id = callIdIn(request);
     const auto call = calls.find(id);
-    requireType(request, kFragment);
     requireSession(request, id);
+    if (request.body.empty()) {
+        throw HttpError(400, "there is no fragment in the body");
+    }
     for (const std::string& candidate : candidatesOfFragment(request.body)) {
         checkCandidate(candidate);
         call->addCandidate(candidate);
     }
+    Response response;
     response.status = 204;
+    return response;
 }
 
-void hangUp(const Request& request, Response& response, CallRegistry& calls) {
+Response hangUp(const Request& request, CallRegistry& calls) {
     calls.end(callIdIn(request), "the viewer hung up");
-    response.status = 200;
+    return {};
 }
 
 bool isWhep(const std::string& path) {
-    return path == kEndpoint || path.rfind(std::string(kEndpoint) + "/", 0) == 0;
+    const std::string endpoint = "/" + std::string(kEndpoint);
+    return path == endpoint || path.rfind(endpoint + "/", 0) == 0;
 }
 
 // Players run on pages of other sites, which must be able to read why something was refused, too.
-void allowOtherSites(const Request& request, Response& response) {
-    if (isWhep(request.path)) {
-        response.set_header("Access-Control-Allow-Origin", "*");
-        response.set_header("Access-Control-Expose-Headers", "Location, ETag, Accept-Patch, Allow");
-    }
+Finisher readableBy(const std::vector<std::string>& allowedOrigins) {
+    return [allowedOrigins](const Request& request, Response& response) {
+        const auto origin = request.header("origin");
+        if (!origin || !isWhep(request.path) || isFromOtherSite(request, allowedOrigins)) {
+            return;
+        }
+        response.headers.push_back({"Access-Control-Allow-Origin", *origin});
+        response.headers.push_back({"Access-Control-Expose-Headers", "Location, ETag, Accept-Patch, Allow"});
+        response.headers.push_back({"Vary", "Origin"});
+    };
 }
 
-void answerPreflight(Response& response, const char* accepted, const char* type) {
+Response preflightResponse(const char* accepted, const char* type) {
+    Response response;
     response.status = 204;
-    response.set_header("Access-Control-Allow-Methods", "POST, PATCH, DELETE, OPTIONS");
-    response.set_header("Access-Control-Allow-Headers", "Content-Type, If-Match, Authorization");
-    response.set_header(accepted, type);
+    response.headers = {{"Access-Control-Allow-Methods", "POST, PATCH, DELETE, OPTIONS"},
+                        {"Access-Control-Allow-Headers", "Content-Type, If-Match, Authorization"},
+                        {accepted, type}};
+    return response;
 }
 
 }  // namespace
 
-void addWhepRoutes(HttpServer& server, CallRegistry& calls) {
-    const std::string session = std::string(kEndpoint) + "/" CAMERA_PATH_NUMBER;
-    server.route("OPTIONS", kEndpoint,
-                 [](const Request&, Response& response) { answerPreflight(response, "Accept-Post", kSdp); });
-    server.route("OPTIONS", session,
-                 [](const Request&, Response& response) { answerPreflight(response, "Accept-Patch", kFragment); });
-    addCallRoute(server, "POST", kEndpoint,
-                 [&calls](const Request& request, Response& response) { place(request, response, calls); });
-    addCallRoute(server, "PATCH", session,
-                 [&calls](const Request& request, Response& response) { trickle(request, response, calls); });
-    addCallRoute(server, "DELETE", session,
-                 [&calls](const Request& request, Response& response) { hangUp(request, response, calls); });
-    server.finishResponsesWith(allowOtherSites);
+void addWhepRoutes(HttpServer& server, CallRegistry& calls, const std::vector<std::string>& allowedOrigins) {
+    server.route("OPTIONS", {kEndpoint}, [](const Request&) { return preflightResponse("Accept-Post", kSdp); });
+    server.route("OPTIONS", {kEndpoint, kOpen},
+                 [](const Request&) { return preflightResponse("Accept-Patch", kFragment); });
+    addCallRoute(server, "POST", {kEndpoint}, [&calls](const Request& request) { return place(request, calls); },
+                 {mustBe(kSdp)});
+    addCallRoute(server, "PATCH", {kEndpoint, kOpen},
+                 [&calls](const Request& request) { return trickle(request, calls); }, {mustBe(kFragment)});
+    addCallRoute(server, "DELETE", {kEndpoint, kOpen},
+                 [&calls](const Request& request) { return hangUp(request, calls); });
+    server.finishResponsesWith(readableBy(allowedOrigins));
 }
 
 }  // namespace zelrtc::camera
