@@ -1,11 +1,12 @@
 // However the browser leaves, the camera keeps nothing of its call.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
+import { limitMs } from '../support/sdk_limits.mjs';
 import { withCameraAndBrowser } from './support/scene.mjs';
 import { ANSWER_STYLES, ViewerPage } from './support/viewer_page.mjs';
 import { eventually } from './support/waiting.mjs';
 
-const NOTICE_LIMIT_MS = 10000;
+const NOTICE_LIMIT_MS = limitMs('release');
 
 /** Waits until the camera holds no more descriptors and threads than before. */
 async function leavesNothing(camera, before) {

@@ -1,6 +1,7 @@
 // Firefox calls the camera: from the camera's own page, and with a WHEP player on another site.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
+import { limitMs } from '../support/sdk_limits.mjs';
 import { Firefox, PLATFORM_H264 } from './support/firefox.mjs';
 import { withPlayerSite } from './support/player_site.mjs';
 import { recordedTone } from './support/recorded_tone.mjs';
@@ -9,7 +10,7 @@ import { BARS, ViewerPage } from './support/viewer_page.mjs';
 import { eventually } from './support/waiting.mjs';
 import { describeWav } from './support/wav.mjs';
 
-const NOTICE_LIMIT_MS = 10000;
+const NOTICE_LIMIT_MS = limitMs('release');
 const PICTURE_LIMIT_MS = 20000;
 const CAMERA_TONE_HERTZ = 440;
 const LEAST_FRAMES = 30;

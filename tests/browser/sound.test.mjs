@@ -1,6 +1,7 @@
 // Sound both ways between Chromium and the camera.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
+import { limitMs } from '../support/sdk_limits.mjs';
 import { withCameraAndBrowser } from './support/scene.mjs';
 import { ANSWER_STYLES, ViewerPage } from './support/viewer_page.mjs';
 import { eventually } from './support/waiting.mjs';
@@ -27,7 +28,7 @@ for (const style of ANSWER_STYLES) {
       await viewer.page.waitForFunction(() => document.getElementById('level-out').value > 0.3, null, { timeout: 15000 });
       await viewer.keepScreenshot(`talking-${style.name.replace(' ', '-')}`);
       await viewer.hangUp();
-      await camera.idle(10000);
+      await camera.idle(limitMs('release'));
       const { seconds, level } = describeWav(await camera.recording(callId));
       assert.ok(seconds > 0.5, `${seconds} s recorded`);
       assert.ok(level > 0.005, `level ${level}`);

@@ -1,12 +1,13 @@
 // A WHEP player that is not ours, on a site of another origin than the camera's.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
+import { limitMs } from '../support/sdk_limits.mjs';
 import { withPlayerSite } from './support/player_site.mjs';
 import { withCameraAndBrowser } from './support/scene.mjs';
 import { BARS, ViewerPage } from './support/viewer_page.mjs';
 import { eventually } from './support/waiting.mjs';
 
-const NOTICE_LIMIT_MS = 10000;
+const NOTICE_LIMIT_MS = limitMs('release');
 const CAMERA_TONE_HERTZ = 440;
 // The camera asks for none; a player that has one sends it, and needs the permission to.
 const TOKEN = 'a-token';

@@ -5,6 +5,7 @@
 #include <ostream>
 
 #include "camera_process.h"
+#include "sdk_limits.h"
 #include "viewer_process.h"
 
 namespace zelrtc::test {
@@ -123,7 +124,7 @@ TEST_F(UnderBadInput, EndsACallOnlyOnce) {
     ASSERT_TRUE(removed);
     EXPECT_EQ(removed->status, 204);
     expectProblem(camera_.remove(path), 404);
-    other.finish(15s);
+    other.finish(sdkLimit("release"));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include "camera_process.h"
 #include "own_address.h"
+#include "sdk_limits.h"
 #include "turn_server.h"
 #include "viewer_process.h"
 
@@ -31,7 +32,7 @@ std::vector<std::string> logOfOneCall(const Patterns& cameraArguments, const Pat
     CameraProcess camera(cameraArguments);
     const auto outcome = view(camera.url(), viewerArguments);
     EXPECT_EQ(outcome.status, 0) << outcome.report.dump(2);
-    EXPECT_TRUE(camera.logsEventually("released", 10s));
+    EXPECT_TRUE(camera.logsEventually("released", sdkLimit("release")));
     return linesOf(camera.log());
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "camera_process.h"
+#include "sdk_limits.h"
 #include "viewer_process.h"
 #include "waiting.h"
 
@@ -36,7 +37,7 @@ TEST(IdleCamera, StopsEncodingAfterTheLastCall) {
     ASSERT_TRUE(camera.hasConnectedCalls(1, 15s));
     EXPECT_EQ(camera.runningEncoders(), 1);
     viewer.hangUp();
-    ASSERT_TRUE(camera.hasNoCalls(10s));
+    ASSERT_TRUE(camera.hasNoCalls(sdkLimit("release")));
     EXPECT_TRUE(eventually([&] { return camera.runningEncoders() == 0; }, 10s));
     EXPECT_LT(shareOfACore(camera), kMostOfACore);
 }

@@ -4,6 +4,7 @@
 
 #include "camera_process.h"
 #include "scratch_folder.h"
+#include "sdk_limits.h"
 #include "viewer_process.h"
 #include "wav_file.h"
 
@@ -65,7 +66,7 @@ TEST_P(AnswerStyle, CarriesSoundBothWays) {
     EXPECT_GT(atViewer.shareAt(kCameraTone), 0.8);
     EXPECT_LT(atViewer.shareAt(kViewerTone), 0.1);
 
-    ASSERT_TRUE(camera_.hasNoCalls(5s));
+    ASSERT_TRUE(camera_.hasNoCalls(sdkLimit("release")));
     const WavFile atCamera = readWav(camera_.recording(outcome.call().at("id")));
     EXPECT_EQ(atCamera.samplesPerSecond, 8000U);
     EXPECT_GT(atCamera.seconds(), 2.5);
@@ -126,7 +127,7 @@ TEST(WhepPlayer, GetsPictureAndSound) {
     EXPECT_EQ(complete.status, 0) << complete.report.dump(2);
     const auto trickled = view(camera.url(), {"--seconds", "2", "--whep"});
     EXPECT_EQ(trickled.status, 0) << trickled.report.dump(2);
-    EXPECT_TRUE(camera.hasNoCalls(5s));
+    EXPECT_TRUE(camera.hasNoCalls(sdkLimit("release")));
 }
 
 }  // namespace

@@ -7,7 +7,7 @@ import sys
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from harness import cases, namespaces  # noqa: E402  (the path above makes it importable)
+from harness import cases, namespaces, sdk_limits  # noqa: E402  (the path above makes it importable)
 
 SKIPPED = 77
 
@@ -36,7 +36,7 @@ def main():
         print(f"SKIPPED: {missing}")
         return SKIPPED
 
-    programs = cases.Programs(options.camera, options.viewer, options.link)
+    programs = cases.Programs(sdk_limits.camera_under_test(options.camera), options.viewer, options.link)
     outcomes = []
     for case in cases.SHORT if options.short else cases.FULL:
         if options.only and options.only not in case.title:

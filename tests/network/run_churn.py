@@ -13,7 +13,7 @@ import sys
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from harness import namespaces  # noqa: E402  (the path above makes it importable)
+from harness import namespaces, sdk_limits  # noqa: E402  (the path above makes it importable)
 from harness.process_figures import figures  # noqa: E402
 from harness.programs import Camera, Viewer, wait_for  # noqa: E402
 
@@ -21,8 +21,7 @@ SKIPPED = 77
 ABORT_POINTS = ("offer", "gathering", "dtls", "0.3")
 # Without the two whose release takes half a minute.
 QUICK_ABORT_POINTS = ("gathering", "0.3")
-# The camera gives up a viewer that vanished: 30 s before it was connected, some seconds afterwards.
-RELEASE_SECONDS = 60
+RELEASE_SECONDS = max(sdk_limits.seconds("neverConnected"), sdk_limits.seconds("vanished")) + 15
 # What may stay: some memory once, and next to nothing for each call.
 RSS_KB_ONCE = 4096
 RSS_KB_PER_CALL = 8
@@ -164,7 +163,7 @@ def warm_up(churn, short):
 
 def churn_camera(network, options, abort_points):
     rows = []
-    with Camera(options.camera, ["--listen", "127.0.0.1:0", "--max-calls", "64", "--log-level", "5"],
+    with Camera(sdk_limits.camera_under_test(options.camera), ["--listen", "127.0.0.1:0", "--max-calls", "64", "--log-level", "5"],
                 network.command_in, watched=False) as camera:
         churn = Churn(network, camera, options.viewer, abort_points)
         baseline = warm_up(churn, options.short)

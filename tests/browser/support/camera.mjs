@@ -3,10 +3,11 @@ import { spawn } from 'node:child_process';
 import { mkdtemp, readFile, rm } from 'node:fs/promises';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
+import { CAMERA, limitMs } from '../../support/sdk_limits.mjs';
 import { eventually } from './waiting.mjs';
 
 const START_LIMIT_MS = 20000;
-const EXIT_LIMIT_MS = 10000;
+const EXIT_LIMIT_MS = limitMs('exit') + 10000;
 
 export class Camera {
   #process;
@@ -22,7 +23,7 @@ export class Camera {
 
   async #spawn(flags) {
     const files = ['--record-dir', this.#folder, '--log-file', join(this.#folder, 'camera.log')];
-    this.#process = spawn(process.env.ZELRTC_CAMERA, ['--listen', '127.0.0.1:0', ...files, ...flags], {
+    this.#process = spawn(CAMERA, ['--listen', '127.0.0.1:0', ...files, ...flags], {
       stdio: ['ignore', 'pipe', 'inherit'],
     });
     let output = '';

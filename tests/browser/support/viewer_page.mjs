@@ -1,6 +1,7 @@
 // The camera's page in a call: its controls, and what the browser measures of the call.
 import { mkdir } from 'node:fs/promises';
 import { join } from 'node:path';
+import { HAS_COMPLETE_ANSWER } from '../../support/sdk_limits.mjs';
 import { eventually } from './waiting.mjs';
 
 const CONNECT_LIMIT_MS = 20000;
@@ -8,7 +9,7 @@ const CONNECT_LIMIT_MS = 20000;
 /** Both ways to answer a call, by the page's query. */
 export const ANSWER_STYLES = [
   { name: 'trickle', query: '?trickle=1' },
-  { name: 'complete answer', query: '?trickle=0' },
+  ...(HAS_COMPLETE_ANSWER ? [{ name: 'complete answer', query: '?trickle=0' }] : []),
 ];
 
 /** The test picture's bars from left to right: whether red, green and blue are lit. */
