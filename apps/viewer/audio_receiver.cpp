@@ -36,13 +36,10 @@ void writeWavHeader(std::ostream& out, std::uint32_t dataBytes) {
 }  // namespace
 
 AudioReceiver::AudioReceiver(CallStatistics& statistics, bool keep)
-    : statistics_(statistics), keep_(keep), bin_(makeBin(kChain)) {
-    const PadRef packets = padOf(bin_, "packets", "sink");
+    : statistics_(statistics), keep_(keep), bin_(gst::makeBin(kChain)) {
+    const gst::GstPtr<GstPad> packets = gst::padOf(bin_, "packets", "sink");
     gst_pad_add_probe(packets.get(), GST_PAD_PROBE_TYPE_BUFFER, &AudioReceiver::onPacket, this, nullptr);
-    const ElementRef samples(gst_bin_get_by_name(GST_BIN(bin_), "samples"));
-    GstAppSinkCallbacks callbacks{};
-    callbacks.new_sample = &AudioReceiver::onSamples;
-    gst_app_sink_set_callbacks(GST_APP_SINK(samples.get()), &callbacks, this, nullptr);
+    gst::handleSamples(gst::elementOf(bin_, "samples").get(), [this](GstAppSink* sink) { takeSamples(sink); });
 }
 
 GstPadProbeReturn AudioReceiver::onPacket(GstPad* /*pad*/, GstPadProbeInfo* /*info*/, gpointer self) {
@@ -50,19 +47,17 @@ GstPadProbeReturn AudioReceiver::onPacket(GstPad* /*pad*/, GstPadProbeInfo* /*in
     return GST_PAD_PROBE_OK;
 }
 
-GstFlowReturn AudioReceiver::onSamples(GstAppSink* sink, gpointer self) {
-    const SampleRef sample(gst_app_sink_pull_sample(sink));
+void AudioReceiver::takeSamples(GstAppSink* sink) {
+    const gst::GstPtr<GstSample> sample(gst_app_sink_pull_sample(sink));
     GstMapInfo map;
-    if (!sample || !gst_buffer_map(gst_sample_get_buffer(sample.get()), &map, GST_MAP_READ)) {
-        return GST_FLOW_OK;
+    if (sample == nullptr || !gst_buffer_map(gst_sample_get_buffer(sample.get()), &map, GST_MAP_READ)) {
+        return;
     }
-    static_cast<AudioReceiver*>(self)->takeSamples(reinterpret_cast<const std::int16_t*>(map.data),
-                                                   map.size / sizeof(std::int16_t));
+    measure(reinterpret_cast<const std::int16_t*>(map.data), map.size / sizeof(std::int16_t));
     gst_buffer_unmap(gst_sample_get_buffer(sample.get()), &map);
-    return GST_FLOW_OK;
 }
 
-void AudioReceiver::takeSamples(const std::int16_t* samples, std::size_t count) {
+void AudioReceiver::measure(const std::int16_t* samples, std::size_t count) {
     double squares = 0;
     for (std::size_t i = 0; i < count; ++i) {
         const double value = samples[i] / kFullScale;

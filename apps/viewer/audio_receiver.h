@@ -2,15 +2,13 @@
 #ifndef APPS_VIEWER_AUDIO_RECEIVER_H
 #define APPS_VIEWER_AUDIO_RECEIVER_H
 
-#include <gst/app/gstappsink.h>
-
 #include <cstdint>
 #include <mutex>
 #include <string>
 #include <vector>
 
 #include "call_statistics.h"
-#include "gst_handles.h"
+#include "gst/elements.h"
 
 namespace zelrtc::viewer {
 
@@ -29,9 +27,9 @@ public:
 
 private:
     static GstPadProbeReturn onPacket(GstPad* pad, GstPadProbeInfo* info, gpointer self);
-    static GstFlowReturn onSamples(GstAppSink* sink, gpointer self);
 
-    void takeSamples(const std::int16_t* samples, std::size_t count);
+    void takeSamples(GstAppSink* sink);
+    void measure(const std::int16_t* samples, std::size_t count);
 
     CallStatistics& statistics_;
     const bool keep_;

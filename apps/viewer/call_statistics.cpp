@@ -44,7 +44,7 @@ void CallStatistics::streamAsked(int stream) {
     record_.streamsAsked.push_back({std::to_string(stream), now()});
 }
 
-void CallStatistics::accessUnitReceived(const AccessUnit& unit) {
+void CallStatistics::frameReceived(const FrameMeasurement& frame) {
     const std::lock_guard<std::mutex> lock(mutex_);
     const double ms = now();
     if (record_.lastFrameMs) {
@@ -53,12 +53,12 @@ void CallStatistics::accessUnitReceived(const AccessUnit& unit) {
         record_.firstFrameMs = ms;
     }
     record_.lastFrameMs = ms;
-    if (record_.sizes.empty() || !(record_.sizes.back().size == unit.size)) {
-        record_.sizes.push_back({unit.size, ms, unit.keyFrame});
+    if (record_.sizes.empty() || !(record_.sizes.back().size == frame.size)) {
+        record_.sizes.push_back({frame.size, ms, frame.keyFrame});
     }
     ++record_.frames;
-    record_.keyFrames += unit.keyFrame ? 1 : 0;
-    record_.bytes += unit.bytes;
+    record_.keyFrames += frame.keyFrame ? 1 : 0;
+    record_.bytes += frame.bytes;
 }
 
 void CallStatistics::pictureDecoded(std::optional<std::uint32_t> clock, std::uint32_t nowMs) {

@@ -20,8 +20,8 @@ struct PictureSize {
     }
 };
 
-/** One received access unit. */
-struct AccessUnit {
+/** What is measured of one received frame. */
+struct FrameMeasurement {
     std::size_t bytes;
     bool keyFrame;
     PictureSize size;
@@ -36,7 +36,7 @@ struct CallRecord {
     struct SizeChange {
         PictureSize size;
         double ms;
-        bool keyFrame;  // whether the first access unit of the new size was one
+        bool keyFrame;  // whether the first frame of the new size was one
     };
     struct Transport {
         std::string localType;  // host, srflx, prflx or relay
@@ -61,7 +61,7 @@ struct CallRecord {
     std::uint64_t bytes = 0;
     std::uint64_t decoded = 0;
     std::uint64_t unreadable = 0;  // decoded pictures whose clock could not be read
-    double largestGapMs = 0;       // between two received access units
+    double largestGapMs = 0;       // between two received frames
     std::vector<std::uint32_t> agesMs;
     std::uint64_t audioReceived = 0;  // packets
     std::uint64_t audioSent = 0;
@@ -81,7 +81,7 @@ public:
     void stateReached(const std::string& name);
     void cameraStateReached(const std::string& name, double ms);
     void streamAsked(int stream);
-    void accessUnitReceived(const AccessUnit& unit);
+    void frameReceived(const FrameMeasurement& frame);
     /** A picture was decoded; `clock` is what its strip says, `now` the same clock at this moment. */
     void pictureDecoded(std::optional<std::uint32_t> clock, std::uint32_t now);
     void audioPacketReceived();

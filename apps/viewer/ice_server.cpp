@@ -4,7 +4,7 @@
 
 #include <stdexcept>
 
-#include "gst_handles.h"
+#include "gst/handles.h"
 
 namespace zelrtc::viewer {
 namespace {
@@ -14,7 +14,7 @@ bool startsWith(const std::string& text, const std::string& start) {
 }
 
 std::string escaped(const std::string& text) {
-    return takeText(g_uri_escape_string(text.c_str(), nullptr, false));
+    return gst::takeText(g_uri_escape_string(text.c_str(), nullptr, false));
 }
 
 }  // namespace

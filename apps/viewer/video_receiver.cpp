@@ -21,25 +21,22 @@ std::uint32_t monotonicMilliseconds() {
 }  // namespace
 
 VideoReceiver::VideoReceiver(CallStatistics& statistics, bool decode)
-    : statistics_(statistics), bin_(makeBin(std::string(kCountChain) + (decode ? kDecodeEnd : kCountEnd))) {
-    const PadRef parsed = padOf(bin_, "parsed", "src");
+    : statistics_(statistics), bin_(gst::makeBin(std::string(kCountChain) + (decode ? kDecodeEnd : kCountEnd))) {
+    const gst::GstPtr<GstPad> parsed = gst::padOf(bin_, "parsed", "src");
     gst_pad_add_probe(parsed.get(),
                       static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM),
                       &VideoReceiver::onParsed, this, nullptr);
     if (decode) {
-        const ElementRef pictures(gst_bin_get_by_name(GST_BIN(bin_), "pictures"));
-        GstAppSinkCallbacks callbacks{};
-        callbacks.new_sample = &VideoReceiver::onPicture;
-        gst_app_sink_set_callbacks(GST_APP_SINK(pictures.get()), &callbacks, this, nullptr);
+        gst::handleSamples(gst::elementOf(bin_, "pictures").get(), [this](GstAppSink* sink) { takePicture(sink); });
     }
 }
 
 GstPadProbeReturn VideoReceiver::onParsed(GstPad* /*pad*/, GstPadProbeInfo* info, gpointer self) {
     auto* receiver = static_cast<VideoReceiver*>(self);
     if ((GST_PAD_PROBE_INFO_TYPE(info) & GST_PAD_PROBE_TYPE_BUFFER) != 0) {
-        GstBuffer* unit = GST_PAD_PROBE_INFO_BUFFER(info);
-        const bool keyFrame = !GST_BUFFER_FLAG_IS_SET(unit, GST_BUFFER_FLAG_DELTA_UNIT);
-        receiver->statistics_.accessUnitReceived({gst_buffer_get_size(unit), keyFrame, receiver->size_});
+        GstBuffer* frame = GST_PAD_PROBE_INFO_BUFFER(info);
+        const bool keyFrame = !GST_BUFFER_FLAG_IS_SET(frame, GST_BUFFER_FLAG_DELTA_UNIT);
+        receiver->statistics_.frameReceived({gst_buffer_get_size(frame), keyFrame, receiver->size_});
     } else if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_CAPS) {
         GstCaps* caps = nullptr;
         gst_event_parse_caps(GST_PAD_PROBE_INFO_EVENT(info), &caps);
@@ -54,19 +51,12 @@ void VideoReceiver::takeSize(const GstCaps* caps) {
     gst_structure_get_int(structure, "height", &size_.height);
 }
 
-GstFlowReturn VideoReceiver::onPicture(GstAppSink* sink, gpointer self) {
-    const SampleRef sample(gst_app_sink_pull_sample(sink));
-    if (sample) {
-        static_cast<VideoReceiver*>(self)->takePicture(sample.get());
-    }
-    return GST_FLOW_OK;
-}
-
-void VideoReceiver::takePicture(GstSample* sample) {
+void VideoReceiver::takePicture(GstAppSink* sink) {
+    const gst::GstPtr<GstSample> sample(gst_app_sink_pull_sample(sink));
     GstVideoInfo info;
     GstVideoFrame frame;
-    if (!gst_video_info_from_caps(&info, gst_sample_get_caps(sample)) ||
-        !gst_video_frame_map(&frame, &info, gst_sample_get_buffer(sample), GST_MAP_READ)) {
+    if (sample == nullptr || !gst_video_info_from_caps(&info, gst_sample_get_caps(sample.get())) ||
+        !gst_video_frame_map(&frame, &info, gst_sample_get_buffer(sample.get()), GST_MAP_READ)) {
         return;
     }
     const std::uint32_t now = monotonicMilliseconds();

@@ -2,10 +2,8 @@
 #ifndef APPS_VIEWER_VIDEO_RECEIVER_H
 #define APPS_VIEWER_VIDEO_RECEIVER_H
 
-#include <gst/app/gstappsink.h>
-
 #include "call_statistics.h"
-#include "gst_handles.h"
+#include "gst/elements.h"
 
 namespace zelrtc::viewer {
 
@@ -21,10 +19,9 @@ public:
 
 private:
     static GstPadProbeReturn onParsed(GstPad* pad, GstPadProbeInfo* info, gpointer self);
-    static GstFlowReturn onPicture(GstAppSink* sink, gpointer self);
 
     void takeSize(const GstCaps* caps);
-    void takePicture(GstSample* sample);
+    void takePicture(GstAppSink* sink);
 
     CallStatistics& statistics_;
     GstElement* bin_;

@@ -2,14 +2,16 @@
 #ifndef APPS_VIEWER_VIEWER_PEER_H
 #define APPS_VIEWER_VIEWER_PEER_H
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "audio_receiver.h"
 #include "call_statistics.h"
-#include "gst_handles.h"
+#include "gst/handles.h"
 #include "options.h"
 #include "signalling.h"
+#include "tone_sender.h"
 #include "video_receiver.h"
 
 namespace zelrtc::viewer {
@@ -53,24 +55,20 @@ private:
     static void onConnectionState(GstElement* webrtc, GParamSpec* spec, gpointer self);
     static void onIceState(GstElement* webrtc, GParamSpec* spec, gpointer self);
     static void onGatheringDone(GObject* agent, guint stream, gpointer self);
-    static GstPadProbeReturn onTalkPacket(GstPad* pad, GstPadProbeInfo* info, gpointer self);
 
     void configureIce(const Options& options);
     void askForLostPackets();
     void connectSignals();
-    void addVideo();
-    void addAudio(bool talk);
-    void addTalk(GstCaps* codec);
+    void addReceiver(const char* caps, bool retransmits);
+    void addTalk(CallStatistics& statistics);
     void receive(GstPad* pad);
-    PromiseRef waitFor(const char* operation, GstWebRTCSessionDescription* description) const;
 
     PeerListener& listener_;
-    CallStatistics& statistics_;
-    ElementRef pipeline_;
+    gst::GstPtr<GstElement> pipeline_;
     GstElement* webrtc_;  // the pipeline's
-    GstElement* gate_ = nullptr;
     VideoReceiver video_;
     AudioReceiver audio_;
+    std::unique_ptr<ToneSender> talk_;
     std::vector<std::string> mids_;
 };
 

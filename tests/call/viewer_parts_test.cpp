@@ -189,9 +189,9 @@ TEST(ExitStatus, TellsGoodFromPoorFromRefusedCalls) {
 TEST(CallStatistics, TellsWhereThePictureStoodStillAndWhereItsSizeChanged) {
     CallStatistics statistics;
     statistics.offerSent();
-    statistics.accessUnitReceived({100, true, {640, 360}});
-    statistics.accessUnitReceived({50, false, {640, 360}});
-    statistics.accessUnitReceived({60, false, {320, 180}});
+    statistics.frameReceived({100, true, {640, 360}});
+    statistics.frameReceived({50, false, {640, 360}});
+    statistics.frameReceived({60, false, {320, 180}});
     const CallRecord record = statistics.record();
     EXPECT_EQ(record.frames, 3U);
     EXPECT_EQ(record.keyFrames, 1U);
