@@ -239,6 +239,28 @@ TEST_F(CallEndTest, WhoKeepsHangingUpAndCallingIsToldToWait) {
     EXPECT_GT(place(), 0);
 }
 
+TEST_F(CallEndTest, ACallWithoutAnAnswerInTimeIsEndedAndSaysHowLongItHasWaited) {
+    const auto call = calls_.place(kOffer, false);
+    try {
+        calls_.answerOf(*call, 1s);
+        ADD_FAILURE() << "there was an answer";
+    } catch (const CallError& error) {
+        EXPECT_EQ(error.kind(), CallError::Kind::kNoAnswer);
+        EXPECT_THAT(error.what(), ::testing::HasSubstr("within 1 seconds"));
+    }
+    EXPECT_TRUE(eventually([this] { return calls_.held() == 0; }));
+}
+
+TEST_F(CallEndTest, WhoWaitsForTheAnswerOfACallThatEndsIsToldBeforeTheRelease) {
+    releaseSlowly(release_);
+    const auto call = calls_.place(kOffer, false);
+    const auto start = std::chrono::steady_clock::now();
+    std::thread other([&] { calls_.end(call->id(), "the viewer hung up"); });
+    EXPECT_THROW(calls_.answerOf(*call), CallError);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, kLimit / 2);
+    other.join();
+}
+
 TEST_F(CallEndTest, ARefusedOfferLeavesNoCall) {
     RecordingSdk::instance().failAlways(SdkFunction::setRemoteDescription, 0x55000008);
     try {

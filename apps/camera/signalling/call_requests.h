@@ -16,9 +16,6 @@ void addCallRoute(HttpServer& server, const std::string& method, const std::stri
 /** The number in the path of a request. @throw HttpError 404 when it is too large to be a call's */
 int callIdIn(const httplib::Request& request);
 
-/** Waits for a call's answer; a call without one is ended. @throw HttpError 504 or 503 */
-std::string answerOf(Call& call, CallRegistry& calls);
-
 }  // namespace zelrtc::camera
 
 #endif

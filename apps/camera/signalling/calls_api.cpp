@@ -7,6 +7,7 @@
 #include "signalling/call_requests.h"
 #include "signalling/event_stream.h"
 #include "signalling/offer_check.h"
+#include "signalling/sdk_json.h"
 #include "signalling/viewer_page.h"
 
 namespace zelrtc::camera {
@@ -34,9 +35,10 @@ std::optional<bool> trickleWish(const Request& request) {
 }
 
 void placeCall(const Request& request, Response& response, CallRegistry& calls) {
-    checkOffer(request.body);
-    const auto call = calls.place(request.body, trickleWish(request));
-    const std::string answer = answerOf(*call, calls);
+    const std::string sdp = sdpOfOffer(request.body);
+    checkOfferedSdp(sdp);
+    const auto call = calls.place(offerJson(sdp), trickleWish(request));
+    const std::string answer = calls.answerOf(*call);
     response.set_header("Location", "/calls/" + std::to_string(call->id()));
     respond(response, 201,
             {{"id", call->id()}, {"trickle", call->isTrickle()}, {"answer", json::parse(answer, nullptr, false)}});

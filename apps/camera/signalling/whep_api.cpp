@@ -4,6 +4,7 @@
 #include "http/letter_case.h"
 #include "signalling/call_requests.h"
 #include "signalling/offer_check.h"
+#include "signalling/sdk_json.h"
 #include "signalling/trickle_fragment.h"
 
 namespace zelrtc::camera {
@@ -47,10 +48,9 @@ void requireSession(const Request& request, int id) {
 // One complete answer: players need not support trickle, and the rest of the exchange stays optional.
 void place(const Request& request, Response& response, CallRegistry& calls) {
     requireType(request, kSdp);
-    const std::string offer = offerFromSdp(request.body);
-    checkOffer(offer);
-    const auto call = calls.place(offer, false);
-    const std::string answer = answerOf(*call, calls);
+    checkOfferedSdp(request.body);
+    const auto call = calls.place(offerJson(request.body), false);
+    const std::string answer = calls.answerOf(*call);
     response.status = 201;
     response.set_header("Location", std::string(kEndpoint) + "/" + std::to_string(call->id()));
     response.set_header("ETag", tagOf(call->id()));
@@ -63,9 +63,9 @@ void trickle(const Request& request, Response& response, CallRegistry& calls) {
     const auto call = calls.find(id);
     requireType(request, kFragment);
     requireSession(request, id);
-    for (const std::string& candidate : candidatesOfFragment(request.body)) {
-        checkCandidate(candidate);
-        call->addCandidate(candidate);
+    for (const TrickledCandidate& candidate : candidatesOfFragment(request.body)) {
+        checkCandidateLine(candidate.line);
+        call->addCandidate(candidateJson(candidate));
     }
     response.status = 204;
 }
