@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "http/letter_case.h"
+#include "call/sdk_limits.h"
 
 namespace zelrtc::camera {
 
@@ -15,7 +16,6 @@ namespace {
 
 constexpr int kMostCalls = 64;
 constexpr int kLastPort = 65535;
-constexpr size_t kLongestServerText = 256;
 
 // Texts as they stand on the command line, before they are taken apart.
 struct Texts {
@@ -85,6 +85,13 @@ ZelRtcIceServer iceServerOf(const std::string& text) {
     return server;
 }
 
+void checkServerText(const char* what, const std::string& text, size_t longest) {
+    if (text.size() > longest) {
+        refuse("--ice-server",
+               std::string("the ") + what + " is longer than " + std::to_string(longest) + " characters");
+    }
+}
+
 void checkIceServer(const ZelRtcIceServer& server) {
     const std::string scheme = server.url.substr(0, server.url.find(':'));
     if (scheme != "stun" && scheme != "turn" && scheme != "turns") {
@@ -93,9 +100,9 @@ void checkIceServer(const ZelRtcIceServer& server) {
     if (scheme != "stun" && server.username.empty()) {
         refuse("--ice-server", "\"" + server.url + "\" needs a user and a credential: URL,USER,CREDENTIAL");
     }
-    if (std::max({server.url.size(), server.username.size(), server.credential.size()}) > kLongestServerText) {
-        refuse("--ice-server", "a text is longer than 256 characters");
-    }
+    checkServerText("URL", server.url, kLongestServerUrl);
+    checkServerText("user", server.username, kLongestServerUser);
+    checkServerText("credential", server.credential, kLongestServerCredential);
 }
 
 void readIceServers(const Texts& texts, Options& options) {

@@ -9,7 +9,7 @@ namespace zelrtc::viewer {
 namespace {
 
 constexpr const char* kJsonType = "application/json";
-constexpr std::chrono::seconds kResponseLimit(15);  // an answer with all candidates may take the camera 10
+constexpr std::chrono::seconds kResponseLimit(15);  // an answer with all candidates may take the camera 12
 constexpr std::chrono::hours kQuietLimit(24);       // events may stay out for as long as a call lasts
 
 void report(const ServerEvent& event, SignallingListener& listener) {

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
@@ -48,6 +47,11 @@ public:
     bool hasHeld(size_t count, std::chrono::milliseconds limit = kLimit) {
         std::unique_lock<std::mutex> lock(mutex_);
         return changed_.wait_for(lock, limit, [&] { return most_ >= count; });
+    }
+
+    size_t holds() {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        return inside_;
     }
 
     void open() {
@@ -155,7 +159,8 @@ TEST_F(CallEndTest, OtherCallsGoOnDuringARelease) {
         return std::any_of(events.begin(), events.end(), [](const Event& event) { return event.name == "level"; });
     }));
     EXPECT_EQ(calls_.find(staying)->select(2, std::nullopt).video, 2);
-    EXPECT_THAT(calls_.find(place())->summary().state, "none");
+    EXPECT_EQ(calls_.find(place())->summary().state, "none");
+    EXPECT_EQ(release_.holds(), 1U) << "the release was over by then";
 }
 
 TEST_F(CallEndTest, TheKeeperEndsFailedCallsBesideEachOther) {
@@ -187,20 +192,12 @@ TEST_F(CallEndTest, ShutdownWaitsForACallThatWasEndedBefore) {
     releaseSlowly(release_);
     calls_.end(place(), "the viewer hung up");
     ASSERT_TRUE(release_.hasHeld(1));
-    std::atomic<bool> isDown{false};
+    Gate down(1);
     std::thread stopping([&] {
         calls_.shutdown();
-        isDown = true;
+        down.pass();
     });
-    EXPECT_TRUE(eventually([this] {
-        try {
-            place();
-            return false;
-        } catch (const CallError& error) {
-            return error.kind() == CallError::Kind::kUnavailable;
-        }
-    }));
-    EXPECT_FALSE(isDown);
+    EXPECT_FALSE(down.hasHeld(1, 500ms));
     release_.open();
     stopping.join();
     EXPECT_EQ(RecordingSdk::instance().liveConnections(), 0U);
@@ -240,6 +237,28 @@ TEST_F(CallEndTest, WhoKeepsHangingUpAndCallingIsToldToWait) {
     release_.open();
     EXPECT_TRUE(eventually([this] { return calls_.held() == 0; }));
     EXPECT_GT(place(), 0);
+}
+
+TEST_F(CallEndTest, ACallWithoutAnAnswerInTimeIsEndedAndSaysHowLongItHasWaited) {
+    const auto call = calls_.place(kOffer, false);
+    try {
+        calls_.answerOf(*call, 1s);
+        ADD_FAILURE() << "there was an answer";
+    } catch (const CallError& error) {
+        EXPECT_EQ(error.kind(), CallError::Kind::kNoAnswer);
+        EXPECT_THAT(error.what(), ::testing::HasSubstr("within 1 seconds"));
+    }
+    EXPECT_TRUE(eventually([this] { return calls_.held() == 0; }));
+}
+
+TEST_F(CallEndTest, WhoWaitsForTheAnswerOfACallThatEndsIsToldBeforeTheRelease) {
+    releaseSlowly(release_);
+    const auto call = calls_.place(kOffer, false);
+    const auto start = std::chrono::steady_clock::now();
+    std::thread other([&] { calls_.end(call->id(), "the viewer hung up"); });
+    EXPECT_THROW(calls_.answerOf(*call), CallError);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, kLimit / 2);
+    other.join();
 }
 
 TEST_F(CallEndTest, ARefusedOfferLeavesNoCall) {

@@ -2,12 +2,9 @@
 
 #include <gmock/gmock.h>
 
-#include <nlohmann/json.hpp>
-
 namespace zelrtc::camera {
 namespace {
 
-using nlohmann::json;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
@@ -18,12 +15,12 @@ TEST(TrickleFragmentTest, EachCandidateBelongsToTheSectionAboveIt) {
         "m=video 9 UDP/TLS/RTP/SAVPF 96\r\na=mid:v1\r\na=candidate:2 1 udp 5 192.0.2.1 10 typ host\r\n"
         "a=end-of-candidates\r\n");
     ASSERT_THAT(candidates, SizeIs(2));
-    EXPECT_EQ(
-        json::parse(candidates[0]),
-        json({{"candidate", "candidate:1 1 udp 5 192.0.2.1 9 typ host"}, {"sdpMid", "a1"}, {"sdpMLineIndex", 0}}));
-    EXPECT_EQ(
-        json::parse(candidates[1]),
-        json({{"candidate", "candidate:2 1 udp 5 192.0.2.1 10 typ host"}, {"sdpMid", "v1"}, {"sdpMLineIndex", 1}}));
+    EXPECT_EQ(candidates[0].line, "candidate:1 1 udp 5 192.0.2.1 9 typ host");
+    EXPECT_EQ(candidates[0].mid, "a1");
+    EXPECT_EQ(candidates[0].mediaIndex, 0);
+    EXPECT_EQ(candidates[1].line, "candidate:2 1 udp 5 192.0.2.1 10 typ host");
+    EXPECT_EQ(candidates[1].mid, "v1");
+    EXPECT_EQ(candidates[1].mediaIndex, 1);
 }
 
 TEST(TrickleFragmentTest, LineEndsMayBeBare) {

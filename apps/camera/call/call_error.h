@@ -12,7 +12,8 @@ class CallError : public std::runtime_error {
 public:
     enum class Kind {
         kNoSuchCall,       /**< never placed, or over */
-        kUnavailable,      /**< the camera takes no call now */
+        kUnavailable,      /**< the camera takes no call now, or has given up one that was being placed */
+        kNoAnswer,         /**< the session had none in time */
         kOfferRefused,     /**< by the session; see sdkStatus */
         kCandidateRefused, /**< by the session; see sdkStatus */
     };

@@ -14,6 +14,10 @@ CallError noSuchCall(int id) {
     return {CallError::Kind::kNoSuchCall, "there is no call " + std::to_string(id)};
 }
 
+CallError unavailable(const std::string& reason) {
+    return {CallError::Kind::kUnavailable, reason};
+}
+
 }  // namespace
 
 CallRegistry::CallRegistry(CallSettings settings, MediaHub& hub) : settings_(std::move(settings)), hub_(hub) {
@@ -30,21 +34,32 @@ std::shared_ptr<Call> CallRegistry::place(const std::string& offer, std::optiona
     return call;
 }
 
+std::string CallRegistry::answerOf(Call& call, std::chrono::milliseconds limit) {
+    const auto answer = call.waitForAnswer(limit);
+    if (answer) {
+        return *answer;
+    }
+    if (!endIfUp(call.id(), "there was no answer in time")) {
+        throw unavailable("the call was ended before it had an answer");
+    }
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(limit).count();
+    throw CallError(CallError::Kind::kNoAnswer,
+                    "the camera had no complete answer within " + std::to_string(seconds) + " seconds");
+}
+
 std::shared_ptr<Call> CallRegistry::admit(std::optional<bool> trickle) {
     ZelRtcSessionConfig config = settings_.session;
     config.trickleIce = trickle.value_or(config.trickleIce);
     const std::lock_guard<std::mutex> lock(mutex_);
     if (isShutDown_) {
-        throw CallError(CallError::Kind::kUnavailable, "the camera is shutting down");
+        throw unavailable("the camera is shutting down");
     }
     if (calls_.size() >= settings_.maxCalls) {
-        throw CallError(CallError::Kind::kUnavailable,
-                        "the camera is in as many calls as it takes (" + std::to_string(settings_.maxCalls) + ")");
+        throw unavailable("the camera is in as many calls as it takes (" + std::to_string(settings_.maxCalls) + ")");
     }
     // Who hangs up and calls again must not pile up threads that release.
     if (ending_ >= settings_.maxCalls) {
-        throw CallError(CallError::Kind::kUnavailable,
-                        "the camera is still releasing calls that have ended (" + std::to_string(ending_) + ")");
+        throw unavailable("the camera is still releasing calls that have ended (" + std::to_string(ending_) + ")");
     }
     const int id = ++newestId_;
     auto call = std::make_shared<Call>(id, config, recordPath(id), hub_);

@@ -2,6 +2,7 @@
 #ifndef APPS_CAMERA_CALL_CALL_REGISTRY_H
 #define APPS_CAMERA_CALL_CALL_REGISTRY_H
 
+#include <chrono>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -13,6 +14,9 @@
 #include "call/call_releaser.h"
 
 namespace zelrtc::camera {
+
+/** A complete answer waits for the end of gathering, which the SDK puts off for up to 10 s when a server is dead. */
+constexpr std::chrono::seconds kAnswerLimit(12);
 
 /** What all calls have in common. */
 struct CallSettings {
@@ -33,6 +37,12 @@ public:
      * @throw CallError when there are too many calls or the offer is refused; nothing of the call remains then
      */
     std::shared_ptr<Call> place(const std::string& offer, std::optional<bool> trickle);
+
+    /**
+     * Waits for a call's answer; a call without one is ended.
+     * @throw CallError when the limit has passed, or the call has been ended before
+     */
+    std::string answerOf(Call& call, std::chrono::milliseconds limit = kAnswerLimit);
 
     /** @throw CallError when there is none of this id */
     std::shared_ptr<Call> find(int id);

@@ -11,16 +11,16 @@ namespace zelrtc::camera {
 
 namespace {
 
-using namespace std::chrono_literals;
-
-constexpr auto kAnswerLimit = 10s;
-
 HttpError httpErrorOf(const CallError& error) {
     switch (error.kind()) {
         case CallError::Kind::kNoSuchCall:
             return {404, error.what()};
         case CallError::Kind::kUnavailable:
             return {503, error.what()};
+        case CallError::Kind::kNoAnswer:
+            return {504, error.what()};
+        case CallError::Kind::kOfferRefused:
+            return errorOfOffer(error.what(), error.sdkStatus());
         default:
             return errorOfStatus(error.what(), error.sdkStatus());
     }
@@ -49,17 +49,6 @@ int callIdIn(const Request& request) {
         throw HttpError(404, "there is no call " + text);
     }
     return id;
-}
-
-std::string answerOf(Call& call, CallRegistry& calls) {
-    const auto answer = call.waitForAnswer(kAnswerLimit);
-    if (answer) {
-        return *answer;
-    }
-    if (!calls.endIfUp(call.id(), "there was no answer in time")) {
-        throw HttpError(503, "the call was ended before it had an answer");
-    }
-    throw HttpError(504, "the camera had no complete answer within 10 seconds");
 }
 
 }  // namespace zelrtc::camera

@@ -17,9 +17,6 @@ void addCallRoute(HttpServer& server, const std::string& method, const Path& pat
 /** The call that the path of a request names. @throw HttpError 404 when it can be no call's */
 int callIdIn(const Request& request);
 
-/** Waits for a call's answer; a call without one is ended. @throw HttpError 504 or 503 */
-std::string answerOf(Call& call, CallRegistry& calls);
-
 }  // namespace zelrtc::camera
 
 #endif

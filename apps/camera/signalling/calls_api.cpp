@@ -8,6 +8,7 @@
 #include "signalling/event_stream.h"
 #include "signalling/offer_check.h"
 #include "signalling/page_policy.h"
+#include "signalling/sdk_json.h"
 #include "signalling/viewer_page.h"
 
 namespace zelrtc::camera {
@@ -59,9 +60,10 @@ std::optional<bool> trickleWish(const Request& request) {
 }
 
 Response placeCall(const Request& request, CallRegistry& calls) {
-    checkOffer(request.body);
-    const auto call = calls.place(request.body, trickleWish(request));
-    const std::string answer = answerOf(*call, calls);
+    const std::string sdp = sdpOfOffer(request.body);
+    checkOfferedSdp(sdp);
+    const auto call = calls.place(offerJson(sdp), trickleWish(request));
+    const std::string answer = calls.answerOf(*call);
     Response response = jsonResponse(
         201, {{"id", call->id()}, {"trickle", call->isTrickle()}, {"answer", json::parse(answer, nullptr, false)}});
     response.headers.push_back({"Location", "/calls/" + std::to_string(call->id())});

@@ -1,7 +1,10 @@
 #include "signalling/offer_check.h"
 
+#include <cstring>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
+#include "call/sdk_limits.h"
 #include "http/http_error.h"
 #include "http/letter_case.h"
 
@@ -11,9 +14,7 @@ namespace {
 
 using nlohmann::json;
 
-// The SDK reads at most this much SDP, and a candidate line of at most 255 characters.
-constexpr size_t kLongestSdp = 25000;
-constexpr size_t kLongestCandidate = 255;
+constexpr size_t kMostQuoted = 60;
 
 json parseObject(const std::string& text, const char* what) {
     json object = json::parse(text, nullptr, false);
@@ -59,20 +60,37 @@ bool namesCodec(const std::string& section, const std::string& name) {
     return false;
 }
 
-}  // namespace
+void checkLength(const std::string& sdp) {
+    const std::string escaped = json(sdp).dump(-1, ' ', false, json::error_handler_t::replace);
+    if (escaped.size() - std::strlen("\"\"") > kLongestSdp) {
+        throw HttpError(413, "the offer's sdp is longer than " + std::to_string(kLongestSdp) +
+                                 " characters, counted as JSON, in which each line end takes 4");
+    }
+}
 
-void checkOffer(const std::string& text) {
-    const json offer = parseObject(text, "offer");
-    if (stringMember(offer, "type", "offer") != "offer") {
-        throw HttpError(400, "the description's type is not \"offer\"");
+bool hasFourFields(const std::string& mediaLine) {
+    std::istringstream fields(mediaLine);
+    std::string field;
+    int count = 0;
+    while (count < 4 && std::getline(fields, field, ' ') && !field.empty()) {
+        ++count;
     }
-    const std::string sdp = stringMember(offer, "sdp", "offer");
-    if (sdp.size() > kLongestSdp) {
-        throw HttpError(413, "the offer's sdp is longer than 25000 characters");
+    return count == 4;
+}
+
+// An SDK may crash on an m-line that breaks off.
+void checkMediaLines(const std::string& sdp) {
+    std::istringstream lines(sdp);
+    for (std::string line; std::getline(lines, line);) {
+        line.erase(line.find_last_not_of('\r') + 1);
+        if (startsWith(line, "m=") && !hasFourFields(line.substr(std::strlen("m=")))) {
+            throw HttpError(400, "the offer's line \"" + line.substr(0, kMostQuoted) +
+                                     "\" is not a kind, a port, a protocol and at least one format");
+        }
     }
-    if (!startsWith(sdp, "v=0")) {
-        throw HttpError(400, "the offer's sdp is not a session description: it does not start with \"v=0\"");
-    }
+}
+
+void checkVideo(const std::string& sdp) {
     const std::string video = videoSection(sdp);
     if (video.empty()) {
         throw HttpError(422, "the offer asks for no video: it has no \"m=video\" section");
@@ -83,23 +101,33 @@ void checkOffer(const std::string& text) {
     }
 }
 
-void checkCandidate(const std::string& text) {
-    const std::string line = stringMember(parseObject(text, "candidate"), "candidate", "candidate");
+}  // namespace
+
+std::string sdpOfOffer(const std::string& text) {
+    const json offer = parseObject(text, "offer");
+    if (stringMember(offer, "type", "offer") != "offer") {
+        throw HttpError(400, "the description's type is not \"offer\"");
+    }
+    return stringMember(offer, "sdp", "offer");
+}
+
+void checkOfferedSdp(const std::string& sdp) {
+    checkLength(sdp);
+    if (!startsWith(sdp, "v=0")) {
+        throw HttpError(400, "the offer's sdp is not a session description: it does not start with \"v=0\"");
+    }
+    checkMediaLines(sdp);
+    checkVideo(sdp);
+}
+
+void checkCandidateLine(const std::string& line) {
     if (line.size() > kLongestCandidate) {
-        throw HttpError(400, "the candidate is longer than 255 characters");
+        throw HttpError(400, "the candidate is longer than " + std::to_string(kLongestCandidate) + " characters");
     }
 }
 
-std::string offerFromSdp(const std::string& sdp) {
-    return json{{"type", "offer"}, {"sdp", sdp}}.dump(-1, ' ', false, json::error_handler_t::replace);
-}
-
-std::string sdpOfAnswer(const std::string& answer) {
-    const json description = json::parse(answer, nullptr, false);
-    if (!description.is_object()) {
-        return {};
-    }
-    return description.value("sdp", std::string());
+void checkCandidate(const std::string& text) {
+    checkCandidateLine(stringMember(parseObject(text, "candidate"), "candidate", "candidate"));
 }
 
 }  // namespace zelrtc::camera

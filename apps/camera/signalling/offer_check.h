@@ -7,25 +7,23 @@
 namespace zelrtc::camera {
 
 /**
- * Refuses what cannot be an offer of a viewer.
- * @param text the body of a request: the SDK's JSON form of an offer
- * @throw HttpError 400 for what is no offer, 413 for one that is too long, 422 for an offer without video or without
- * H.264
+ * The SDP of an offer in JSON, as a browser writes it; not checked yet.
+ * @throw HttpError 400 for what is no offer
  */
-void checkOffer(const std::string& text);
+std::string sdpOfOffer(const std::string& text);
 
 /**
- * Refuses what cannot be a candidate.
- * @param text the body of a request: the SDK's JSON form of a candidate
- * @throw HttpError 400
+ * Refuses what cannot be the SDP of a viewer's offer.
+ * @throw HttpError 400 for what is no session description, 413 for one that is too long, 422 for one without video or
+ * without H.264
  */
+void checkOfferedSdp(const std::string& sdp);
+
+/** Refuses a candidate line that is too long. @throw HttpError 400 */
+void checkCandidateLine(const std::string& line);
+
+/** Refuses what is no candidate in JSON. @throw HttpError 400 */
 void checkCandidate(const std::string& text);
-
-/** The SDK's JSON form of an offer with this SDP. */
-std::string offerFromSdp(const std::string& sdp);
-
-/** The SDP in the SDK's JSON form of an answer; empty when there is none. */
-std::string sdpOfAnswer(const std::string& answer);
 
 }  // namespace zelrtc::camera
 

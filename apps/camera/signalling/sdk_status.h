@@ -11,6 +11,9 @@ namespace zelrtc::camera {
 /** The error to report for a status of a session's operation. @param what what did not work, as a sentence */
 HttpError errorOfStatus(const std::string& what, int status);
 
+/** The same for a refused offer, of which more can be the viewer's mistake. */
+HttpError errorOfOffer(const std::string& what, int status);
+
 }  // namespace zelrtc::camera
 
 #endif

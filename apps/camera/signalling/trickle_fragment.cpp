@@ -1,6 +1,6 @@
 #include "signalling/trickle_fragment.h"
 
-#include <nlohmann/json.hpp>
+#include <algorithm>
 #include <sstream>
 
 namespace zelrtc::camera {
@@ -15,16 +15,10 @@ bool removePrefix(std::string& line, const std::string& prefix) {
     return true;
 }
 
-std::string candidateJson(const std::string& candidate, const std::string& mid, int mediaIndex) {
-    using nlohmann::json;
-    return json{{"candidate", candidate}, {"sdpMid", mid}, {"sdpMLineIndex", mediaIndex}}.dump(
-        -1, ' ', false, json::error_handler_t::replace);
-}
-
 }  // namespace
 
-std::vector<std::string> candidatesOfFragment(const std::string& fragment) {
-    std::vector<std::string> candidates;
+std::vector<TrickledCandidate> candidatesOfFragment(const std::string& fragment) {
+    std::vector<TrickledCandidate> candidates;
     std::string mid = "0";
     int mediaIndex = -1;
     std::istringstream lines(fragment);
@@ -37,7 +31,7 @@ std::vector<std::string> candidatesOfFragment(const std::string& fragment) {
         } else if (removePrefix(line, "a=mid:")) {
             mid = line;
         } else if (removePrefix(line, "a=candidate:")) {
-            candidates.push_back(candidateJson("candidate:" + line, mid, mediaIndex < 0 ? 0 : mediaIndex));
+            candidates.push_back({"candidate:" + line, mid, std::max(mediaIndex, 0)});
         }
     }
     return candidates;

@@ -7,8 +7,15 @@
 
 namespace zelrtc::camera {
 
-/** The candidates of a fragment, each in the SDK's JSON form; lines of other kinds are left out. */
-std::vector<std::string> candidatesOfFragment(const std::string& fragment);
+/** A candidate and the media section that it belongs to. */
+struct TrickledCandidate {
+    std::string line; /**< "candidate:..." */
+    std::string mid;
+    int mediaIndex;
+};
+
+/** The candidates of a fragment; lines of other kinds are left out. */
+std::vector<TrickledCandidate> candidatesOfFragment(const std::string& fragment);
 
 }  // namespace zelrtc::camera
 

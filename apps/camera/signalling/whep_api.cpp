@@ -3,6 +3,7 @@
 #include "http/http_error.h"
 #include "signalling/call_requests.h"
 #include "signalling/offer_check.h"
+#include "signalling/sdk_json.h"
 #include "signalling/trickle_fragment.h"
 
 namespace zelrtc::camera {
@@ -34,10 +35,9 @@ void requireSession(const Request& request, int id) {
 
 // One complete answer: players need not support trickle, and the rest of the exchange stays optional.
 Response place(const Request& request, CallRegistry& calls) {
-    const std::string offer = offerFromSdp(request.body);
-    checkOffer(offer);
-    const auto call = calls.place(offer, false);
-    const std::string answer = answerOf(*call, calls);
+    checkOfferedSdp(request.body);
+    const auto call = calls.place(offerJson(request.body), false);
+    const std::string answer = calls.answerOf(*call);
     Response response;
     response.status = 201;
     response.type = kSdp;
@@ -54,9 +54,9 @@ Response trickle(const Request& request, CallRegistry& calls) {
     if (request.body.empty()) {
         throw HttpError(400, "there is no fragment in the body");
     }
-    for (const std::string& candidate : candidatesOfFragment(request.body)) {
-        checkCandidate(candidate);
-        call->addCandidate(candidate);
+    for (const TrickledCandidate& candidate : candidatesOfFragment(request.body)) {
+        checkCandidateLine(candidate.line);
+        call->addCandidate(candidateJson(candidate));
     }
     Response response;
     response.status = 204;
