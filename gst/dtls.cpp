@@ -2,7 +2,7 @@
 
 #include <future>
 
-#include "gst/handles.h"
+#include "gst/elements.h"
 
 namespace zelrtc::gst {
 
@@ -40,21 +40,41 @@ void closeEncoder(GstElement* encoder) {
     sent->get_future().wait_for(kSendingLimit);
 }
 
+gboolean dropBuffers(GstElement*, GstPad* pad, gpointer) {
+    if (GST_PAD_IS_SRC(pad)) {
+        const auto drop = [](GstPad*, GstPadProbeInfo*, gpointer) { return GST_PAD_PROBE_DROP; };
+        const auto data = static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_BUFFER_LIST);
+        gst_pad_add_probe(pad, data, drop, nullptr, nullptr);
+    }
+    return TRUE;
+}
+
+void onPadAdded(GstElement* decoder, GstPad* pad, gpointer) {
+    dropBuffers(decoder, pad, nullptr);
+}
+
+// The decoder has its pad for data by the time it is added, or gets it later.
+void onElementAdded(GstBin*, GstBin*, GstElement* element, gpointer) {
+    if (isMadeBy(element, "dtlsdec")) {
+        g_signal_connect(element, "pad-added", G_CALLBACK(onPadAdded), nullptr);
+        gst_element_foreach_src_pad(element, dropBuffers, nullptr);
+    }
+}
+
 }  // namespace
 
 DtlsState dtlsState(GstElement* element) {
     return static_cast<DtlsState>(plainProperty<gint>(element, "connection-state"));
 }
 
+void dropData(GstElement* webrtcbin) {
+    g_signal_connect(webrtcbin, "deep-element-added", G_CALLBACK(onElementAdded), nullptr);
+}
+
 void sendDtlsClose(GstElement* webrtcbin) {
-    GstIterator* const encoders = gst_bin_iterate_all_by_element_factory_name(GST_BIN(webrtcbin), "dtlsenc");
-    GValue item = G_VALUE_INIT;
-    while (gst_iterator_next(encoders, &item) == GST_ITERATOR_OK) {
-        closeEncoder(GST_ELEMENT(g_value_get_object(&item)));
-        g_value_reset(&item);
+    for (const GstPtr<GstElement>& encoder : elementsMadeBy(webrtcbin, "dtlsenc")) {
+        closeEncoder(encoder.get());
     }
-    g_value_unset(&item);
-    gst_iterator_free(encoders);
 }
 
 }  // namespace zelrtc::gst

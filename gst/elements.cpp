@@ -28,6 +28,19 @@ bool isMadeBy(GstElement* element, const char* factory) {
     return own != nullptr && g_strcmp0(GST_OBJECT_NAME(own), factory) == 0;
 }
 
+std::vector<GstPtr<GstElement>> elementsMadeBy(GstElement* bin, const char* factory) {
+    std::vector<GstPtr<GstElement>> elements;
+    GstIterator* const found = gst_bin_iterate_all_by_element_factory_name(GST_BIN(bin), factory);
+    GValue item = G_VALUE_INIT;
+    while (gst_iterator_next(found, &item) == GST_ITERATOR_OK) {
+        elements.emplace_back(GST_ELEMENT(g_value_dup_object(&item)));
+        g_value_reset(&item);
+    }
+    g_value_unset(&item);
+    gst_iterator_free(found);
+    return elements;
+}
+
 GstPtr<GstElement> elementOf(GstElement* bin, const char* name) {
     return GstPtr<GstElement>(gst_bin_get_by_name(GST_BIN(bin), name));
 }

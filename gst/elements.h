@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "gst/handles.h"
 
@@ -19,6 +20,9 @@ GstElement* makeBin(const std::string& description);
 
 // Whether the element came from the factory of that name.
 bool isMadeBy(GstElement* element, const char* factory);
+
+// All elements inside the bin, at any depth, that came from the factory of that name.
+std::vector<GstPtr<GstElement>> elementsMadeBy(GstElement* bin, const char* factory);
 
 // The element of that name inside the bin, and its pad.
 GstPtr<GstElement> elementOf(GstElement* bin, const char* name);

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "gst/description.h"
+#include "gst/dtls.h"
 #include "gst/ice_agent.h"
 #include "gst/reply.h"
 #include "transport_statistics.h"
@@ -56,6 +57,7 @@ ViewerPeer::ViewerPeer(const Options& options, PeerListener& listener, CallStati
     g_object_set(webrtc_, "bundle-policy", GST_WEBRTC_BUNDLE_POLICY_MAX_BUNDLE, "latency",
                  static_cast<guint>(options.jitterBuffer.count()), nullptr);
     configureIce(options);
+    gst::dropData(webrtc_);
     askForLostPackets();
     connectSignals();
     addReceiver(kVideoCaps, true);
