@@ -25,6 +25,14 @@ std::string offerOf(const std::string& sdp) {
     return json{{"type", "offer"}, {"sdp", sdp}}.dump();
 }
 
+std::string lineEnds(std::size_t count) {
+    std::string text;
+    for (std::size_t i = 0; i < count; ++i) {
+        text += "\r\n";
+    }
+    return text;
+}
+
 struct BadOffer {
     const char* name;
     std::string body;
@@ -73,16 +81,18 @@ void expectProblem(const httplib::Result& result, int status) {
 
 class BadOffers : public UnderBadInput, public ::testing::WithParamInterface<BadOffer> {};
 
-INSTANTIATE_TEST_SUITE_P(Each, BadOffers,
-                         ::testing::Values(BadOffer{"Empty", "", 400}, BadOffer{"NotJson", "offer, please", 400},
-                                           BadOffer{"WithoutSdp", R"({"type":"offer"})", 400},
-                                           BadOffer{"SdpThatIsNone", offerOf("a picture, please"), 400},
-                                           BadOffer{"SdpThatBreaksOff", offerOf("v=0\r\nm=video "), 400},
-                                           BadOffer{"NoVideo", offerOf(kAudioOnlySdp), 422},
-                                           BadOffer{"OneMebibyte", offerOf("v=0\r\n" + std::string(1U << 20U, 'x')),
-                                                    413},
-                                           BadOffer{"AnAnswer", R"({"type":"answer","sdp":"v=0\r\n"})", 400}),
-                         [](const auto& offer) { return offer.param.name; });
+INSTANTIATE_TEST_SUITE_P(
+    Each, BadOffers,
+    ::testing::Values(BadOffer{"Empty", "", 400}, BadOffer{"NotJson", "offer, please", 400},
+                      BadOffer{"WithoutSdp", R"({"type":"offer"})", 400},
+                      BadOffer{"SdpThatIsNone", offerOf("a picture, please"), 400},
+                      BadOffer{"SdpThatBreaksOff", offerOf("v=0\r\nm=video "), 400},
+                      BadOffer{"MediaLineWithoutFormats", offerOf("v=0\r\nm=video 9 UDP/TLS/RTP/SAVPF\r\n"), 400},
+                      BadOffer{"TooLongWithItsEscapes", offerOf("v=0\r\n" + lineEnds(6300)), 413},
+                      BadOffer{"NoVideo", offerOf(kAudioOnlySdp), 422},
+                      BadOffer{"OneMebibyte", offerOf("v=0\r\n" + std::string(1U << 20U, 'x')), 413},
+                      BadOffer{"AnAnswer", R"({"type":"answer","sdp":"v=0\r\n"})", 400}),
+    [](const auto& offer) { return offer.param.name; });
 
 TEST_P(BadOffers, IsRefusedWithAReason) {
     expectProblem(camera_.post("/calls", GetParam().body), GetParam().status);

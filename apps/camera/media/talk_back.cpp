@@ -6,7 +6,7 @@
 #include <cmath>
 #include <iterator>
 #include <numeric>
-#include <system_error>
+#include <stdexcept>
 #include <utility>
 
 #include "media/mulaw.h"
@@ -64,7 +64,7 @@ void TalkBack::record(const std::vector<int16_t>& samples) {
         if (!wav_) {
             wav_.emplace(wavPath_);
         }
-    } catch (const std::system_error& error) {
+    } catch (const std::runtime_error& error) {
         spdlog::error("no recording: {}", error.what());
         wavPath_.clear();
         return;

@@ -2,8 +2,9 @@
 #ifndef APPS_CAMERA_MEDIA_WAV_WRITER_H
 #define APPS_CAMERA_MEDIA_WAV_WRITER_H
 
+#include <sndfile.h>
+
 #include <cstdint>
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
@@ -15,7 +16,7 @@ class WavWriter {
 public:
     /**
      * Creates the file, replacing one of that name.
-     * @throw std::system_error when it cannot be created
+     * @throw std::runtime_error when it cannot be created
      */
     explicit WavWriter(const std::string& path);
 
@@ -27,15 +28,13 @@ public:
     bool append(const std::vector<int16_t>& samples);
 
 private:
-    bool writeHeader();
-
     struct Close {
-        void operator()(std::FILE* file) const {
-            std::fclose(file);
+        void operator()(SNDFILE* file) const {
+            sf_close(file);
         }
     };
-    std::unique_ptr<std::FILE, Close> file_;
-    uint32_t dataBytes_ = 0;
+    std::unique_ptr<SNDFILE, Close> file_;
+    size_t samples_ = 0;
 };
 
 }  // namespace zelrtc::camera

@@ -1,24 +1,13 @@
 #include "wav_file.h"
 
-#include <algorithm>
-#include <cmath>
-#include <cstring>
-#include <stdexcept>
+#include <sndfile.h>
 
-#include "scratch_folder.h"
+#include <cmath>
+#include <memory>
+#include <stdexcept>
 
 namespace zelrtc::test {
 namespace {
-
-constexpr std::size_t kHeaderBytes = 44;
-
-std::uint32_t numberAt(const std::string& bytes, std::size_t at, std::size_t size) {
-    std::uint32_t value = 0;
-    for (std::size_t i = size; i > 0; --i) {
-        value = value << 8U | static_cast<unsigned char>(bytes[at + i - 1]);
-    }
-    return value;
-}
 
 double energy(const std::int16_t* samples, std::size_t count) {
     double sum = 0;
@@ -65,16 +54,15 @@ double WavFile::shareAt(double hertz) const {
 }
 
 WavFile readWav(const std::string& path) {
-    const std::string bytes = readFile(path);
-    if (bytes.size() < kHeaderBytes || bytes.compare(0, 4, "RIFF") != 0 || bytes.compare(8, 8, "WAVEfmt ") != 0 ||
-        numberAt(bytes, 20, 2) != 1 || numberAt(bytes, 22, 2) != 1 || numberAt(bytes, 34, 2) != 16 ||
-        bytes.compare(36, 4, "data") != 0) {
+    SF_INFO info{};
+    const std::unique_ptr<SNDFILE, decltype(&sf_close)> file(sf_open(path.c_str(), SFM_READ, &info), sf_close);
+    if (!file || info.format != (SF_FORMAT_WAV | SF_FORMAT_PCM_16) || info.channels != 1) {
         throw std::runtime_error(path + " is not a 16 bit mono WAV file");
     }
     WavFile wav;
-    wav.samplesPerSecond = numberAt(bytes, 24, 4);
-    wav.samples.resize(std::min<std::size_t>(numberAt(bytes, 40, 4), bytes.size() - kHeaderBytes) / 2);
-    std::memcpy(wav.samples.data(), bytes.data() + kHeaderBytes, wav.samples.size() * 2);
+    wav.samplesPerSecond = static_cast<unsigned>(info.samplerate);
+    wav.samples.resize(static_cast<std::size_t>(info.frames));
+    wav.samples.resize(static_cast<std::size_t>(sf_read_short(file.get(), wav.samples.data(), info.frames)));
     return wav;
 }
 
