@@ -3,7 +3,7 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { limitMs } from '../support/sdk_limits.mjs';
 import { withCameraAndBrowser } from './support/scene.mjs';
-import { ANSWER_STYLES, ViewerPage } from './support/viewer_page.mjs';
+import { ANSWER_STYLES, PICTURE_LIMIT_MS, ViewerPage } from './support/viewer_page.mjs';
 import { eventually } from './support/waiting.mjs';
 
 const NOTICE_LIMIT_MS = limitMs('release');
@@ -65,7 +65,7 @@ test('a call after another shows a picture again', () =>
     const viewer = await ViewerPage.open(context, camera);
     for (let i = 0; i < 3; i++) {
       await viewer.call();
-      await eventually('frames', 10000, async () => (await viewer.videoFigures()).framesDecoded > 10);
+      await eventually('frames', PICTURE_LIMIT_MS, async () => (await viewer.videoFigures()).framesDecoded > 10);
       await viewer.hangUp();
       await viewer.waitForState('idle');
       await camera.idle(NOTICE_LIMIT_MS);

@@ -6,12 +6,11 @@ import { Firefox, PLATFORM_H264 } from './support/firefox.mjs';
 import { withPlayerSite } from './support/player_site.mjs';
 import { recordedTone } from './support/recorded_tone.mjs';
 import { withCamera } from './support/scene.mjs';
-import { BARS, ViewerPage } from './support/viewer_page.mjs';
+import { BARS, PICTURE_LIMIT_MS, ViewerPage } from './support/viewer_page.mjs';
 import { eventually } from './support/waiting.mjs';
 import { describeWav } from './support/wav.mjs';
 
 const NOTICE_LIMIT_MS = limitMs('release');
-const PICTURE_LIMIT_MS = 20000;
 const CAMERA_TONE_HERTZ = 440;
 const LEAST_FRAMES = 30;
 

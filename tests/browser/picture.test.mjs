@@ -2,10 +2,9 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { withCameraAndBrowser } from './support/scene.mjs';
-import { ANSWER_STYLES, BARS, ViewerPage } from './support/viewer_page.mjs';
+import { ANSWER_STYLES, BARS, PICTURE_LIMIT_MS, ViewerPage } from './support/viewer_page.mjs';
 import { eventually } from './support/waiting.mjs';
 
-const WATCHED_MS = 6000;
 const LEAST_FRAMES = 100;
 
 for (const style of ANSWER_STYLES) {
@@ -16,7 +15,7 @@ for (const style of ANSWER_STYLES) {
       const firstPictureMs = await viewer.firstPictureMs();
       const start = Date.now();
       const { framesDecoded } = await viewer.videoFigures();
-      const figures = await eventually(`${LEAST_FRAMES} frames`, WATCHED_MS, async () => {
+      const figures = await eventually(`${LEAST_FRAMES} frames`, PICTURE_LIMIT_MS, async () => {
         const now = await viewer.videoFigures();
         return now.framesDecoded - framesDecoded >= LEAST_FRAMES && now;
       });
@@ -46,7 +45,7 @@ test('a second viewer at the same time sees its own call', () =>
     await second.hangUp();
     await camera.connectedCalls(1);
     const { framesDecoded } = await first.videoFigures();
-    await eventually('the first viewer goes on', WATCHED_MS, async () => {
+    await eventually('the first viewer goes on', PICTURE_LIMIT_MS, async () => {
       return (await first.videoFigures()).framesDecoded > framesDecoded + 30;
     });
   }));

@@ -3,7 +3,7 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { limitMs } from '../support/sdk_limits.mjs';
 import { withCameraAndBrowser } from './support/scene.mjs';
-import { ANSWER_STYLES, ViewerPage } from './support/viewer_page.mjs';
+import { ANSWER_STYLES, PICTURE_LIMIT_MS, ViewerPage } from './support/viewer_page.mjs';
 import { eventually } from './support/waiting.mjs';
 import { describeWav } from './support/wav.mjs';
 
@@ -43,7 +43,7 @@ test('the camera stops its sound when it is told to, and starts it again', () =>
     assert.deepEqual(await viewer.select({ audio: false }), { video: 1, audio: false });
     await viewer.hearsNothing();
     const { framesDecoded } = await viewer.videoFigures();
-    await eventually('the picture goes on', 5000, async () => (await viewer.videoFigures()).framesDecoded > framesDecoded);
+    await eventually('the picture goes on', PICTURE_LIMIT_MS, async () => (await viewer.videoFigures()).framesDecoded > framesDecoded);
     assert.deepEqual(await viewer.select({ audio: true }), { video: 1, audio: true });
     await viewer.hears(CAMERA_TONE_HERTZ);
   }));

@@ -4,7 +4,7 @@ import { test } from 'node:test';
 import { limitMs } from '../support/sdk_limits.mjs';
 import { withPlayerSite } from './support/player_site.mjs';
 import { withCameraAndBrowser } from './support/scene.mjs';
-import { BARS, ViewerPage } from './support/viewer_page.mjs';
+import { BARS, PICTURE_LIMIT_MS, ViewerPage } from './support/viewer_page.mjs';
 import { eventually } from './support/waiting.mjs';
 
 const NOTICE_LIMIT_MS = limitMs('release');
@@ -50,7 +50,7 @@ function ask(viewer, url, options) {
 test('a WHEP player on another site shows the picture and plays the tone', () =>
   withPlayer(async (camera, viewer) => {
     const session = await play(viewer, camera);
-    const figures = await eventually('frames', 10000, async () => {
+    const figures = await eventually('frames', PICTURE_LIMIT_MS, async () => {
       const now = await viewer.videoFigures();
       return now.framesDecoded > 60 && now;
     });
@@ -162,6 +162,6 @@ test('another site can read why the camera refused something, and the call goes 
       assert.equal(answer.headers.allow, allow, name);
     }
     const { framesDecoded } = await viewer.videoFigures();
-    await eventually('the picture goes on', 5000, async () => (await viewer.videoFigures()).framesDecoded > framesDecoded);
+    await eventually('the picture goes on', PICTURE_LIMIT_MS, async () => (await viewer.videoFigures()).framesDecoded > framesDecoded);
     await camera.connectedCalls(1);
   }));

@@ -3,7 +3,7 @@ import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { misplacedFrames, watchFrames } from './support/frame_order.mjs';
 import { withCameraAndBrowser } from './support/scene.mjs';
-import { ANSWER_STYLES, BARS, ViewerPage } from './support/viewer_page.mjs';
+import { ANSWER_STYLES, BARS, PICTURE_LIMIT_MS, ViewerPage } from './support/viewer_page.mjs';
 import { eventually } from './support/waiting.mjs';
 
 const SIZES = [
@@ -41,7 +41,7 @@ test('a stream that others watch begins with a key frame, too', () =>
     for (const { stream, width } of [...SIZES, ...SIZES]) {
       await viewer.selectStream(stream, width);
       const seen = await viewer.page.evaluate(() => window.receivedFrames.length);
-      await eventually('frames follow', 5000, async () => {
+      await eventually('frames follow', PICTURE_LIMIT_MS, async () => {
         return (await viewer.page.evaluate(() => window.receivedFrames.length)) > seen + 10;
       });
     }

@@ -45,7 +45,7 @@ TEST(InterruptedCamera, EndsItsCallsInOrderAndExitsInTime) {
     CameraProcess camera;
     ViewerProcess first(camera.url(), {"--keep"});
     ViewerProcess second(camera.url(), {"--keep", "--no-trickle"});
-    ASSERT_TRUE(camera.hasConnectedCalls(2, 15s));
+    ASSERT_TRUE(camera.hasConnectedCalls(2));
 
     camera.process().signal(SIGINT);
     EXPECT_EQ(camera.process().waitForExit(sdkLimit("exit")), 0);
@@ -90,7 +90,7 @@ TEST(InterruptedCamera, IsNotHeldUpByConnectionsThatSayNothing) {
     const int before = camera.usage().descriptors;
     const IdleConnection silent(camera.url(), "");
     const IdleConnection halfway(camera.url(), "POST /calls HTTP/1.1\r\nHost: camera\r\nContent-Length: 99\r\n\r\n{");
-    ASSERT_TRUE(eventually([&] { return camera.usage().descriptors >= before + 2; }, 3s));
+    ASSERT_TRUE(eventually([&] { return camera.usage().descriptors >= before + 2; }, 15s));
     camera.process().signal(SIGTERM);
     EXPECT_EQ(camera.process().waitForExit(sdkLimit("exit")), 0);
 }
@@ -98,7 +98,7 @@ TEST(InterruptedCamera, IsNotHeldUpByConnectionsThatSayNothing) {
 TEST(HungUpCall, TellsTheViewerWhyWhenSomeoneElseEndsIt) {
     CameraProcess camera;
     ViewerProcess viewer(camera.url(), {"--keep"});
-    ASSERT_TRUE(camera.hasConnectedCalls(1, 15s));
+    ASSERT_TRUE(camera.hasConnectedCalls(1));
     ASSERT_TRUE(camera.firstCallLasts(2s));
     const int id = camera.get("/calls").at(0).at("id");
 
@@ -114,7 +114,7 @@ TEST(HungUpCall, TellsTheViewerWhyWhenSomeoneElseEndsIt) {
 TEST(KilledViewer, IsNoticed) {
     CameraProcess camera;
     ViewerProcess viewer(camera.url(), {"--keep"});
-    ASSERT_TRUE(camera.hasConnectedCalls(1, 15s));
+    ASSERT_TRUE(camera.hasConnectedCalls(1));
     viewer.process().signal(SIGKILL);
     EXPECT_TRUE(camera.hasNoCalls(sdkLimit("vanished")));
     EXPECT_TRUE(camera.logsEventually("released", sdkLimit("release")));

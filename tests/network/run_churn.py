@@ -30,8 +30,10 @@ RSS_KB_PER_CALL = 8
 HEAP_KB_ONCE = 256
 HEAP_KB_PER_CALL = 3
 EXACT_HEAP = {"G_SLICE": "always-malloc", "GLIBC_TUNABLES": "glibc.malloc.tcache_count=0", "MALLOC_ARENA_MAX": "1"}
-# So long after its last call the camera has given its free memory back to the system.
+# The camera gives its free memory back to the system some seconds after its last call: nothing of its process changes
+# for so long once it has, and it has in time.
 QUIET_SECONDS = 4
+SETTLE_SECONDS = 60
 # Idle threads of a pool end by themselves.
 POOL_SECONDS = 40
 WARM_UP_CALLS = 5
@@ -82,9 +84,18 @@ class Churn:
         return {**figures(self.pid()), "heapKb": self._camera.health()["heapBytes"] // 1024}
 
     def settled(self):
-        """The figures once the last call has been over for a while."""
+        """The figures once they have stopped changing after the last call."""
         self.wait_for_release()
-        time.sleep(QUIET_SECONDS)
+        last, since = None, 0
+
+        def is_quiet():
+            nonlocal last, since
+            now = [figures(self.pid())[what] for what in (*COUNTED, "rssKb")]
+            if now != last:
+                last, since = now, time.monotonic()
+            return time.monotonic() - since >= QUIET_SECONDS
+
+        wait_for(is_quiet, SETTLE_SECONDS, "the camera's figures to settle")
         return self.figures()
 
     def wait_for_release(self):

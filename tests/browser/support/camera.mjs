@@ -48,15 +48,15 @@ export class Camera {
 
   /** Waits until exactly `count` calls are up and connected, and returns them. */
   connectedCalls(count) {
-    return eventually(`${count} connected calls`, 20000, async () => {
+    return eventually(`${count} connected calls`, limitMs('connect'), async () => {
       const calls = await this.get('/calls');
       return calls.length === count && calls.every((call) => call.state === 'connected') && calls;
     });
   }
 
   /** Waits until the camera has no call and encodes nothing. */
-  idle(limitMs) {
-    return eventually('the camera has no call left', limitMs, async () => {
+  idle(longestMs) {
+    return eventually('the camera has no call left', longestMs, async () => {
       const health = await this.get('/health');
       return health.calls === 0 && health.encoders === 0;
     });

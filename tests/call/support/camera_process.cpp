@@ -10,6 +10,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "sdk_limits.h"
 #include "waiting.h"
 
 namespace zelrtc::test {
@@ -85,14 +86,14 @@ httplib::Result CameraProcess::remove(const std::string& path) const {
     return client(url_).Delete(path);
 }
 
-bool CameraProcess::hasConnectedCalls(std::size_t count, std::chrono::milliseconds limit) const {
+bool CameraProcess::hasConnectedCalls(std::size_t count) const {
     return eventually(
         [&] {
             const nlohmann::json calls = get("/calls");
             const auto isConnected = [](const nlohmann::json& call) { return call.at("state") == "connected"; };
             return calls.size() == count && std::all_of(calls.begin(), calls.end(), isConnected);
         },
-        limit);
+        sdkLimit("connect"));
 }
 
 bool CameraProcess::hasNoCalls(std::chrono::milliseconds limit) const {
