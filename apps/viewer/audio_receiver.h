@@ -31,13 +31,13 @@ private:
     static GstPadProbeReturn onPacket(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstFlowReturn onSamples(GstAppSink* sink, gpointer self);
 
-    void takeSamples(const std::int16_t* samples, std::size_t count);
+    void takeSamples(const int16_t* samples, size_t count);
 
     CallStatistics& statistics_;
     const bool keep_;
     GstElement* bin_;
     mutable std::mutex mutex_;
-    std::vector<std::int16_t> kept_;
+    std::vector<int16_t> kept_;
 };
 
 }  // namespace zelrtc::viewer

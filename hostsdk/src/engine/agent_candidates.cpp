@@ -9,10 +9,10 @@ void nice_candidate_free(gpointer candidate);
 
 namespace zelrtc::hostsdk {
 
-std::size_t countAgentCandidates(GObject* agent, guint stream) {
+size_t countAgentCandidates(GObject* agent, guint stream) {
     // Media and its control packets share the first component.
     GSList* const candidates = nice_agent_get_local_candidates(agent, stream, 1);
-    const std::size_t count = g_slist_length(candidates);
+    const size_t count = g_slist_length(candidates);
     g_slist_free_full(candidates, nice_candidate_free);
     return count;
 }

@@ -9,7 +9,7 @@
 namespace zelrtc::hostsdk {
 
 // How many of this side's candidates the agent knows of in a stream, told to webrtcbin or not yet. Any thread.
-std::size_t countAgentCandidates(GObject* agent, guint stream);
+size_t countAgentCandidates(GObject* agent, guint stream);
 
 }  // namespace zelrtc::hostsdk
 

@@ -125,7 +125,7 @@ void WebRtcPipeline::Link::onCandidate(GstElement*, guint mLineIndex, gchar* tex
 
 // Asked of the agent: webrtcbin (1.22) never calls gathering complete when a candidate arrives while it decides.
 void WebRtcPipeline::Link::onGatheringDone(GObject* agent, guint stream, std::shared_ptr<Link>* link) {
-    const std::size_t found = countAgentCandidates(agent, stream);
+    const size_t found = countAgentCandidates(agent, stream);
     (*link)->executor->post([link = *link, found] { link->events.onGatheringDone(found); });
 }
 

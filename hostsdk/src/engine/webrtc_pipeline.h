@@ -25,7 +25,7 @@ namespace zelrtc::hostsdk {
 struct PipelineEvents {
     std::function<void(unsigned int mLineIndex, const std::string& candidate)> onCandidate;
     // With the number of candidates found, of which the last may still be on their way to onCandidate.
-    std::function<void(std::size_t found)> onGatheringDone;
+    std::function<void(size_t found)> onGatheringDone;
     std::function<void(TransportEvent)> onTransport;
     // The far end's limit in bits per second.
     std::function<void(double)> onBandwidth;

@@ -10,30 +10,30 @@
 namespace zelrtc::test {
 namespace {
 
-constexpr std::size_t kHeaderBytes = 44;
+constexpr size_t kHeaderBytes = 44;
 
-std::uint32_t numberAt(const std::string& bytes, std::size_t at, std::size_t size) {
-    std::uint32_t value = 0;
-    for (std::size_t i = size; i > 0; --i) {
+uint32_t numberAt(const std::string& bytes, size_t at, size_t size) {
+    uint32_t value = 0;
+    for (size_t i = size; i > 0; --i) {
         value = value << 8U | static_cast<unsigned char>(bytes[at + i - 1]);
     }
     return value;
 }
 
-double energy(const std::int16_t* samples, std::size_t count) {
+double energy(const int16_t* samples, size_t count) {
     double sum = 0;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (size_t i = 0; i < count; ++i) {
         sum += static_cast<double>(samples[i]) * samples[i];
     }
     return sum;
 }
 
 // Goertzel's filter: the energy of the component at one frequency.
-double energyAt(const std::int16_t* samples, std::size_t count, double cyclesPerSample) {
+double energyAt(const int16_t* samples, size_t count, double cyclesPerSample) {
     const double coefficient = 2 * std::cos(2 * M_PI * cyclesPerSample);
     double last = 0;
     double beforeLast = 0;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (size_t i = 0; i < count; ++i) {
         const double current = samples[i] + coefficient * last - beforeLast;
         beforeLast = last;
         last = current;
@@ -54,10 +54,10 @@ double WavFile::level() const {
 
 double WavFile::shareAt(double hertz) const {
     // Short blocks, so that a lost packet shifts the phase of one of them only.
-    constexpr std::size_t kBlock = 400;
+    constexpr size_t kBlock = 400;
     double wanted = 0;
     double all = 0;
-    for (std::size_t at = 0; at + kBlock <= samples.size(); at += kBlock) {
+    for (size_t at = 0; at + kBlock <= samples.size(); at += kBlock) {
         wanted += energyAt(samples.data() + at, kBlock, hertz / samplesPerSecond);
         all += energy(samples.data() + at, kBlock);
     }
@@ -73,7 +73,7 @@ WavFile readWav(const std::string& path) {
     }
     WavFile wav;
     wav.samplesPerSecond = numberAt(bytes, 24, 4);
-    wav.samples.resize(std::min<std::size_t>(numberAt(bytes, 40, 4), bytes.size() - kHeaderBytes) / 2);
+    wav.samples.resize(std::min<size_t>(numberAt(bytes, 40, 4), bytes.size() - kHeaderBytes) / 2);
     std::memcpy(wav.samples.data(), bytes.data() + kHeaderBytes, wav.samples.size() * 2);
     return wav;
 }

@@ -11,7 +11,7 @@ namespace zelrtc::test {
 /** 16 bit, mono. */
 struct WavFile {
     unsigned samplesPerSecond = 0;
-    std::vector<std::int16_t> samples;
+    std::vector<int16_t> samples;
 
     double seconds() const;
     /** Root mean square, full scale is 1. */
