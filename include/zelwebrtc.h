@@ -1,6 +1,6 @@
 /**
- * @file zelwebrtc.h
- * The records an application fills in to describe a call and the interface through which a session reports back.
+ * @file zelwebrtc.h The records an application fills in to describe a call and the interface through which a session
+ * reports back.
  *
  * An application includes zelwebrtc_session.h, which includes this header.
  */

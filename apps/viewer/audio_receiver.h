@@ -1,4 +1,4 @@
-/** Counts, measures and on request keeps the camera's audio. */
+/** @file audio_receiver.h Counts, measures and on request keeps the camera's audio. */
 #ifndef APPS_VIEWER_AUDIO_RECEIVER_H
 #define APPS_VIEWER_AUDIO_RECEIVER_H
 

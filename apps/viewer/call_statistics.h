@@ -1,4 +1,4 @@
-/** What one call saw, collected from all the threads that see something. */
+/** @file call_statistics.h What one call saw, collected from all the threads that see something. */
 #ifndef APPS_VIEWER_CALL_STATISTICS_H
 #define APPS_VIEWER_CALL_STATISTICS_H
 

@@ -1,4 +1,4 @@
-/** Owners for GStreamer's reference-counted things. */
+/** @file gst_handles.h Owners for GStreamer's reference-counted things. */
 #ifndef APPS_VIEWER_GST_HANDLES_H
 #define APPS_VIEWER_GST_HANDLES_H
 

@@ -1,4 +1,4 @@
-/** What this host can gather candidates on. */
+/** @file network_interfaces.h What this host can gather candidates on. */
 #ifndef APPS_VIEWER_NETWORK_INTERFACES_H
 #define APPS_VIEWER_NETWORK_INTERFACES_H
 

@@ -1,4 +1,4 @@
-/** Reads the capture time that the camera's test picture carries. */
+/** @file picture_clock.h Reads the capture time that the camera's test picture carries. */
 #ifndef APPS_VIEWER_PICTURE_CLOCK_H
 #define APPS_VIEWER_PICTURE_CLOCK_H
 

@@ -1,4 +1,4 @@
-/** How a call's texts travel to the camera and back. */
+/** @file signalling.h How a call's texts travel to the camera and back. */
 #ifndef APPS_VIEWER_SIGNALLING_H
 #define APPS_VIEWER_SIGNALLING_H
 

@@ -1,4 +1,4 @@
-/** The course of one call, from the offer to the hang-up. */
+/** @file viewer_call.h The course of one call, from the offer to the hang-up. */
 #ifndef APPS_VIEWER_VIEWER_CALL_H
 #define APPS_VIEWER_VIEWER_CALL_H
 

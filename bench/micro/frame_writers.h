@@ -1,9 +1,6 @@
-/**
- * @file frame_writers.h
- * The ways to write one frame that the benchmarks compare, all called alike.
- */
-#ifndef ZELRTC_BENCH_FRAME_WRITERS_H
-#define ZELRTC_BENCH_FRAME_WRITERS_H
+/** @file frame_writers.h The ways to write one frame that the benchmarks compare, all called alike. */
+#ifndef BENCH_MICRO_FRAME_WRITERS_H
+#define BENCH_MICRO_FRAME_WRITERS_H
 
 #include <cstdint>
 #include <vector>

@@ -1,5 +1,5 @@
-#ifndef ZELRTC_BENCH_HAND_WRITTEN_H
-#define ZELRTC_BENCH_HAND_WRITTEN_H
+#ifndef BENCH_MICRO_HAND_WRITTEN_H
+#define BENCH_MICRO_HAND_WRITTEN_H
 
 #include <cstddef>
 #include <cstdint>

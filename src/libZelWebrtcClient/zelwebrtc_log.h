@@ -1,7 +1,4 @@
-/**
- * @file zelwebrtc_log.h
- * How the session writes its log: internal to the library.
- */
+/** @file zelwebrtc_log.h How the session writes its log: internal to the library. */
 #ifndef ZELWEBRTC_LOG_H
 #define ZELWEBRTC_LOG_H
 

@@ -1,6 +1,6 @@
 /**
- * @file zelwebrtc_session.h
- * One answering WebRTC call of a camera, from the viewer's offer to the release of the connection.
+ * @file zelwebrtc_session.h One answering WebRTC call of a camera, from the viewer's offer to the release of the
+ * connection.
  */
 #ifndef ZELWEBRTC_SESSION_H
 #define ZELWEBRTC_SESSION_H

@@ -1,6 +1,7 @@
 /**
- * One session's life, driven by a byte string: public calls, the SDK's handlers and the SDK's statuses in an order that
- * nobody would think of, beside a plain model of what the session promises. Whatever the two disagree on ends the run.
+ * @file session_run.h One session's life, driven by a byte string: public calls, the SDK's handlers and the SDK's
+ * statuses in an order that nobody would think of, beside a plain model of what the session promises. Whatever the two
+ * disagree on ends the run.
  */
 #ifndef TESTS_FUZZ_SESSION_RUN_H
 #define TESTS_FUZZ_SESSION_RUN_H

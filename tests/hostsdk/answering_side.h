@@ -1,4 +1,6 @@
-// The near end of a call in the tests: hostsdk through its C functions, as a session drives it.
+/**
+ * @file answering_side.h The near end of a call in the tests: hostsdk through its C functions, as a session drives it.
+ */
 #ifndef TESTS_HOSTSDK_ANSWERING_SIDE_H
 #define TESTS_HOSTSDK_ANSWERING_SIDE_H
 

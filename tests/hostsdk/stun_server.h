@@ -1,4 +1,4 @@
-// A STUN server that sees every client behind the same distant address.
+/** @file stun_server.h A STUN server that sees every client behind the same distant address. */
 #ifndef TESTS_HOSTSDK_STUN_SERVER_H
 #define TESTS_HOSTSDK_STUN_SERVER_H
 

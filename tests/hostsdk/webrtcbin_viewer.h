@@ -1,4 +1,4 @@
-// The far end of a call in the tests: a plain webrtcbin that makes the offer.
+/** @file webrtcbin_viewer.h The far end of a call in the tests: a plain webrtcbin that makes the offer. */
 #ifndef TESTS_HOSTSDK_WEBRTCBIN_VIEWER_H
 #define TESTS_HOSTSDK_WEBRTCBIN_VIEWER_H
 

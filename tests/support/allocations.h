@@ -1,5 +1,5 @@
 /**
- * Counts what the code under test allocates, and makes an allocation of its choice fail.
+ * @file allocations.h Counts what the code under test allocates, and makes an allocation of its choice fail.
  *
  * An executable that links allocations.cpp has its operator new and delete replaced. Everything here concerns the
  * calling thread only.

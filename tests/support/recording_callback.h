@@ -1,4 +1,7 @@
-/** An application's callback that notes what it is told in the recorder's journal, and may act on it. */
+/**
+ * @file recording_callback.h An application's callback that notes what it is told in the recorder's journal, and may
+ * act on it.
+ */
 #ifndef TESTS_SUPPORT_RECORDING_CALLBACK_H
 #define TESTS_SUPPORT_RECORDING_CALLBACK_H
 

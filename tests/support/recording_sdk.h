@@ -1,7 +1,7 @@
 /**
- * An SDK that does nothing but remember: every call with a copy of its arguments, every log line, in one order. A test
- * scripts what each call returns and delivers, and fires the registered handlers from wherever it likes, also from
- * inside an SDK call.
+ * @file recording_sdk.h An SDK that does nothing but remember: every call with a copy of its arguments, every log line,
+ * in one order. A test scripts what each call returns and delivers, and fires the registered handlers from wherever it
+ * likes, also from inside an SDK call.
  *
  * There is one, as there is one SDK in a process. All its operations may be used on any thread.
  */

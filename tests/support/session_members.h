@@ -1,7 +1,7 @@
 /**
- * A look at the session's private members, for the promises that no public operation shows: what a refused or failed
- * call leaves unchanged. It rests on explicit instantiations being exempt from access checks, so the session's header
- * needs no opening for tests.
+ * @file session_members.h A look at the session's private members, for the promises that no public operation shows:
+ * what a refused or failed call leaves unchanged. It rests on explicit instantiations being exempt from access checks,
+ * so the session's header needs no opening for tests.
  */
 #ifndef TESTS_SUPPORT_SESSION_MEMBERS_H
 #define TESTS_SUPPORT_SESSION_MEMBERS_H

@@ -1,4 +1,7 @@
-/** What the unit tests share: a session, its application and the recording SDK, checked for misuse and leaks. */
+/**
+ * @file session_test.h What the unit tests share: a session, its application and the recording SDK, checked for misuse
+ * and leaks.
+ */
 #ifndef TESTS_SUPPORT_SESSION_TEST_H
 #define TESTS_SUPPORT_SESSION_TEST_H
 

@@ -1,4 +1,7 @@
-/** The library's clock, in the hands of the test. Linked before the library, it takes the place of the real one. */
+/**
+ * @file test_clock.h The library's clock, in the hands of the test. Linked before the library, it takes the place of
+ * the real one.
+ */
 #ifndef TESTS_SUPPORT_TEST_CLOCK_H
 #define TESTS_SUPPORT_TEST_CLOCK_H
 

@@ -1,4 +1,4 @@
-/** @file event_log.h What happened in a call, for any number of readers at their own pace. */
+/** @file call_history.h What happened in a call, for any number of readers at their own pace. */
 #ifndef APPS_CAMERA_EVENTS_CALL_HISTORY_H
 #define APPS_CAMERA_EVENTS_CALL_HISTORY_H
 

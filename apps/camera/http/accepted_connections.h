@@ -1,4 +1,4 @@
-/** @file connections.h The TCP connections that this process has accepted. */
+/** @file accepted_connections.h The TCP connections that this process has accepted. */
 #ifndef APPS_CAMERA_HTTP_ACCEPTED_CONNECTIONS_H
 #define APPS_CAMERA_HTTP_ACCEPTED_CONNECTIONS_H
 

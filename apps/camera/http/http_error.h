@@ -1,4 +1,4 @@
-/** @file problem.h What went wrong with a request, in words for the person who sent it. */
+/** @file http_error.h What went wrong with a request, in words for the person who sent it. */
 #ifndef APPS_CAMERA_HTTP_HTTP_ERROR_H
 #define APPS_CAMERA_HTTP_HTTP_ERROR_H
 

@@ -1,4 +1,4 @@
-/** @file picture.h Drawing rectangles into I420 pictures that belong to someone else. */
+/** @file drawing.h Drawing rectangles into I420 pictures that belong to someone else. */
 #ifndef APPS_CAMERA_MEDIA_DRAWING_H
 #define APPS_CAMERA_MEDIA_DRAWING_H
 

@@ -1,4 +1,4 @@
-/** @file test_picture.h The built-in picture: colour bars, a moving block and the time of capture for machines. */
+/** @file test_pattern.h The built-in picture: colour bars, a moving block and the time of capture for machines. */
 #ifndef APPS_CAMERA_MEDIA_TEST_PATTERN_H
 #define APPS_CAMERA_MEDIA_TEST_PATTERN_H
 

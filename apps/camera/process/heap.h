@@ -1,4 +1,4 @@
-/** @file memory.h How the process treats its heap. Both do nothing where the C library has no such thing. */
+/** @file heap.h How the process treats its heap. Both do nothing where the C library has no such thing. */
 #ifndef APPS_CAMERA_PROCESS_HEAP_H
 #define APPS_CAMERA_PROCESS_HEAP_H
 

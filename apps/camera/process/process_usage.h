@@ -1,4 +1,4 @@
-/** @file process_figures.h What the process holds, so that a leak can be seen from outside. */
+/** @file process_usage.h What the process holds, so that a leak can be seen from outside. */
 #ifndef APPS_CAMERA_PROCESS_PROCESS_USAGE_H
 #define APPS_CAMERA_PROCESS_PROCESS_USAGE_H
 

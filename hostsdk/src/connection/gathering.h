@@ -1,4 +1,4 @@
-// When the end of gathering is reported.
+/** @file gathering.h When the end of gathering is reported. */
 #ifndef HOSTSDK_SRC_CONNECTION_GATHERING_H
 #define HOSTSDK_SRC_CONNECTION_GATHERING_H
 

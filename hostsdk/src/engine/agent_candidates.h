@@ -1,4 +1,4 @@
-// What the ICE agent under webrtcbin has found.
+/** @file agent_candidates.h What the ICE agent under webrtcbin has found. */
 #ifndef HOSTSDK_SRC_ENGINE_AGENT_CANDIDATES_H
 #define HOSTSDK_SRC_ENGINE_AGENT_CANDIDATES_H
 

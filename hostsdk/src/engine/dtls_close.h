@@ -1,4 +1,4 @@
-// Telling the far end that the call is over.
+/** @file dtls_close.h Telling the far end that the call is over. */
 #ifndef HOSTSDK_SRC_ENGINE_DTLS_CLOSE_H
 #define HOSTSDK_SRC_ENGINE_DTLS_CLOSE_H
 

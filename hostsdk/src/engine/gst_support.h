@@ -1,4 +1,4 @@
-// Ownership of GStreamer's objects.
+/** @file gst_support.h Ownership of GStreamer's objects. */
 #ifndef HOSTSDK_SRC_ENGINE_GST_SUPPORT_H
 #define HOSTSDK_SRC_ENGINE_GST_SUPPORT_H
 

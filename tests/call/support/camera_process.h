@@ -1,4 +1,4 @@
-/** The demo camera under test. */
+/** @file camera_process.h The demo camera under test. */
 #ifndef TESTS_CALL_SUPPORT_CAMERA_PROCESS_H
 #define TESTS_CALL_SUPPORT_CAMERA_PROCESS_H
 

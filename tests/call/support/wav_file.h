@@ -1,4 +1,4 @@
-/** What a recording holds. */
+/** @file wav_file.h What a recording holds. */
 #ifndef TESTS_CALL_SUPPORT_WAV_FILE_H
 #define TESTS_CALL_SUPPORT_WAV_FILE_H
 
