@@ -6,7 +6,7 @@
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
-namespace bench {
+namespace zelrtc::bench {
 
 /**
  * The least that a guarded write can cost when an application writes it by hand: both flags loaded, one frame filled,
@@ -24,6 +24,6 @@ private:
     ATOMIC_BOOL terminated_;
 };
 
-}  // namespace bench
+}  // namespace zelrtc::bench
 
 #endif

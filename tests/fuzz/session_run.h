@@ -83,7 +83,7 @@ private:
     void expectLines() const;
     void expectAll();
 
-    std::vector<zelrtc_test::SdkCall> ownCallsSince(size_t first) const;
+    std::vector<zelrtc::test::SdkCall> ownCallsSince(size_t first) const;
     bool answerFits() const;
     std::string answerText(const std::string& sdp) const;
     std::string text(size_t limit);
@@ -91,7 +91,7 @@ private:
     UINT32 status();
 
     FuzzedDataProvider input_;
-    zelrtc_test::RecordingSdk& sdk_;
+    zelrtc::test::RecordingSdk& sdk_;
     Application application_;
     Model model_;
     ZELRTC_SESSION_ID sid_ = 0;

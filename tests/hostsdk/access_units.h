@@ -5,7 +5,11 @@
 #include <cstdint>
 #include <vector>
 
+namespace zelrtc::test {
+
 // H.264 access units of a small moving picture, 30 a second, a key frame with parameter sets every 15. Made once.
 const std::vector<std::vector<uint8_t>>& accessUnits();
+
+}  // namespace zelrtc::test
 
 #endif

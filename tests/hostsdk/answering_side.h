@@ -14,6 +14,8 @@
 #include <thread>
 #include <vector>
 
+namespace zelrtc::test {
+
 class AnsweringSide {
 public:
     static constexpr std::chrono::seconds kDeadline{30};
@@ -92,5 +94,7 @@ private:
     std::vector<UINT64> audioTimes_;
     std::vector<std::thread::id> threads_;
 };
+
+}  // namespace zelrtc::test
 
 #endif

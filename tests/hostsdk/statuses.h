@@ -4,7 +4,11 @@
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
+namespace zelrtc::test {
+
 constexpr STATUS kNotJson = 0x1500000c;
 constexpr STATUS kTransportNotReady = 0x5b000006;
+
+}  // namespace zelrtc::test
 
 #endif

@@ -7,6 +7,8 @@
 #include <string>
 #include <thread>
 
+namespace zelrtc::test {
+
 class StunServer {
 public:
     // Of a network for documentation (RFC 5737), so that it is none of this machine's.
@@ -28,5 +30,7 @@ private:
     sockaddr_in place_{};
     std::thread thread_;
 };
+
+}  // namespace zelrtc::test
 
 #endif

@@ -13,6 +13,8 @@
 #include "engine/dtls_close.h"
 #include "engine/network_interfaces.h"
 
+namespace zelrtc::test {
+
 struct WebrtcbinViewer::Observer {
     std::mutex mutex;
     std::condition_variable changed;
@@ -292,3 +294,5 @@ bool WebrtcbinViewer::waitFor(std::chrono::seconds deadline, const std::function
     std::unique_lock<std::mutex> lock(observer_->mutex);
     return observer_->changed.wait_for(lock, deadline, condition);
 }
+
+}  // namespace zelrtc::test

@@ -10,6 +10,8 @@
 #include <memory>
 #include <string>
 
+namespace zelrtc::test {
+
 // Destroying it closes the connection the way a viewer does that leaves.
 class WebrtcbinViewer {
 public:
@@ -53,5 +55,7 @@ private:
     GstElement* webrtcbin_;
     std::shared_ptr<Observer> observer_;
 };
+
+}  // namespace zelrtc::test
 
 #endif

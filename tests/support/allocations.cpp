@@ -80,7 +80,7 @@ void operator delete[](void* memory, const std::nothrow_t&) noexcept {
     release(memory);
 }
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 
 UncountedScope::UncountedScope() {
     ++uncountedDepth;
@@ -109,4 +109,4 @@ FailingAllocation::~FailingAllocation() {
     untilFailure = 0;
 }
 
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test

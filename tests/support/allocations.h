@@ -7,7 +7,7 @@
 #ifndef TESTS_SUPPORT_ALLOCATIONS_H
 #define TESTS_SUPPORT_ALLOCATIONS_H
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 
 /** What the test's own machinery allocates inside this scope is neither counted nor made to fail. */
 class UncountedScope {
@@ -42,6 +42,6 @@ public:
     FailingAllocation& operator=(const FailingAllocation&) = delete;
 };
 
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test
 
 #endif

@@ -14,7 +14,7 @@
 #include "recording_sdk.h"
 #include "zelwebrtc.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 
 class RecordingCallback : public ZelWebrtcSessionCallback {
 public:
@@ -68,6 +68,6 @@ private:
     }
 };
 
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test
 
 #endif

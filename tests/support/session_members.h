@@ -8,7 +8,7 @@
 
 #include "zelwebrtc_session.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 
 template <typename Tag, typename Tag::type MEMBER>
 struct Reveal {
@@ -53,6 +53,6 @@ auto member(ZelRtcSession& session, Tag tag) -> decltype((session.*pointerTo(tag
     return session.*pointerTo(tag);
 }
 
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test
 
 #endif

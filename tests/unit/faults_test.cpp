@@ -6,7 +6,7 @@
 #include "allocations.h"
 #include "session_test.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 namespace {
 
 struct Step {
@@ -272,4 +272,4 @@ TEST_F(MemoryExhaustion, InTheCopyOfTheConfigurationLeavesTheSessionReadyForAnot
 }
 
 }  // namespace
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test
