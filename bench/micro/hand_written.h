@@ -1,3 +1,4 @@
+/** @file hand_written.h The floor of the write path: what a guarded write costs at least. */
 #ifndef BENCH_MICRO_HAND_WRITTEN_H
 #define BENCH_MICRO_HAND_WRITTEN_H
 

@@ -1,3 +1,4 @@
+/** @file zelwebrtc_clock.h The clock behind the durations in the log. */
 #ifndef ZELWEBRTC_CLOCK_H
 #define ZELWEBRTC_CLOCK_H
 
