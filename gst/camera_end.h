@@ -1,5 +1,7 @@
-// The camera's end of a call. The stand-in and the bare sender that it is measured against share it, so that they
-// differ in nothing but what stands above. What fails throws std::runtime_error with the reason.
+/**
+ * @file camera_end.h The camera's end of a call. The stand-in and the bare sender that it is measured against share it,
+ * so that they differ in nothing but what stands above. What fails throws std::runtime_error with the reason.
+ */
 #ifndef GST_CAMERA_END_H
 #define GST_CAMERA_END_H
 

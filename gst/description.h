@@ -1,4 +1,7 @@
-// Session descriptions: between text and webrtcbin. What fails throws std::runtime_error with the reason.
+/**
+ * @file description.h Session descriptions: between text and webrtcbin. What fails throws std::runtime_error with the
+ * reason.
+ */
 #ifndef GST_DESCRIPTION_H
 #define GST_DESCRIPTION_H
 

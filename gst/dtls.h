@@ -1,4 +1,4 @@
-// The DTLS transport inside webrtcbin.
+/** @file dtls.h The DTLS transport inside webrtcbin. */
 #ifndef GST_DTLS_H
 #define GST_DTLS_H
 

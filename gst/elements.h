@@ -1,4 +1,7 @@
-// Making, finding and linking elements. What is missing throws std::runtime_error with GStreamer's reason.
+/**
+ * @file elements.h Making, finding and linking elements. What is missing throws std::runtime_error with GStreamer's
+ * reason.
+ */
 #ifndef GST_ELEMENTS_H
 #define GST_ELEMENTS_H
 

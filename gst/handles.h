@@ -1,4 +1,4 @@
-// Ownership of GStreamer's objects.
+/** @file handles.h Ownership of GStreamer's objects. */
 #ifndef GST_HANDLES_H
 #define GST_HANDLES_H
 

@@ -65,10 +65,10 @@ bool addIceServer(GstElement* webrtcbin, const std::string& uri) {
     return taken != FALSE;
 }
 
-std::size_t countCandidates(GObject* agent, guint stream) {
+size_t countCandidates(GObject* agent, guint stream) {
     // Media and its control packets share the first component.
     GSList* const candidates = nice_agent_get_local_candidates(agent, stream, 1);
-    const std::size_t count = g_slist_length(candidates);
+    const size_t count = g_slist_length(candidates);
     g_slist_free_full(candidates, nice_candidate_free);
     return count;
 }

@@ -1,5 +1,7 @@
-// The ICE agent under webrtcbin: how it gathers and checks, and what it has found. The settings come before the
-// pipeline starts.
+/**
+ * @file ice_agent.h The ICE agent under webrtcbin: how it gathers and checks, and what it has found. The settings come
+ * before the pipeline starts.
+ */
 #ifndef GST_ICE_AGENT_H
 #define GST_ICE_AGENT_H
 
@@ -31,7 +33,7 @@ void gatherOnLoopbackIfAlone(GstElement* webrtcbin);
 bool addIceServer(GstElement* webrtcbin, const std::string& uri);
 
 // How many of this side's candidates libnice's agent knows of in a stream, told to webrtcbin or not yet. Any thread.
-std::size_t countCandidates(GObject* agent, guint stream);
+size_t countCandidates(GObject* agent, guint stream);
 
 }  // namespace zelrtc::gst
 

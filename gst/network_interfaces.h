@@ -1,4 +1,4 @@
-// What the host's network offers to the ICE agent.
+/** @file network_interfaces.h What the host's network offers to the ICE agent. */
 #ifndef GST_NETWORK_INTERFACES_H
 #define GST_NETWORK_INTERFACES_H
 

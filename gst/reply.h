@@ -1,4 +1,4 @@
-// Waiting for webrtcbin. Never on one of its own threads, which would wait for themselves.
+/** @file reply.h Waiting for webrtcbin. Never on one of its own threads, which would wait for themselves. */
 #ifndef GST_REPLY_H
 #define GST_REPLY_H
 

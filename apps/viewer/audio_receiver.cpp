@@ -8,17 +8,17 @@ namespace {
 
 constexpr const char* kChain =
     "rtppcmudepay name=packets ! mulawdec ! audio/x-raw,format=S16LE ! appsink name=samples sync=false async=false";
-constexpr std::uint32_t kSamplesPerSecond = 8000;
-constexpr std::uint32_t kBytesPerSample = 2;
+constexpr uint32_t kSamplesPerSecond = 8000;
+constexpr uint32_t kBytesPerSample = 2;
 constexpr double kFullScale = 32768.0;
 
-void writeNumber(std::ostream& out, std::uint32_t value, unsigned bytes) {
+void writeNumber(std::ostream& out, uint32_t value, unsigned bytes) {
     for (unsigned i = 0; i < bytes; ++i) {
         out.put(static_cast<char>(value >> (8 * i) & 0xFFU));
     }
 }
 
-void writeWavHeader(std::ostream& out, std::uint32_t dataBytes) {
+void writeWavHeader(std::ostream& out, uint32_t dataBytes) {
     out << "RIFF";
     writeNumber(out, 36 + dataBytes, 4);
     out << "WAVEfmt ";
@@ -53,13 +53,13 @@ void AudioReceiver::takeSamples(GstAppSink* sink) {
     if (sample == nullptr || !gst_buffer_map(gst_sample_get_buffer(sample.get()), &map, GST_MAP_READ)) {
         return;
     }
-    measure(reinterpret_cast<const std::int16_t*>(map.data), map.size / sizeof(std::int16_t));
+    measure(reinterpret_cast<const int16_t*>(map.data), map.size / sizeof(int16_t));
     gst_buffer_unmap(gst_sample_get_buffer(sample.get()), &map);
 }
 
-void AudioReceiver::measure(const std::int16_t* samples, std::size_t count) {
+void AudioReceiver::measure(const int16_t* samples, size_t count) {
     double squares = 0;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (size_t i = 0; i < count; ++i) {
         const double value = samples[i] / kFullScale;
         squares += value * value;
     }
@@ -73,9 +73,9 @@ void AudioReceiver::measure(const std::int16_t* samples, std::size_t count) {
 void AudioReceiver::writeWav(const std::string& path) const {
     const std::lock_guard<std::mutex> lock(mutex_);
     std::ofstream out(path, std::ios::binary);
-    writeWavHeader(out, static_cast<std::uint32_t>(kept_.size() * kBytesPerSample));
-    for (const std::int16_t sample : kept_) {
-        writeNumber(out, static_cast<std::uint16_t>(sample), kBytesPerSample);
+    writeWavHeader(out, static_cast<uint32_t>(kept_.size() * kBytesPerSample));
+    for (const int16_t sample : kept_) {
+        writeNumber(out, static_cast<uint16_t>(sample), kBytesPerSample);
     }
     if (!out.flush()) {
         throw std::runtime_error("cannot write " + path);

@@ -1,4 +1,4 @@
-/** Counts, measures and on request keeps the camera's audio. */
+/** @file audio_receiver.h Counts, measures and on request keeps the camera's audio. */
 #ifndef APPS_VIEWER_AUDIO_RECEIVER_H
 #define APPS_VIEWER_AUDIO_RECEIVER_H
 
@@ -29,13 +29,13 @@ private:
     static GstPadProbeReturn onPacket(GstPad* pad, GstPadProbeInfo* info, gpointer self);
 
     void takeSamples(GstAppSink* sink);
-    void measure(const std::int16_t* samples, std::size_t count);
+    void measure(const int16_t* samples, size_t count);
 
     CallStatistics& statistics_;
     const bool keep_;
     GstElement* bin_;
     mutable std::mutex mutex_;
-    std::vector<std::int16_t> kept_;
+    std::vector<int16_t> kept_;
 };
 
 }  // namespace zelrtc::viewer

@@ -7,7 +7,7 @@ namespace zelrtc::viewer {
 namespace {
 
 // An older picture is a misread strip: nothing on the way keeps pictures this long.
-constexpr std::uint32_t kOldestBelievableMs = 10000;
+constexpr uint32_t kOldestBelievableMs = 10000;
 
 }  // namespace
 
@@ -61,12 +61,12 @@ void CallStatistics::frameReceived(const FrameMeasurement& frame) {
     record_.bytes += frame.bytes;
 }
 
-void CallStatistics::pictureDecoded(std::optional<std::uint32_t> clock, std::uint32_t nowMs) {
+void CallStatistics::pictureDecoded(std::optional<uint32_t> clock, uint32_t nowMs) {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (record_.decoded++ == 0) {
         record_.firstDecodedMs = now();
     }
-    const std::uint32_t age = clock ? nowMs - *clock : kOldestBelievableMs;
+    const uint32_t age = clock ? nowMs - *clock : kOldestBelievableMs;
     if (age >= kOldestBelievableMs) {
         ++record_.unreadable;
         return;
@@ -84,13 +84,13 @@ void CallStatistics::audioPacketSent() {
     ++record_.audioSent;
 }
 
-void CallStatistics::audioDecoded(double sumOfSquares, std::uint64_t samples) {
+void CallStatistics::audioDecoded(double sumOfSquares, uint64_t samples) {
     const std::lock_guard<std::mutex> lock(mutex_);
     audioSquares_ += sumOfSquares;
     audioSamples_ += samples;
 }
 
-void CallStatistics::audioHeard(std::uint64_t frames) {
+void CallStatistics::audioHeard(uint64_t frames) {
     const std::lock_guard<std::mutex> lock(mutex_);
     record_.audioHeard = frames;
 }

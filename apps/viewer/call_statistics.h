@@ -1,4 +1,4 @@
-/** What one call saw, collected from all the threads that see something. */
+/** @file call_statistics.h What one call saw, collected from all the threads that see something. */
 #ifndef APPS_VIEWER_CALL_STATISTICS_H
 #define APPS_VIEWER_CALL_STATISTICS_H
 
@@ -22,7 +22,7 @@ struct PictureSize {
 
 /** What is measured of one received frame. */
 struct FrameMeasurement {
-    std::size_t bytes;
+    size_t bytes;
     bool keyFrame;
     PictureSize size;
 };
@@ -42,8 +42,8 @@ struct CallRecord {
         std::string localType;  // host, srflx, prflx or relay
         std::string remoteType;
         std::string protocol;
-        std::int64_t packetsReceived = 0;  // of video and audio
-        std::int64_t packetsLost = 0;
+        int64_t packetsReceived = 0;  // of video and audio
+        int64_t packetsLost = 0;
     };
 
     std::string id;
@@ -56,17 +56,17 @@ struct CallRecord {
     std::optional<double> lastFrameMs;
     std::vector<State> streamsAsked;  // the name is the stream's number
     std::vector<SizeChange> sizes;
-    std::uint64_t frames = 0;
-    std::uint64_t keyFrames = 0;
-    std::uint64_t bytes = 0;
-    std::uint64_t decoded = 0;
-    std::uint64_t unreadable = 0;  // decoded pictures whose clock could not be read
-    double largestGapMs = 0;       // between two received frames
-    std::vector<std::uint32_t> agesMs;
-    std::uint64_t audioReceived = 0;  // packets
-    std::uint64_t audioSent = 0;
-    std::uint64_t audioHeard = 0;  // frames of ours that the camera reported
-    double audioRms = 0;           // of all that was received, full scale is 1
+    uint64_t frames = 0;
+    uint64_t keyFrames = 0;
+    uint64_t bytes = 0;
+    uint64_t decoded = 0;
+    uint64_t unreadable = 0;  // decoded pictures whose clock could not be read
+    double largestGapMs = 0;  // between two received frames
+    std::vector<uint32_t> agesMs;
+    uint64_t audioReceived = 0;  // packets
+    uint64_t audioSent = 0;
+    uint64_t audioHeard = 0;  // frames of ours that the camera reported
+    double audioRms = 0;      // of all that was received, full scale is 1
     Transport transport;
     std::string ended;    // the reason the camera gave
     std::string failure;  // why the call could not be placed or went wrong
@@ -83,11 +83,11 @@ public:
     void streamAsked(int stream);
     void frameReceived(const FrameMeasurement& frame);
     /** A picture was decoded; `clock` is what its strip says, `now` the same clock at this moment. */
-    void pictureDecoded(std::optional<std::uint32_t> clock, std::uint32_t now);
+    void pictureDecoded(std::optional<uint32_t> clock, uint32_t now);
     void audioPacketReceived();
     void audioPacketSent();
-    void audioDecoded(double sumOfSquares, std::uint64_t samples);
-    void audioHeard(std::uint64_t frames);
+    void audioDecoded(double sumOfSquares, uint64_t samples);
+    void audioHeard(uint64_t frames);
     void transportSeen(const CallRecord::Transport& transport);
     void endedByCamera(const std::string& reason);
     void failed(const std::string& reason, bool overHttp);
@@ -103,7 +103,7 @@ private:
     Clock::time_point start_ = Clock::now();
     CallRecord record_;
     double audioSquares_ = 0;
-    std::uint64_t audioSamples_ = 0;
+    uint64_t audioSamples_ = 0;
 };
 
 }  // namespace zelrtc::viewer

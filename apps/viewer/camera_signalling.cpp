@@ -74,7 +74,7 @@ void CameraSignalling::listen(SignallingListener& listener) {
 
 void CameraSignalling::readEvents(SignallingListener& listener) {
     EventStreamParser parser([&listener](const ServerEvent& event) { reportOrComplain(event, listener); });
-    const auto feed = [this, &parser](const char* data, std::size_t size) {
+    const auto feed = [this, &parser](const char* data, size_t size) {
         parser.feed({data, size});
         return !leaving_;
     };

@@ -1,4 +1,4 @@
-/** The demo camera's own calls: JSON over HTTP, events back over a server-sent stream. */
+/** @file camera_signalling.h The demo camera's own calls: JSON over HTTP, events back over a server-sent stream. */
 #ifndef APPS_VIEWER_CAMERA_SIGNALLING_H
 #define APPS_VIEWER_CAMERA_SIGNALLING_H
 

@@ -9,8 +9,8 @@ EventStreamParser::EventStreamParser(std::function<void(const ServerEvent&)> onE
 
 void EventStreamParser::feed(std::string_view piece) {
     unfinishedLine_.append(piece);
-    std::size_t start = 0;
-    for (std::size_t end = 0; (end = unfinishedLine_.find('\n', start)) != std::string::npos; start = end + 1) {
+    size_t start = 0;
+    for (size_t end = 0; (end = unfinishedLine_.find('\n', start)) != std::string::npos; start = end + 1) {
         std::string_view line = std::string_view(unfinishedLine_).substr(start, end - start);
         if (!line.empty() && line.back() == '\r') {
             line.remove_suffix(1);
@@ -25,7 +25,7 @@ void EventStreamParser::takeLine(std::string_view line) {
         finishEvent();
         return;
     }
-    const std::size_t colon = line.find(':');
+    const size_t colon = line.find(':');
     if (colon == std::string_view::npos) {
         takeField(line, "");
         return;

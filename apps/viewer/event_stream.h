@@ -1,4 +1,4 @@
-/** Server-sent events as they come in pieces from the network. */
+/** @file event_stream.h Server-sent events as they come in pieces from the network. */
 #ifndef APPS_VIEWER_EVENT_STREAM_H
 #define APPS_VIEWER_EVENT_STREAM_H
 

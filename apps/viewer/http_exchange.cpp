@@ -42,11 +42,11 @@ std::string locationPath(const httplib::Response& response) {
     if (location.empty()) {
         throw SignallingError("the camera's response names no location");
     }
-    const std::size_t scheme = location.find("://");
+    const size_t scheme = location.find("://");
     if (scheme == std::string::npos) {
         return location;
     }
-    const std::size_t path = location.find('/', scheme + 3);
+    const size_t path = location.find('/', scheme + 3);
     return path == std::string::npos ? "/" : location.substr(path);
 }
 

@@ -1,4 +1,4 @@
-/** One HTTP request and what became of it. */
+/** @file http_exchange.h One HTTP request and what became of it. */
 #ifndef APPS_VIEWER_HTTP_EXCHANGE_H
 #define APPS_VIEWER_HTTP_EXCHANGE_H
 

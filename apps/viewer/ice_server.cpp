@@ -24,7 +24,7 @@ bool IceServer::isStun() const {
 }
 
 std::string IceServer::gstreamerUri() const {
-    const std::size_t colon = url.find(':');
+    const size_t colon = url.find(':');
     const std::string scheme = url.substr(0, colon);
     const std::string rest = url.substr(colon + 1);
     if (user.empty()) {
@@ -34,7 +34,7 @@ std::string IceServer::gstreamerUri() const {
 }
 
 IceServer parseIceServer(const std::string& text) {
-    const std::size_t first = text.find(',');
+    const size_t first = text.find(',');
     IceServer server;
     server.url = text.substr(0, first);
     if (!startsWith(server.url, "stun:") && !startsWith(server.url, "turn:") && !startsWith(server.url, "turns:")) {
@@ -43,7 +43,7 @@ IceServer parseIceServer(const std::string& text) {
     if (first == std::string::npos) {
         return server;
     }
-    const std::size_t second = text.find(',', first + 1);
+    const size_t second = text.find(',', first + 1);
     if (second == std::string::npos) {
         throw std::invalid_argument("an ICE server with a user needs a credential as well: URL,USER,CREDENTIAL");
     }

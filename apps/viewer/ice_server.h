@@ -1,4 +1,4 @@
-/** A STUN or TURN server as a person types it and as GStreamer wants it. */
+/** @file ice_server.h A STUN or TURN server as a person types it and as GStreamer wants it. */
 #ifndef APPS_VIEWER_ICE_SERVER_H
 #define APPS_VIEWER_ICE_SERVER_H
 

@@ -24,7 +24,7 @@ Milliseconds toMilliseconds(double seconds) {
 }
 
 double parseSeconds(const std::string& text) {
-    std::size_t used = 0;
+    size_t used = 0;
     double seconds = -1;
     try {
         seconds = std::stod(text, &used);

@@ -1,4 +1,4 @@
-/** What the command line asks for. */
+/** @file options.h What the command line asks for. */
 #ifndef APPS_VIEWER_OPTIONS_H
 #define APPS_VIEWER_OPTIONS_H
 

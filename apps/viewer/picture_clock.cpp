@@ -3,16 +3,16 @@
 namespace zelrtc::viewer {
 namespace {
 
-constexpr std::size_t kCells = 32;
-constexpr std::size_t kStripsPerPicture = 12;
+constexpr size_t kCells = 32;
+constexpr size_t kStripsPerPicture = 12;
 constexpr unsigned kDarkest = 80;  // limited-range black is 16, white 235; coding blurs both
 constexpr unsigned kBrightest = 170;
 
 // The mean of the nine pixels around a point keeps coding noise out.
-unsigned brightnessAround(const LumaPlane& picture, std::size_t x, std::size_t y) {
+unsigned brightnessAround(const LumaPlane& picture, size_t x, size_t y) {
     unsigned sum = 0;
-    for (std::size_t row = y - 1; row <= y + 1; ++row) {
-        for (std::size_t column = x - 1; column <= x + 1; ++column) {
+    for (size_t row = y - 1; row <= y + 1; ++row) {
+        for (size_t column = x - 1; column <= x + 1; ++column) {
             sum += picture.data[row * picture.stride + column];
         }
     }
@@ -21,15 +21,15 @@ unsigned brightnessAround(const LumaPlane& picture, std::size_t x, std::size_t y
 
 }  // namespace
 
-std::optional<std::uint32_t> readPictureClock(const LumaPlane& picture) {
-    const std::size_t stripHeight = picture.height / kStripsPerPicture;
+std::optional<uint32_t> readPictureClock(const LumaPlane& picture) {
+    const size_t stripHeight = picture.height / kStripsPerPicture;
     if (stripHeight < 4 || picture.width < kCells * 4) {
         return std::nullopt;
     }
-    const std::size_t y = picture.height - stripHeight / 2 - 1;
-    std::uint32_t value = 0;
-    for (std::size_t cell = 0; cell < kCells; ++cell) {
-        const std::size_t x = (2 * cell + 1) * picture.width / (2 * kCells);
+    const size_t y = picture.height - stripHeight / 2 - 1;
+    uint32_t value = 0;
+    for (size_t cell = 0; cell < kCells; ++cell) {
+        const size_t x = (2 * cell + 1) * picture.width / (2 * kCells);
         const unsigned brightness = brightnessAround(picture, x, y);
         if (brightness > kDarkest && brightness < kBrightest) {
             return std::nullopt;

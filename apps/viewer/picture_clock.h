@@ -1,4 +1,4 @@
-/** Reads the capture time that the camera's test picture carries. */
+/** @file picture_clock.h Reads the capture time that the camera's test picture carries. */
 #ifndef APPS_VIEWER_PICTURE_CLOCK_H
 #define APPS_VIEWER_PICTURE_CLOCK_H
 
@@ -10,17 +10,17 @@ namespace zelrtc::viewer {
 
 /** The brightness of a decoded picture; `data` belongs to the caller. */
 struct LumaPlane {
-    const std::uint8_t* data;
-    std::size_t stride;
-    std::size_t width;
-    std::size_t height;
+    const uint8_t* data;
+    size_t stride;
+    size_t width;
+    size_t height;
 };
 
 /**
  * Reads the strip in the bottom twelfth: 32 cells, white 1, black 0, most significant first.
  * @return CLOCK_MONOTONIC in milliseconds modulo 2^32 at capture, or nothing when a cell is neither black nor white
  */
-std::optional<std::uint32_t> readPictureClock(const LumaPlane& picture);
+std::optional<uint32_t> readPictureClock(const LumaPlane& picture);
 
 }  // namespace zelrtc::viewer
 

@@ -19,13 +19,13 @@ ordered_json orNull(const std::string& text) {
     return text.empty() ? ordered_json(nullptr) : ordered_json(text);
 }
 
-std::optional<double> percentile(std::vector<std::uint32_t> values, double share) {
+std::optional<double> percentile(std::vector<uint32_t> values, double share) {
     if (values.empty()) {
         return std::nullopt;
     }
     const auto rank = static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1));
     std::nth_element(values.begin(), values.begin() + rank, values.end());
-    return values[static_cast<std::size_t>(rank)];
+    return values[static_cast<size_t>(rank)];
 }
 
 ordered_json statesAsJson(const std::vector<CallRecord::State>& states, const char* nameKey) {
@@ -141,7 +141,7 @@ void printCall(std::ostream& out, const CallRecord& record) {
 }
 
 bool broughtPictureAndSound(const CallRecord& record, const Options& options) {
-    const std::uint64_t pictures = options.decode ? record.decoded : record.frames;
+    const uint64_t pictures = options.decode ? record.decoded : record.frames;
     return pictures > 0 && record.audioReceived > 0;
 }
 

@@ -1,4 +1,4 @@
-/** What the program prints and how it exits. */
+/** @file report.h What the program prints and how it exits. */
 #ifndef APPS_VIEWER_REPORT_H
 #define APPS_VIEWER_REPORT_H
 

@@ -1,4 +1,4 @@
-/** How a call's texts travel to the camera and back. */
+/** @file signalling.h How a call's texts travel to the camera and back. */
 #ifndef APPS_VIEWER_SIGNALLING_H
 #define APPS_VIEWER_SIGNALLING_H
 
@@ -26,7 +26,7 @@ public:
     virtual ~SignallingListener() = default;
     virtual void onRemoteCandidate(const Candidate& candidate) = 0;
     virtual void onCameraState(const std::string& name, double ms) = 0;
-    virtual void onHeard(std::uint64_t frames) = 0;
+    virtual void onHeard(uint64_t frames) = 0;
     virtual void onEnded(const std::string& reason) = 0;
 };
 

@@ -1,4 +1,4 @@
-/** Hands work from any thread to the one thread that runs a call. */
+/** @file task_queue.h Hands work from any thread to the one thread that runs a call. */
 #ifndef APPS_VIEWER_TASK_QUEUE_H
 #define APPS_VIEWER_TASK_QUEUE_H
 

@@ -1,4 +1,4 @@
-/** The sound that the viewer sends. */
+/** @file tone_sender.h The sound that the viewer sends. */
 #ifndef APPS_VIEWER_TONE_SENDER_H
 #define APPS_VIEWER_TONE_SENDER_H
 

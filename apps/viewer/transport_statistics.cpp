@@ -21,7 +21,7 @@ void takeCandidate(const GstStructure* entry, const std::string& id, CallRecord:
 }
 
 // The type differs between versions of GStreamer.
-std::int64_t numberField(const GstStructure* structure, const char* name) {
+int64_t numberField(const GstStructure* structure, const char* name) {
     const GValue* field = gst_structure_get_value(structure, name);
     GValue number = G_VALUE_INIT;
     g_value_init(&number, G_TYPE_INT64);

@@ -1,4 +1,4 @@
-/** What webrtcbin's statistics say about a call's transport. */
+/** @file transport_statistics.h What webrtcbin's statistics say about a call's transport. */
 #ifndef APPS_VIEWER_TRANSPORT_STATISTICS_H
 #define APPS_VIEWER_TRANSPORT_STATISTICS_H
 

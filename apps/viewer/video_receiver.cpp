@@ -14,8 +14,8 @@ constexpr const char* kDecodeEnd =
     "queue ! avdec_h264 max-threads=1 ! video/x-raw,format=I420 ! appsink name=pictures sync=false async=false";
 constexpr const char* kCountEnd = "fakesink sync=false async=false";
 
-std::uint32_t monotonicMilliseconds() {
-    return static_cast<std::uint32_t>(g_get_monotonic_time() / 1000);
+uint32_t monotonicMilliseconds() {
+    return static_cast<uint32_t>(g_get_monotonic_time() / 1000);
 }
 
 }  // namespace
@@ -59,11 +59,11 @@ void VideoReceiver::takePicture(GstAppSink* sink) {
         !gst_video_frame_map(&frame, &info, gst_sample_get_buffer(sample.get()), GST_MAP_READ)) {
         return;
     }
-    const std::uint32_t now = monotonicMilliseconds();
-    const LumaPlane luma{static_cast<const std::uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, 0)),
-                         static_cast<std::size_t>(GST_VIDEO_FRAME_PLANE_STRIDE(&frame, 0)),
-                         static_cast<std::size_t>(GST_VIDEO_FRAME_WIDTH(&frame)),
-                         static_cast<std::size_t>(GST_VIDEO_FRAME_HEIGHT(&frame))};
+    const uint32_t now = monotonicMilliseconds();
+    const LumaPlane luma{static_cast<const uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, 0)),
+                         static_cast<size_t>(GST_VIDEO_FRAME_PLANE_STRIDE(&frame, 0)),
+                         static_cast<size_t>(GST_VIDEO_FRAME_WIDTH(&frame)),
+                         static_cast<size_t>(GST_VIDEO_FRAME_HEIGHT(&frame))};
     statistics_.pictureDecoded(readPictureClock(luma), now);
     gst_video_frame_unmap(&frame);
 }

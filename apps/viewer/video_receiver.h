@@ -1,4 +1,4 @@
-/** Counts, and on request decodes, the camera's video. */
+/** @file video_receiver.h Counts, and on request decodes, the camera's video. */
 #ifndef APPS_VIEWER_VIDEO_RECEIVER_H
 #define APPS_VIEWER_VIDEO_RECEIVER_H
 

@@ -178,7 +178,7 @@ void ViewerCall::onCameraState(const std::string& name, double ms) {
     statistics_.cameraStateReached(name, ms);
 }
 
-void ViewerCall::onHeard(std::uint64_t frames) {
+void ViewerCall::onHeard(uint64_t frames) {
     statistics_.audioHeard(frames);
 }
 

@@ -1,4 +1,4 @@
-/** The course of one call, from the offer to the hang-up. */
+/** @file viewer_call.h The course of one call, from the offer to the hang-up. */
 #ifndef APPS_VIEWER_VIEWER_CALL_H
 #define APPS_VIEWER_VIEWER_CALL_H
 
@@ -35,7 +35,7 @@ private:
     void onState(const std::string& name) override;
     void onRemoteCandidate(const Candidate& candidate) override;
     void onCameraState(const std::string& name, double ms) override;
-    void onHeard(std::uint64_t frames) override;
+    void onHeard(uint64_t frames) override;
     void onEnded(const std::string& reason) override;
 
     void place();
@@ -66,7 +66,7 @@ private:
     bool endedByCamera_ = false;
     bool left_ = false;
     std::vector<Candidate> waitingCandidates_;  // found before the camera knew of the call
-    std::size_t switchesDone_ = 0;
+    size_t switchesDone_ = 0;
     TaskQueue::Clock::time_point connectedAt_;
 };
 

@@ -1,4 +1,4 @@
-/** The offering end of one peer connection, on webrtcbin. */
+/** @file viewer_peer.h The offering end of one peer connection, on webrtcbin. */
 #ifndef APPS_VIEWER_VIEWER_PEER_H
 #define APPS_VIEWER_VIEWER_PEER_H
 

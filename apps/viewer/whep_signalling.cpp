@@ -10,11 +10,11 @@ namespace {
 constexpr std::chrono::seconds kAnswerLimit(15);
 
 std::string lineStartingWith(const std::string& sdp, const std::string& start) {
-    const std::size_t begin = sdp.find("\n" + start);
+    const size_t begin = sdp.find("\n" + start);
     if (begin == std::string::npos) {
         return "";
     }
-    const std::size_t end = sdp.find_first_of("\r\n", begin + 1);
+    const size_t end = sdp.find_first_of("\r\n", begin + 1);
     return sdp.substr(begin + 1, end - begin - 1) + "\r\n";
 }
 

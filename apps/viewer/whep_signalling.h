@@ -1,4 +1,4 @@
-/** Calls as a WHEP player places them. */
+/** @file whep_signalling.h Calls as a WHEP player places them. */
 #ifndef APPS_VIEWER_WHEP_SIGNALLING_H
 #define APPS_VIEWER_WHEP_SIGNALLING_H
 

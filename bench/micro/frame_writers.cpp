@@ -2,7 +2,7 @@
 
 #include "stub_sdk.h"
 
-namespace bench {
+namespace zelrtc::bench {
 
 namespace {
 
@@ -76,4 +76,4 @@ const std::vector<NamedWriter>& frameWriters() {
     return writers;
 }
 
-}  // namespace bench
+}  // namespace zelrtc::bench

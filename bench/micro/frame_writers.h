@@ -8,7 +8,7 @@
 #include "hand_written.h"
 #include "zelwebrtc_session.h"
 
-namespace bench {
+namespace zelrtc::bench {
 
 /** One frame and everything it can be written to. The sessions run over the stub SDK. */
 class Targets {
@@ -35,6 +35,6 @@ struct NamedWriter {
 
 const std::vector<NamedWriter>& frameWriters();
 
-}  // namespace bench
+}  // namespace zelrtc::bench
 
 #endif

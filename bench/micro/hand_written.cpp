@@ -1,6 +1,6 @@
 #include "hand_written.h"
 
-namespace bench {
+namespace zelrtc::bench {
 
 namespace {
 
@@ -24,4 +24,4 @@ int HandWrittenSender::write(uint8_t* data, size_t size, int64_t presentationTs,
     return static_cast<int>(writeFrame(transceiver_, &frame));
 }
 
-}  // namespace bench
+}  // namespace zelrtc::bench

@@ -7,7 +7,7 @@
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
-namespace bench {
+namespace zelrtc::bench {
 
 /**
  * The least that a guarded write can cost when an application writes it by hand: one frame filled, both flags loaded,
@@ -26,6 +26,6 @@ private:
     ATOMIC_BOOL terminated_;
 };
 
-}  // namespace bench
+}  // namespace zelrtc::bench
 
 #endif

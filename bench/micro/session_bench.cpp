@@ -40,7 +40,7 @@ public:
     }
     template <typename Action>
     void time(const Action& action) {
-        const zelrtc_test::AllocationCount allocations;
+        const zelrtc::test::AllocationCount allocations;
         const auto start = std::chrono::steady_clock::now();
         action();
         const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;

@@ -17,10 +17,10 @@ void fail(benchmark::State& state, const char* reason) {
     state.SkipWithError(reason);
 }
 
-void writeFrames(benchmark::State& state, const bench::NamedWriter& way) {
-    static bench::Targets targets;
+void writeFrames(benchmark::State& state, const zelrtc::bench::NamedWriter& way) {
+    static zelrtc::bench::Targets targets;
     int64_t presentationTs = 0;
-    const zelrtc_test::AllocationCount allocations;
+    const zelrtc::test::AllocationCount allocations;
     for (auto unused : state) {
         (void) unused;
         if (way.writer(&targets, presentationTs) != way.result) {
@@ -35,7 +35,7 @@ void writeFrames(benchmark::State& state, const bench::NamedWriter& way) {
 }
 
 void registerBenchmarks() {
-    for (const bench::NamedWriter& way : bench::frameWriters()) {
+    for (const zelrtc::bench::NamedWriter& way : zelrtc::bench::frameWriters()) {
         const auto run = [&way](benchmark::State& state) { writeFrames(state, way); };
         benchmark::RegisterBenchmark(way.name, run)->Threads(1)->Threads(4);
     }

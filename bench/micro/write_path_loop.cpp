@@ -6,16 +6,16 @@
 #include "frame_writers.h"
 
 int main(int argc, char** argv) {
-    const auto& writers = bench::frameWriters();
+    const auto& writers = zelrtc::bench::frameWriters();
     if (argc != 3) {
-        for (const bench::NamedWriter& way : writers) {
+        for (const zelrtc::bench::NamedWriter& way : writers) {
             std::puts(way.name);
         }
         return 0;
     }
-    const bench::NamedWriter& way = writers.at(std::strtoul(argv[1], nullptr, 10));
+    const zelrtc::bench::NamedWriter& way = writers.at(std::strtoul(argv[1], nullptr, 10));
     const long count = std::strtol(argv[2], nullptr, 10);
-    bench::Targets targets;
+    zelrtc::bench::Targets targets;
     int unexpected = 0;
     for (long i = 0; i < count; i++) {
         unexpected |= way.writer(&targets, i) ^ way.result;

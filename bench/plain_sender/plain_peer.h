@@ -1,6 +1,6 @@
 /**
- * @file plain_peer.h
- * One call on webrtcbin alone, with the settings of the SDK stand-in: what a camera costs without session and SDK.
+ * @file plain_peer.h One call on webrtcbin alone, with the settings of the SDK stand-in: what a camera costs without
+ * session and SDK.
  */
 #ifndef BENCH_PLAIN_SENDER_PLAIN_PEER_H
 #define BENCH_PLAIN_SENDER_PLAIN_PEER_H

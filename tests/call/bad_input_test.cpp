@@ -25,9 +25,9 @@ std::string offerOf(const std::string& sdp) {
     return json{{"type", "offer"}, {"sdp", sdp}}.dump();
 }
 
-std::string lineEnds(std::size_t count) {
+std::string lineEnds(size_t count) {
     std::string text;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (size_t i = 0; i < count; ++i) {
         text += "\r\n";
     }
     return text;

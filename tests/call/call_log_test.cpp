@@ -20,8 +20,8 @@ using Patterns = std::vector<std::string>;
 
 std::vector<std::string> linesOf(const std::string& text) {
     std::vector<std::string> lines;
-    std::size_t start = 0;
-    for (std::size_t end = 0; (end = text.find('\n', start)) != std::string::npos; start = end + 1) {
+    size_t start = 0;
+    for (size_t end = 0; (end = text.find('\n', start)) != std::string::npos; start = end + 1) {
         lines.push_back(text.substr(start, end - start));
     }
     return lines;
@@ -48,10 +48,10 @@ void expectInOrder(const std::vector<std::string>& lines, const Patterns& patter
     }
 }
 
-std::size_t count(const std::vector<std::string>& lines, const std::string& pattern) {
+size_t count(const std::vector<std::string>& lines, const std::string& pattern) {
     const std::regex wanted(pattern);
-    return static_cast<std::size_t>(std::count_if(
-        lines.begin(), lines.end(), [&](const std::string& line) { return std::regex_search(line, wanted); }));
+    return static_cast<size_t>(std::count_if(lines.begin(), lines.end(),
+                                             [&](const std::string& line) { return std::regex_search(line, wanted); }));
 }
 
 const Patterns kNegotiation{R"(initializePeerConnection\(\): createPeerConnection took [0-9.]+ms, return 0x0$)",

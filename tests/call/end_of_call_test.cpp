@@ -23,20 +23,20 @@ using namespace std::chrono_literals;
 
 using Arguments = std::vector<std::string>;
 
-std::size_t occurrences(const std::string& text, const std::string& pattern) {
+size_t occurrences(const std::string& text, const std::string& pattern) {
     const std::regex wanted(pattern);
-    return static_cast<std::size_t>(
+    return static_cast<size_t>(
         std::distance(std::sregex_iterator(text.begin(), text.end(), wanted), std::sregex_iterator()));
 }
 
 /** The places in the log of a call's three last lines. */
-std::vector<std::size_t> endingOf(const std::string& log, const std::string& id) {
+std::vector<size_t> endingOf(const std::string& log, const std::string& id) {
     return {log.find("session " + id + " teminate."), log.find("session: " + id + ", releasing"),
             log.find("session: " + id + ", released")};
 }
 
 void expectEndedInOrder(const std::string& log, const std::string& id) {
-    const std::vector<std::size_t> places = endingOf(log, id);
+    const std::vector<size_t> places = endingOf(log, id);
     EXPECT_NE(places.back(), std::string::npos) << "call " << id << " was not released";
     EXPECT_TRUE(std::is_sorted(places.begin(), places.end())) << "call " << id << " ended out of order";
 }
@@ -71,7 +71,7 @@ public:
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        address.sin_port = htons(static_cast<std::uint16_t>(std::stoi(url.substr(url.rfind(':') + 1))));
+        address.sin_port = htons(static_cast<uint16_t>(std::stoi(url.substr(url.rfind(':') + 1))));
         const bool connected = connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
         EXPECT_TRUE(connected && send(socket_, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()));
     }

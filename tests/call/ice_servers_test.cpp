@@ -19,14 +19,14 @@ using namespace std::chrono_literals;
 
 using Arguments = std::vector<std::string>;
 
-constexpr std::size_t kMostServers = 21;
+constexpr size_t kMostServers = 21;
 
 class ManyIceServers : public ::testing::Test {
 protected:
     // All of them silent, but for the good one.
-    Arguments servers(std::size_t count, std::size_t goodOne) const {
+    Arguments servers(size_t count, size_t goodOne) const {
         Arguments arguments{"--relay-only"};
-        for (std::size_t i = 0; i < count; i++) {
+        for (size_t i = 0; i < count; i++) {
             arguments.insert(arguments.end(),
                              {"--ice-server", i == goodOne ? turn_.description("udp") : silent_.description()});
         }

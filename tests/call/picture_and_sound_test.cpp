@@ -85,7 +85,7 @@ TEST_P(AnswerStyle, SwitchesStreamsAtAKeyFrameOfTheNewSize) {
     ASSERT_EQ(asked.size(), 2U);
     EXPECT_EQ(sizeOf(sizes[1]), json({320, 180}));
     EXPECT_EQ(sizeOf(sizes[2]), json({1280, 720}));
-    for (std::size_t i = 1; i < sizes.size(); ++i) {
+    for (size_t i = 1; i < sizes.size(); ++i) {
         EXPECT_EQ(sizes[i].at("keyFrame"), true) << sizes[i];
         EXPECT_LT(sizes[i].at("ms").get<double>() - asked[i - 1].at("ms").get<double>(), 1500) << sizes[i];
     }

@@ -22,8 +22,8 @@ namespace {
 constexpr std::chrono::seconds kDeadline(20);
 
 // The packet that opens an association (RFC 9260, section 3.3.2), from port 5000 to port 5000.
-constexpr std::array<std::uint8_t, 32> kSctpInit = {0x13, 0x88, 0x13, 0x88, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 20,
-                                                    0,    0,    0,    1,    0, 2, 0, 0, 4, 0, 4, 0, 0, 0, 0, 1};
+constexpr std::array<uint8_t, 32> kSctpInit = {0x13, 0x88, 0x13, 0x88, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 20,
+                                               0,    0,    0,    1,    0, 2, 0, 0, 4, 0, 4, 0, 0, 0, 0, 1};
 
 // Answers a call and sends silence, without a word about data in its answer.
 class SilentCamera {
@@ -146,7 +146,7 @@ TEST(UnaskedData, DoesNotStopThePictureAndTheSound) {
 
     ASSERT_EQ(camera.startAssociation(), 1);
 
-    const std::uint64_t before = statistics.record().audioReceived;
+    const uint64_t before = statistics.record().audioReceived;
     EXPECT_TRUE(camera.sendAudioUntil([&] { return statistics.record().audioReceived >= before + 50; }));
 }
 

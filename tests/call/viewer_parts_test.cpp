@@ -42,17 +42,17 @@ TEST_F(ReadEvents, KeepsAnUnfinishedEventBack) {
 
 class Strip {
 public:
-    explicit Strip(std::uint32_t value) : pixels_(kWidth * kHeight, 128) {
-        for (std::size_t y = kHeight - kHeight / 12; y < kHeight; ++y) {
-            for (std::size_t x = 0; x < kWidth; ++x) {
+    explicit Strip(uint32_t value) : pixels_(kWidth * kHeight, 128) {
+        for (size_t y = kHeight - kHeight / 12; y < kHeight; ++y) {
+            for (size_t x = 0; x < kWidth; ++x) {
                 const bool white = (value >> (31 - x * 32 / kWidth) & 1U) != 0;
                 pixels_[y * kWidth + x] = white ? 235 : 16;
             }
         }
     }
 
-    void paintCell(std::size_t cell, std::uint8_t brightness) {
-        for (std::size_t y = kHeight - kHeight / 12; y < kHeight; ++y) {
+    void paintCell(size_t cell, uint8_t brightness) {
+        for (size_t y = kHeight - kHeight / 12; y < kHeight; ++y) {
             std::fill_n(pixels_.begin() + static_cast<std::ptrdiff_t>(y * kWidth + cell * kWidth / 32), kWidth / 32,
                         brightness);
         }
@@ -63,13 +63,13 @@ public:
     }
 
 private:
-    static constexpr std::size_t kWidth = 320;
-    static constexpr std::size_t kHeight = 180;
-    std::vector<std::uint8_t> pixels_;
+    static constexpr size_t kWidth = 320;
+    static constexpr size_t kHeight = 180;
+    std::vector<uint8_t> pixels_;
 };
 
 TEST(ReadPictureClock, ReadsEveryBit) {
-    for (const std::uint32_t value : {0U, 1U, 0x80000000U, 0xFFFFFFFFU, 0xDEADBEEFU, 123456789U}) {
+    for (const uint32_t value : {0U, 1U, 0x80000000U, 0xFFFFFFFFU, 0xDEADBEEFU, 123456789U}) {
         EXPECT_EQ(readPictureClock(Strip(value).plane()), value);
     }
 }
@@ -208,7 +208,7 @@ TEST(CallStatistics, CountsAPictureWithAnImpossibleAgeAsUnreadable) {
     statistics.pictureDecoded(5000, 1040);
     statistics.pictureDecoded(std::nullopt, 1040);
     const CallRecord record = statistics.record();
-    EXPECT_EQ(record.agesMs, (std::vector<std::uint32_t>{40, 32}));
+    EXPECT_EQ(record.agesMs, (std::vector<uint32_t>{40, 32}));
     EXPECT_EQ(record.unreadable, 2U);
     EXPECT_EQ(record.decoded, 4U);
 }

@@ -23,8 +23,8 @@ using ::testing::Contains;
 using ::testing::Field;
 using ::testing::IsEmpty;
 using namespace std::chrono_literals;
-using zelrtc_test::RecordingSdk;
-using zelrtc_test::SdkFunction;
+using zelrtc::test::RecordingSdk;
+using zelrtc::test::SdkFunction;
 
 constexpr auto kLimit = 10s;
 constexpr const char* kOffer = R"({"type":"offer","sdp":"v=0"})";

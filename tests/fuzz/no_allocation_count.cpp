@@ -1,9 +1,9 @@
 // Stands in for the unit tests' allocation counter, so that operator new and delete stay the sanitizer's.
 #include "allocations.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 
 UncountedScope::UncountedScope() = default;
 UncountedScope::~UncountedScope() = default;
 
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test

@@ -1,4 +1,7 @@
-/** How a fuzz target ends when the code under test breaks a promise: with the promise's words and the input kept. */
+/**
+ * @file promise.h How a fuzz target ends when the code under test breaks a promise: with the promise's words and the
+ * input kept.
+ */
 #ifndef TESTS_FUZZ_PROMISE_H
 #define TESTS_FUZZ_PROMISE_H
 

@@ -8,9 +8,9 @@
 
 namespace zelrtc::fuzz {
 
-using zelrtc_test::member;
-using zelrtc_test::SdkCall;
-using zelrtc_test::SdkFunction;
+using zelrtc::test::member;
+using zelrtc::test::SdkCall;
+using zelrtc::test::SdkFunction;
 
 namespace {
 
@@ -43,7 +43,7 @@ ZelRtcSessionConfig corrected(const ZelRtcSessionConfig& given) {
 }  // namespace
 
 SessionRun::SessionRun(const uint8_t* data, size_t size)
-    : input_(data, size), sdk_(zelrtc_test::RecordingSdk::instance()), media_(64) {
+    : input_(data, size), sdk_(zelrtc::test::RecordingSdk::instance()), media_(64) {
     sdk_.reset();
     deliverDefaults();
 }
@@ -86,7 +86,7 @@ void SessionRun::construct() {
 
     session_.reset(new ZelRtcSession(sid_, given, model_.hasCallback ? &application_ : nullptr));
 
-    const ZelRtcSessionConfig& own = member(*session_, zelrtc_test::sessionConfig_Tag());
+    const ZelRtcSessionConfig& own = member(*session_, zelrtc::test::sessionConfig_Tag());
     require(own.iceServers.size() == model_.corrected.iceServers.size(), "servers with long texts are left out");
     require(own.trickleIce == model_.corrected.trickleIce && own.relayOnly == model_.corrected.relayOnly,
             "the flags are the caller's, but for an Alexa call");
@@ -174,7 +174,7 @@ void SessionRun::scriptSdk() {
 }
 
 void SessionRun::deliverDefaults() {
-    sdk_.deliver = zelrtc_test::SdkDeliveries();
+    sdk_.deliver = zelrtc::test::SdkDeliveries();
     sdk_.deliver.iceServers.resize(kMaxServers);
 }
 

@@ -1,6 +1,7 @@
 /**
- * One session's life, driven by a byte string: public calls, the SDK's handlers and the SDK's statuses in an order that
- * nobody would think of, beside a plain model of what the session promises. Whatever the two disagree on ends the run.
+ * @file session_run.h One session's life, driven by a byte string: public calls, the SDK's handlers and the SDK's
+ * statuses in an order that nobody would think of, beside a plain model of what the session promises. Whatever the two
+ * disagree on ends the run.
  */
 #ifndef TESTS_FUZZ_SESSION_RUN_H
 #define TESTS_FUZZ_SESSION_RUN_H
@@ -82,7 +83,7 @@ private:
     void expectLines() const;
     void expectAll();
 
-    std::vector<zelrtc_test::SdkCall> ownCallsSince(size_t first) const;
+    std::vector<zelrtc::test::SdkCall> ownCallsSince(size_t first) const;
     bool answerFits() const;
     std::string answerText(const std::string& sdp) const;
     std::string text(size_t limit);
@@ -90,7 +91,7 @@ private:
     UINT32 status();
 
     FuzzedDataProvider input_;
-    zelrtc_test::RecordingSdk& sdk_;
+    zelrtc::test::RecordingSdk& sdk_;
     Application application_;
     Model model_;
     ZELRTC_SESSION_ID sid_ = 0;

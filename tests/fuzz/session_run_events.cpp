@@ -5,9 +5,9 @@
 
 namespace zelrtc::fuzz {
 
-using zelrtc_test::RecordedConnection;
-using zelrtc_test::SdkCall;
-using zelrtc_test::SdkFunction;
+using zelrtc::test::RecordedConnection;
+using zelrtc::test::SdkCall;
+using zelrtc::test::SdkFunction;
 
 void SessionRun::fireAny() {
     if (sdk_.liveConnections() == 0 || sdk_.connection().transceivers.size() < 2 ||

@@ -9,8 +9,8 @@
 
 namespace zelrtc::fuzz {
 
-using zelrtc_test::SdkCall;
-using zelrtc_test::SdkFunction;
+using zelrtc::test::SdkCall;
+using zelrtc::test::SdkFunction;
 
 namespace {
 

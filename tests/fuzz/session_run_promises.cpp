@@ -8,10 +8,10 @@
 
 namespace zelrtc::fuzz {
 
-using zelrtc_test::LogLine;
-using zelrtc_test::member;
-using zelrtc_test::SdkCall;
-using zelrtc_test::SdkFunction;
+using zelrtc::test::LogLine;
+using zelrtc::test::member;
+using zelrtc::test::SdkCall;
+using zelrtc::test::SdkFunction;
 
 namespace {
 
@@ -42,20 +42,20 @@ void SessionRun::expectConfiguration() const {
 void SessionRun::expectMembers() {
     require(session_->getSessionId() == sid_, "the id stays");
     require(static_cast<UINT32>(session_->getState()) == model_.state, "getState is the last state reported");
-    const bool hasConnection = member(*session_, zelrtc_test::pPeerConnection_Tag()) != nullptr;
+    const bool hasConnection = member(*session_, zelrtc::test::pPeerConnection_Tag()) != nullptr;
     require(hasConnection == model_.hasConnection, "the connection is kept after success only");
     require(sdk_.liveConnections() == (hasConnection ? 1 : 0), "a connection that is not kept has been freed");
-    require((member(*session_, zelrtc_test::pVideoRtcRtpTransceiver_Tag()) != nullptr) == model_.hasTransceivers,
+    require((member(*session_, zelrtc::test::pVideoRtcRtpTransceiver_Tag()) != nullptr) == model_.hasTransceivers,
             "the video transceiver is kept after success only");
-    require((member(*session_, zelrtc_test::pAudioRtcRtpTransceiver_Tag()) != nullptr) == model_.hasTransceivers,
+    require((member(*session_, zelrtc::test::pAudioRtcRtpTransceiver_Tag()) != nullptr) == model_.hasTransceivers,
             "the audio transceiver is kept after success only");
-    require(member(*session_, zelrtc_test::waitKeyframe_Tag()) == model_.waitsForKeyFrame,
+    require(member(*session_, zelrtc::test::waitKeyframe_Tag()) == model_.waitsForKeyFrame,
             "the key-frame gate opens and closes as promised");
-    require((member(*session_, zelrtc_test::connected_Tag()) != 0) == model_.connected, "connected follows the state");
-    require((member(*session_, zelrtc_test::terminated_Tag()) != 0) == model_.terminated,
+    require((member(*session_, zelrtc::test::connected_Tag()) != 0) == model_.connected, "connected follows the state");
+    require((member(*session_, zelrtc::test::terminated_Tag()) != 0) == model_.terminated,
             "terminated is never cleared");
-    require(member(*session_, zelrtc_test::videoType_Tag()) == model_.videoType, "the video stream is the one chosen");
-    require(member(*session_, zelrtc_test::audioType_Tag()) == model_.audioType, "audio is on or off as chosen");
+    require(member(*session_, zelrtc::test::videoType_Tag()) == model_.videoType, "the video stream is the one chosen");
+    require(member(*session_, zelrtc::test::audioType_Tag()) == model_.audioType, "audio is on or off as chosen");
 }
 
 void SessionRun::expectLines() const {

@@ -2,6 +2,8 @@
 
 #include <gst/app/gstappsink.h>
 
+namespace zelrtc::test {
+
 namespace {
 
 std::vector<std::vector<uint8_t>> encode() {
@@ -34,3 +36,5 @@ const std::vector<std::vector<uint8_t>>& accessUnits() {
     static const std::vector<std::vector<uint8_t>> kUnits = encode();
     return kUnits;
 }
+
+}  // namespace zelrtc::test

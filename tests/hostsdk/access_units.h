@@ -1,11 +1,15 @@
-// Something to send.
+/** @file access_units.h Something to send. */
 #ifndef TESTS_HOSTSDK_ACCESS_UNITS_H
 #define TESTS_HOSTSDK_ACCESS_UNITS_H
 
 #include <cstdint>
 #include <vector>
 
+namespace zelrtc::test {
+
 // H.264 access units of a small moving picture, 30 a second, a key frame with parameter sets every 15. Made once.
 const std::vector<std::vector<uint8_t>>& accessUnits();
+
+}  // namespace zelrtc::test
 
 #endif

@@ -7,6 +7,8 @@
 
 #include "access_units.h"
 
+namespace zelrtc::test {
+
 namespace {
 
 constexpr UINT64 kVideoInterval = 333333;  // 100 ns
@@ -203,3 +205,5 @@ VOID AnsweringSide::onAudio(UINT64 customData, PFrame frame) {
         side.duringAudio();
     }
 }
+
+}  // namespace zelrtc::test

@@ -1,4 +1,6 @@
-// The near end of a call in the tests: hostsdk through its C functions, as a session drives it.
+/**
+ * @file answering_side.h The near end of a call in the tests: hostsdk through its C functions, as a session drives it.
+ */
 #ifndef TESTS_HOSTSDK_ANSWERING_SIDE_H
 #define TESTS_HOSTSDK_ANSWERING_SIDE_H
 
@@ -11,6 +13,8 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+namespace zelrtc::test {
 
 class AnsweringSide {
 public:
@@ -90,5 +94,7 @@ private:
     std::vector<UINT64> audioTimes_;
     std::vector<std::thread::id> threads_;
 };
+
+}  // namespace zelrtc::test
 
 #endif

@@ -7,6 +7,8 @@
 #include "answering_side.h"
 #include "statuses.h"
 
+namespace zelrtc::test {
+
 namespace {
 
 constexpr STATUS kSdpUnreadable = 0x55000008;
@@ -228,3 +230,5 @@ TEST(Statistics, thatNobodyKeepsAreNotImplemented) {
     EXPECT_EQ(statistics(&side, RTC_STATS_TYPE_INBOUND_RTP, &stats), STATUS_NOT_IMPLEMENTED);
     EXPECT_EQ(statistics(&side, RTC_STATS_TYPE_RTC_ALL, &stats), STATUS_NOT_IMPLEMENTED);
 }
+
+}  // namespace zelrtc::test

@@ -8,6 +8,8 @@
 #include "statuses.h"
 #include "webrtcbin_viewer.h"
 
+namespace zelrtc::test {
+
 namespace {
 
 void connect(AnsweringSide* side, WebrtcbinViewer* viewer) {
@@ -178,3 +180,5 @@ TEST_F(CallEnd, leavesNoDescriptorsBehindWhileGatheringRuns) {
     }
     EXPECT_LE(openDescriptors(), before);
 }
+
+}  // namespace zelrtc::test

@@ -6,6 +6,8 @@
 #include "statuses.h"
 #include "webrtcbin_viewer.h"
 
+namespace zelrtc::test {
+
 namespace {
 
 // A call whose answer holds all candidates.
@@ -140,3 +142,5 @@ TEST(TrickledCall, connectsWithCandidatesThatComeOneByOne) {
     }
     EXPECT_TRUE(side.waitForState(RTC_PEER_CONNECTION_STATE_CONNECTED));
 }
+
+}  // namespace zelrtc::test

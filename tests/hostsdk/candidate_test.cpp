@@ -8,6 +8,8 @@
 #include "text/candidate_json.h"
 #include "text/candidate_line.h"
 
+namespace zelrtc::test {
+
 namespace {
 
 constexpr STATUS kNoObject = 0x5a000011;
@@ -132,3 +134,5 @@ TEST(CandidateLine, thatTheAgentCannotUseIsLeftOut) {
         EXPECT_EQ(zelrtc::hostsdk::usableCandidate(line), std::nullopt) << line;
     }
 }
+
+}  // namespace zelrtc::test

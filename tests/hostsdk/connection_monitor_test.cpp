@@ -4,6 +4,8 @@
 
 #include <vector>
 
+namespace zelrtc::test {
+
 using zelrtc::hostsdk::ConnectionMonitor;
 using zelrtc::hostsdk::TransportEvent;
 using namespace std::chrono_literals;
@@ -130,3 +132,5 @@ TEST_F(ReportedStates, leaveTheVerdictToSilenceOnceConnected) {
     monitor.onTransport(TransportEvent::kFailed, now);
     EXPECT_EQ(states, (States{kConnecting, kConnected}));
 }
+
+}  // namespace zelrtc::test

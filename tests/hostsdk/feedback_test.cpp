@@ -4,6 +4,8 @@
 
 #include "text/remb.h"
 
+namespace zelrtc::test {
+
 TEST(BitrateLimit, isMantissaTimesPowerOfTwo) {
     // One source; exponent 3, mantissa 0x20000 + 5.
     const std::vector<uint8_t> packet = {'R', 'E', 'M', 'B', 1, (3 << 2) | 2, 0, 5, 0, 0, 0, 1};
@@ -22,3 +24,5 @@ TEST(BitrateLimit, isNotReadFromOtherFeedback) {
     EXPECT_EQ(zelrtc::hostsdk::readRemb(shortened.data(), shortened.size()), std::nullopt);
     EXPECT_EQ(zelrtc::hostsdk::readRemb(nullptr, 0), std::nullopt);
 }
+
+}  // namespace zelrtc::test

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+namespace zelrtc::test {
+
 using zelrtc::hostsdk::Gathering;
 using namespace std::chrono_literals;
 
@@ -49,3 +51,5 @@ TEST_F(EndOfGathering, knowsWhetherThereWasACandidate) {
     gathering.onCandidate();
     EXPECT_TRUE(gathering.hasCandidate());
 }
+
+}  // namespace zelrtc::test

@@ -6,6 +6,8 @@
 #include <future>
 #include <vector>
 
+namespace zelrtc::test {
+
 using zelrtc::hostsdk::HandlerExecutor;
 using namespace std::chrono_literals;
 
@@ -109,3 +111,5 @@ TEST(HandlerExecutor, canBeDestroyedFromInsideATask) {
     });
     EXPECT_EQ(done.get_future().wait_for(kDeadline), std::future_status::ready);
 }
+
+}  // namespace zelrtc::test

@@ -2,6 +2,8 @@
 
 #include "text/ice_server_url.h"
 
+namespace zelrtc::test {
+
 namespace {
 
 std::string uriFor(const std::string& text, const std::string& user = "", const std::string& credential = "") {
@@ -42,3 +44,5 @@ TEST(IceServerUrl, thatIsNoneIsRefused) {
         EXPECT_EQ(uriFor(text), "refused") << text;
     }
 }
+
+}  // namespace zelrtc::test

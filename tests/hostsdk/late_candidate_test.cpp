@@ -9,6 +9,8 @@
 #include "stun_server.h"
 #include "webrtcbin_viewer.h"
 
+namespace zelrtc::test {
+
 using namespace std::chrono_literals;
 
 namespace {
@@ -70,3 +72,5 @@ TEST(Gathering, endsAfterACandidateThatTheEndHasOvertaken) {
     EXPECT_TRUE(std::any_of(candidates.begin(), candidates.end(), isMapped));
     EXPECT_NE(side.localSdp().find(StunServer::kMappedAddress), std::string::npos);
 }
+
+}  // namespace zelrtc::test

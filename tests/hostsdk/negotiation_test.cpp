@@ -6,6 +6,8 @@
 #include "text/offer.h"
 #include "webrtcbin_viewer.h"
 
+namespace zelrtc::test {
+
 namespace {
 
 std::string offerOf(const std::string& sections) {
@@ -107,3 +109,5 @@ TEST(Statistics, ofAnIceServerThatWasAskedAreNotInvented) {
     stats.requestedTypeOfStats = RTC_STATS_TYPE_ICE_SERVER;
     EXPECT_EQ(rtcPeerConnectionGetMetrics(side.connection(), nullptr, &stats), STATUS_NOT_IMPLEMENTED);
 }
+
+}  // namespace zelrtc::test

@@ -4,6 +4,8 @@
 
 #include "text/answer.h"
 
+namespace zelrtc::test {
+
 namespace {
 
 constexpr RTC_CODEC kH264 = RTC_CODEC_H264_PROFILE_42E01F_LEVEL_ASYMMETRY_ALLOWED_PACKETIZATION_MODE;
@@ -128,3 +130,5 @@ TEST(CompleteAnswer, leavesTransportWideFeedbackOut) {
                                               {}),
               "a=rtcp-fb:96 nack\r\na=sendonly\r\n");
 }
+
+}  // namespace zelrtc::test

@@ -6,6 +6,8 @@
 #include <thread>
 #include <vector>
 
+namespace zelrtc::test {
+
 namespace {
 
 // Gives the default level back to the tests that follow.
@@ -92,3 +94,5 @@ TEST(Atomics, publishWhatWasWrittenBefore) {
     EXPECT_EQ(value, 7);
     writer.join();
 }
+
+}  // namespace zelrtc::test

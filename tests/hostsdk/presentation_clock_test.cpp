@@ -2,6 +2,8 @@
 
 #include "engine/media_sender.h"
 
+namespace zelrtc::test {
+
 using zelrtc::hostsdk::PresentationClock;
 
 namespace {
@@ -43,3 +45,5 @@ TEST(PresentationClock, startsAgainWhereTheTimelineWouldBecomeNegative) {
     clock.toRunningTime(5000 * kTicksPerSecond, 7 * GST_SECOND, &track);
     EXPECT_EQ(clock.toRunningTime(0, 8 * GST_SECOND, &track), 8 * GST_SECOND);
 }
+
+}  // namespace zelrtc::test

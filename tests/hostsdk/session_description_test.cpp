@@ -7,6 +7,8 @@
 
 #include "statuses.h"
 
+namespace zelrtc::test {
+
 namespace {
 
 constexpr STATUS kUnknownType = 0x55000003;
@@ -156,3 +158,5 @@ TEST(SessionDescriptionJson, needsAllItsArguments) {
     EXPECT_EQ(serializeSessionDescriptionInit(&description, nullptr, &length), STATUS_NULL_ARG);
     EXPECT_EQ(serializeSessionDescriptionInit(&description, buffer, nullptr), STATUS_NULL_ARG);
 }
+
+}  // namespace zelrtc::test

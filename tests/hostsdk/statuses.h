@@ -1,10 +1,14 @@
-/** Statuses of the C library that the tests name, by their values. */
+/** @file statuses.h Statuses of the C library that the tests name, by their values. */
 #ifndef TESTS_HOSTSDK_STATUSES_H
 #define TESTS_HOSTSDK_STATUSES_H
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
+namespace zelrtc::test {
+
 constexpr STATUS kNotJson = 0x1500000c;
 constexpr STATUS kTransportNotReady = 0x5b000006;
+
+}  // namespace zelrtc::test
 
 #endif

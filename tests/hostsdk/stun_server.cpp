@@ -11,6 +11,8 @@
 
 #include "own_address.h"
 
+namespace zelrtc::test {
+
 namespace {
 
 constexpr size_t kHeaderSize = 20;
@@ -35,7 +37,7 @@ Message responseTo(const Message& request, const sockaddr_in& client) {
 
 StunServer::StunServer() : socket_(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
     place_.sin_family = AF_INET;
-    place_.sin_addr.s_addr = inet_addr(zelrtc::test::ownAddress().c_str());
+    place_.sin_addr.s_addr = inet_addr(ownAddress().c_str());
     socklen_t size = sizeof place_;
     auto* const place = reinterpret_cast<sockaddr*>(&place_);
     if (bind(socket_, place, size) != 0 || getsockname(socket_, place, &size) != 0) {
@@ -52,7 +54,7 @@ StunServer::~StunServer() {
 }
 
 std::string StunServer::url() const {
-    return "stun:" + zelrtc::test::ownAddress() + ":" + std::to_string(ntohs(place_.sin_port));
+    return "stun:" + ownAddress() + ":" + std::to_string(ntohs(place_.sin_port));
 }
 
 void StunServer::serve() const {
@@ -66,3 +68,5 @@ void StunServer::serve() const {
         sendto(socket_, response.data(), response.size(), 0, address, size);
     }
 }
+
+}  // namespace zelrtc::test

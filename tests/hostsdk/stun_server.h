@@ -1,4 +1,4 @@
-// A STUN server that sees every client behind the same distant address.
+/** @file stun_server.h A STUN server that sees every client behind the same distant address. */
 #ifndef TESTS_HOSTSDK_STUN_SERVER_H
 #define TESTS_HOSTSDK_STUN_SERVER_H
 
@@ -6,6 +6,8 @@
 
 #include <string>
 #include <thread>
+
+namespace zelrtc::test {
 
 class StunServer {
 public:
@@ -28,5 +30,7 @@ private:
     sockaddr_in place_{};
     std::thread thread_;
 };
+
+}  // namespace zelrtc::test
 
 #endif

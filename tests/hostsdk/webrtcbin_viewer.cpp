@@ -15,6 +15,8 @@
 
 namespace gst = zelrtc::gst;
 
+namespace zelrtc::test {
+
 struct WebrtcbinViewer::Observer {
     std::mutex mutex;
     std::condition_variable changed;
@@ -221,3 +223,5 @@ bool WebrtcbinViewer::waitFor(std::chrono::seconds deadline, const std::function
     std::unique_lock<std::mutex> lock(observer_->mutex);
     return observer_->changed.wait_for(lock, deadline, condition);
 }
+
+}  // namespace zelrtc::test

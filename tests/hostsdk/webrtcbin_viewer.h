@@ -1,4 +1,4 @@
-// The far end of a call in the tests: a plain webrtcbin that makes the offer.
+/** @file webrtcbin_viewer.h The far end of a call in the tests: a plain webrtcbin that makes the offer. */
 #ifndef TESTS_HOSTSDK_WEBRTCBIN_VIEWER_H
 #define TESTS_HOSTSDK_WEBRTCBIN_VIEWER_H
 
@@ -9,6 +9,8 @@
 #include <string>
 
 #include "gst/handles.h"
+
+namespace zelrtc::test {
 
 // Destroying it closes the connection the way a viewer does that leaves.
 class WebrtcbinViewer {
@@ -52,5 +54,9 @@ private:
     GstElement* webrtcbin_;
     std::shared_ptr<Observer> observer_;
 };
+
+}  // namespace zelrtc::test
+
+}  // namespace zelrtc::test
 
 #endif

@@ -11,7 +11,7 @@ thread_local unsigned long released = 0;
 thread_local unsigned long untilFailure = 0;
 
 // Null when there is no memory, or when there shall be none.
-void* allocateOrNull(std::size_t size) noexcept {
+void* allocateOrNull(size_t size) noexcept {
     if (uncountedDepth == 0) {
         if (untilFailure > 0 && --untilFailure == 0) {
             return nullptr;
@@ -22,7 +22,7 @@ void* allocateOrNull(std::size_t size) noexcept {
     return std::malloc(size > 0 ? size : 1);
 }
 
-void* allocate(std::size_t size) {
+void* allocate(size_t size) {
     void* memory = allocateOrNull(size);
     if (memory == nullptr) {
         throw std::bad_alloc();
@@ -40,19 +40,19 @@ void release(void* memory) {
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+void* operator new(size_t size) {
     return allocate(size);
 }
 
-void* operator new[](std::size_t size) {
+void* operator new[](size_t size) {
     return allocate(size);
 }
 
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+void* operator new(size_t size, const std::nothrow_t&) noexcept {
     return allocateOrNull(size);
 }
 
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+void* operator new[](size_t size, const std::nothrow_t&) noexcept {
     return allocateOrNull(size);
 }
 
@@ -64,11 +64,11 @@ void operator delete[](void* memory) noexcept {
     release(memory);
 }
 
-void operator delete(void* memory, std::size_t) noexcept {
+void operator delete(void* memory, size_t) noexcept {
     release(memory);
 }
 
-void operator delete[](void* memory, std::size_t) noexcept {
+void operator delete[](void* memory, size_t) noexcept {
     release(memory);
 }
 
@@ -80,7 +80,7 @@ void operator delete[](void* memory, const std::nothrow_t&) noexcept {
     release(memory);
 }
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 
 UncountedScope::UncountedScope() {
     ++uncountedDepth;
@@ -109,4 +109,4 @@ FailingAllocation::~FailingAllocation() {
     untilFailure = 0;
 }
 
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test

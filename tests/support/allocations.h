@@ -2,7 +2,7 @@
 #ifndef TESTS_SUPPORT_ALLOCATIONS_H
 #define TESTS_SUPPORT_ALLOCATIONS_H
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 
 // An executable that links allocations.cpp has its operator new and delete replaced. Everything here concerns the
 // calling thread only.
@@ -40,6 +40,6 @@ public:
     FailingAllocation& operator=(const FailingAllocation&) = delete;
 };
 
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test
 
 #endif

@@ -1,4 +1,4 @@
-/** A program that a test runs. */
+/** @file child_process.h A program that a test runs. */
 #ifndef TESTS_SUPPORT_CHILD_PROCESS_H
 #define TESTS_SUPPORT_CHILD_PROCESS_H
 

@@ -1,4 +1,4 @@
-/** Where on this host servers can stand. */
+/** @file own_address.h Where on this host servers can stand. */
 #ifndef TESTS_SUPPORT_OWN_ADDRESS_H
 #define TESTS_SUPPORT_OWN_ADDRESS_H
 

@@ -11,7 +11,7 @@
 #include "recording_sdk.h"
 #include "zelwebrtc.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 
 class RecordingCallback : public ZelWebrtcSessionCallback {
 public:
@@ -65,6 +65,6 @@ private:
     }
 };
 
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test
 
 #endif

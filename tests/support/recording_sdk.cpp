@@ -7,7 +7,7 @@
 
 #include "allocations.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 
 namespace {
 
@@ -410,4 +410,4 @@ std::string RecordingSdk::nameOfObject(const void* object) const {
     return transceiver != nullptr ? transceiver->name : "unknown";
 }
 
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test

@@ -17,7 +17,7 @@
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 
 enum class SdkFunction {
     createPeerConnection,
@@ -221,6 +221,6 @@ private:
     unsigned created_;
 };
 
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test
 
 #endif

@@ -4,12 +4,12 @@
 #include "allocations.h"
 #include "recording_sdk.h"
 
-using zelrtc_test::RecordedConnection;
-using zelrtc_test::RecordedTransceiver;
-using zelrtc_test::RecordingSdk;
-using zelrtc_test::SdkCall;
-using zelrtc_test::SdkFunction;
-using zelrtc_test::UncountedScope;
+using zelrtc::test::RecordedConnection;
+using zelrtc::test::RecordedTransceiver;
+using zelrtc::test::RecordingSdk;
+using zelrtc::test::SdkCall;
+using zelrtc::test::SdkFunction;
+using zelrtc::test::UncountedScope;
 
 namespace {
 

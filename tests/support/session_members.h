@@ -4,7 +4,7 @@
 
 #include "zelwebrtc_session.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 
 // Explicit instantiations are exempt from access checks, so the session's header needs no opening for tests.
 template <typename Tag, typename Tag::type kMember>
@@ -50,6 +50,6 @@ auto member(ZelRtcSession& session, Tag tag) -> decltype((session.*pointerTo(tag
     return session.*pointerTo(tag);
 }
 
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test
 
 #endif

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <thread>
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 
 ZelRtcIceServer iceServer(const std::string& url, const std::string& username, const std::string& credential) {
     ZelRtcIceServer server;
@@ -192,4 +192,4 @@ Journal SessionTest::events() const {
     return all;
 }
 
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test

@@ -15,7 +15,7 @@
 #include "test_clock.h"
 #include "zelwebrtc_session.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 
 using Lines = std::vector<LogLine>;
 using Journal = std::vector<std::string>;
@@ -97,6 +97,6 @@ protected:
     std::unique_ptr<ZelRtcSession> session;
 };
 
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test
 
 #endif

@@ -1,4 +1,4 @@
-/** A server that answers nothing. */
+/** @file silent_server.h A server that answers nothing. */
 #ifndef TESTS_SUPPORT_SILENT_SERVER_H
 #define TESTS_SUPPORT_SILENT_SERVER_H
 

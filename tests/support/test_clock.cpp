@@ -14,7 +14,7 @@ double zelrtcGetTimeMs() {
     return timeMs.load(std::memory_order_relaxed);
 }
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 
 void setTimeMs(double now) {
     timeMs.store(now, std::memory_order_relaxed);
@@ -24,4 +24,4 @@ void advanceTimeMs(double by) {
     setTimeMs(timeMs.load(std::memory_order_relaxed) + by);
 }
 
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test

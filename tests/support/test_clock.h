@@ -2,11 +2,11 @@
 #ifndef TESTS_SUPPORT_TEST_CLOCK_H
 #define TESTS_SUPPORT_TEST_CLOCK_H
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 
 void setTimeMs(double now);
 void advanceTimeMs(double by);
 
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test
 
 #endif

@@ -1,4 +1,4 @@
-/** A TURN server on this host. */
+/** @file turn_server.h A TURN server on this host. */
 #ifndef TESTS_SUPPORT_TURN_SERVER_H
 #define TESTS_SUPPORT_TURN_SERVER_H
 

@@ -1,4 +1,4 @@
-/** Waiting for what other processes bring about. */
+/** @file waiting.h Waiting for what other processes bring about. */
 #ifndef TESTS_SUPPORT_WAITING_H
 #define TESTS_SUPPORT_WAITING_H
 

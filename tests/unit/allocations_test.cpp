@@ -5,7 +5,7 @@
 
 #include <new>
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 namespace {
 
 TEST(AllocationCount, SeesAllocationsThatDoNotThrow) {
@@ -29,4 +29,4 @@ TEST(FailingAllocation, GivesNullWhereThrowingIsNotWanted) {
 }
 
 }  // namespace
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test

@@ -1,7 +1,7 @@
 // Candidates in both directions, and the complete answer at the end of gathering.
 #include "session_test.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -352,4 +352,4 @@ TEST_F(RemoteCandidates, MayBeAddedFromInsideACallback) {
 }
 
 }  // namespace
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test

@@ -5,7 +5,7 @@
 #include "allocations.h"
 #include "session_test.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -208,4 +208,4 @@ TEST_F(ConfigurationCheck, KeepsTheListAsItWasWhenMemoryRunsOut) {
 }
 
 }  // namespace
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test

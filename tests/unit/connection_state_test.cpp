@@ -1,7 +1,7 @@
 // What the session makes of each state that the SDK reports.
 #include "session_test.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -247,4 +247,4 @@ TEST_F(ConnectionState, EndsWithTheCallWhenTheApplicationEndsItInside) {
 }
 
 }  // namespace
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test

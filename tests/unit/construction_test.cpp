@@ -4,7 +4,7 @@
 
 #include "session_test.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -150,4 +150,4 @@ TEST_F(Construction, ReportsNoStateBeforeTheSdkDoes) {
 }
 
 }  // namespace
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test

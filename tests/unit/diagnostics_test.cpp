@@ -3,7 +3,7 @@
 
 #include "session_test.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -201,4 +201,4 @@ TEST_F(IceServerStatistics, TakeTheCountAsAnUnsignedNumber) {
 }
 
 }  // namespace
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test

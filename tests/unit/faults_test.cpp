@@ -7,7 +7,7 @@
 #include "allocations.h"
 #include "session_test.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 namespace {
 
 struct Step {
@@ -321,4 +321,4 @@ TEST_F(ThrowingAnswer, ForgetsTheConnectionBeforeItIsReleased) {
 }
 
 }  // namespace
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test

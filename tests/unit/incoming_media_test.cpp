@@ -3,7 +3,7 @@
 
 #include "session_test.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -160,4 +160,4 @@ TEST_F(BandwidthFeedback, OfTheSenderHasNoEffectAtAll) {
 }
 
 }  // namespace
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test

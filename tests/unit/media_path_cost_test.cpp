@@ -2,7 +2,7 @@
 #include "allocations.h"
 #include "session_test.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 namespace {
 
 const int kFrames = 10000;
@@ -113,4 +113,4 @@ TEST_F(MediaPathCost, IsOneAllocationForALongCandidate) {
 }
 
 }  // namespace
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test

@@ -1,7 +1,7 @@
 // init: what it asks of the SDK, in which order, and what it keeps.
 #include "session_test.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -226,4 +226,4 @@ TEST_F(NegotiationStart, GoesWellWithoutACallback) {
 }
 
 }  // namespace
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test

@@ -3,7 +3,7 @@
 
 #include "session_test.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 namespace {
 
 using ::testing::IsEmpty;
@@ -218,4 +218,4 @@ TEST_F(OfferAnswer, CarriesTheSessionsOwnIdEverywhere) {
 }
 
 }  // namespace
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test

@@ -3,7 +3,7 @@
 
 #include "session_test.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -422,4 +422,4 @@ TEST_F(StreamChoice, HoldsForTheWholeSession) {
 }
 
 }  // namespace
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test

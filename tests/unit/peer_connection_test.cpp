@@ -3,7 +3,7 @@
 
 #include "session_test.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -271,4 +271,4 @@ TEST_F(PeerConnectionRelease, HandsTheSdkTheVariableItself) {
 }
 
 }  // namespace
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test

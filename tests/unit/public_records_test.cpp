@@ -3,7 +3,7 @@
 
 #include "session_test.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 namespace {
 
 static_assert(std::is_same<ZELRTC_SESSION_ID, int32_t>::value, "the id is a signed 32-bit integer");
@@ -112,4 +112,4 @@ TEST_F(SilentApplication, MayLeaveEveryOperationAsItIs) {
 }
 
 }  // namespace
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test

@@ -1,7 +1,7 @@
 // The end of a call and of its session.
 #include "session_test.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 namespace {
 
 using ::testing::ElementsAre;
@@ -278,4 +278,4 @@ TEST_F(Destruction, LogsTheSessionsOwnId) {
 }
 
 }  // namespace
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test

@@ -9,7 +9,7 @@
 
 #include "session_test.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -375,4 +375,4 @@ TEST(Suppressions, AreTheseAndNoOthers) {
 }
 
 }  // namespace
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test

@@ -1,7 +1,7 @@
 // The road of one call from construction to destruction, with every SDK call, every line and every report in its place.
 #include "session_test.h"
 
-namespace zelrtc_test {
+namespace zelrtc::test {
 namespace {
 
 class WholeCall : public SessionTest {
@@ -193,4 +193,4 @@ TEST_F(WholeCall, DoesNotMeetItsNeighbour) {
 }
 
 }  // namespace
-}  // namespace zelrtc_test
+}  // namespace zelrtc::test

@@ -1,4 +1,4 @@
-// What every C function does around its operation.
+/** @file guard.h What every C function does around its operation. */
 #ifndef HOSTSDK_SRC_API_GUARD_H
 #define HOSTSDK_SRC_API_GUARD_H
 

@@ -1,4 +1,4 @@
-// Which connection states are reported, and when.
+/** @file connection_monitor.h Which connection states are reported, and when. */
 #ifndef HOSTSDK_SRC_CONNECTION_CONNECTION_MONITOR_H
 #define HOSTSDK_SRC_CONNECTION_CONNECTION_MONITOR_H
 

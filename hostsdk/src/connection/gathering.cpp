@@ -6,7 +6,7 @@ void Gathering::onCandidate() {
     told_++;
 }
 
-void Gathering::onDone(std::size_t found, Clock::time_point now) {
+void Gathering::onDone(size_t found, Clock::time_point now) {
     done_ = Done{found, now};
 }
 

@@ -1,4 +1,4 @@
-// When the end of gathering is reported.
+/** @file gathering.h When the end of gathering is reported. */
 #ifndef HOSTSDK_SRC_CONNECTION_GATHERING_H
 #define HOSTSDK_SRC_CONNECTION_GATHERING_H
 
@@ -19,18 +19,18 @@ public:
 
     void onCandidate();
     // The agent is done and has found so many candidates.
-    void onDone(std::size_t found, Clock::time_point now);
+    void onDone(size_t found, Clock::time_point now);
     // Whether the end is to be reported now; true once.
     bool takeEnd(Clock::time_point now);
     bool hasCandidate() const;
 
 private:
     struct Done {
-        std::size_t found;
+        size_t found;
         Clock::time_point when;
     };
 
-    std::size_t told_ = 0;
+    size_t told_ = 0;
     std::optional<Done> done_;
 };
 

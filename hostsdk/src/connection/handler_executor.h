@@ -1,4 +1,4 @@
-// The thread on which a connection's handlers run.
+/** @file handler_executor.h The thread on which a connection's handlers run. */
 #ifndef HOSTSDK_SRC_CONNECTION_HANDLER_EXECUTOR_H
 #define HOSTSDK_SRC_CONNECTION_HANDLER_EXECUTOR_H
 

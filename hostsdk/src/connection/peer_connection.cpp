@@ -81,7 +81,7 @@ PipelineEvents PeerConnection::makeEvents() {
     events.onCandidate = [this](unsigned int mLineIndex, const std::string& line) {
         reportCandidate(mLineIndex, line);
     };
-    events.onGatheringDone = [this](std::size_t found) {
+    events.onGatheringDone = [this](size_t found) {
         gathering_.onDone(found, Gathering::Clock::now());
         reportGatheringEnd();
     };

@@ -1,4 +1,4 @@
-// One call.
+/** @file peer_connection.h One call. */
 #ifndef HOSTSDK_SRC_CONNECTION_PEER_CONNECTION_H
 #define HOSTSDK_SRC_CONNECTION_PEER_CONNECTION_H
 

@@ -1,4 +1,4 @@
-// The SDK's statistics records, filled from what webrtcbin and the configuration know.
+/** @file statistics.h The SDK's statistics records, filled from what webrtcbin and the configuration know. */
 #ifndef HOSTSDK_SRC_CONNECTION_STATISTICS_H
 #define HOSTSDK_SRC_CONNECTION_STATISTICS_H
 

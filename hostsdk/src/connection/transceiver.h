@@ -1,4 +1,4 @@
-// One track of a connection, out and in.
+/** @file transceiver.h One track of a connection, out and in. */
 #ifndef HOSTSDK_SRC_CONNECTION_TRANSCEIVER_H
 #define HOSTSDK_SRC_CONNECTION_TRANSCEIVER_H
 

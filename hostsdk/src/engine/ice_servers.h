@@ -1,4 +1,4 @@
-// The STUN and TURN servers of a connection.
+/** @file ice_servers.h The STUN and TURN servers of a connection. */
 #ifndef HOSTSDK_SRC_ENGINE_ICE_SERVERS_H
 #define HOSTSDK_SRC_ENGINE_ICE_SERVERS_H
 

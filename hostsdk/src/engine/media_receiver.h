@@ -1,4 +1,4 @@
-// One track on its way in: RTP packets into frames.
+/** @file media_receiver.h One track on its way in: RTP packets into frames. */
 #ifndef HOSTSDK_SRC_ENGINE_MEDIA_RECEIVER_H
 #define HOSTSDK_SRC_ENGINE_MEDIA_RECEIVER_H
 

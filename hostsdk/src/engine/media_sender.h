@@ -1,4 +1,4 @@
-// One track on its way out: frames into RTP packets.
+/** @file media_sender.h One track on its way out: frames into RTP packets. */
 #ifndef HOSTSDK_SRC_ENGINE_MEDIA_SENDER_H
 #define HOSTSDK_SRC_ENGINE_MEDIA_SENDER_H
 

@@ -1,4 +1,4 @@
-// What the engine tells, and how.
+/** @file pipeline_events.h What the engine tells, and how. */
 #ifndef HOSTSDK_SRC_ENGINE_PIPELINE_EVENTS_H
 #define HOSTSDK_SRC_ENGINE_PIPELINE_EVENTS_H
 
@@ -23,7 +23,7 @@ using TaskPoster = std::function<void(std::function<void()>)>;
 struct PipelineEvents {
     std::function<void(unsigned int mLineIndex, const std::string& candidate)> onCandidate;
     // With the number of candidates found, of which the last may still be on their way to onCandidate.
-    std::function<void(std::size_t found)> onGatheringDone;
+    std::function<void(size_t found)> onGatheringDone;
     std::function<void(TransportEvent)> onTransport;
     // The far end's limit in bits per second.
     std::function<void(double)> onBandwidth;

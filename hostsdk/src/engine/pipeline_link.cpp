@@ -55,7 +55,7 @@ void PipelineLink::onCandidate(GstElement*, guint mLineIndex, gchar* text, Share
 
 // Asked of the agent: webrtcbin (1.22) never calls gathering complete when a candidate arrives while it decides.
 void PipelineLink::onGatheringDone(GObject* agent, guint stream, Shared* link) {
-    const std::size_t found = gst::countCandidates(agent, stream);
+    const size_t found = gst::countCandidates(agent, stream);
     (*link)->post_([link = *link, found] { link->events_.onGatheringDone(found); });
 }
 

@@ -1,4 +1,4 @@
-// From webrtcbin's signals to the engine's events.
+/** @file pipeline_link.h From webrtcbin's signals to the engine's events. */
 #ifndef HOSTSDK_SRC_ENGINE_PIPELINE_LINK_H
 #define HOSTSDK_SRC_ENGINE_PIPELINE_LINK_H
 

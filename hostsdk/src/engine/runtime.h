@@ -1,4 +1,4 @@
-// What a process does once.
+/** @file runtime.h What a process does once. */
 #ifndef HOSTSDK_SRC_ENGINE_RUNTIME_H
 #define HOSTSDK_SRC_ENGINE_RUNTIME_H
 

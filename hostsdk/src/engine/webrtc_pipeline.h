@@ -1,4 +1,4 @@
-// webrtcbin and what surrounds it: one call's transport and negotiation.
+/** @file webrtc_pipeline.h webrtcbin and what surrounds it: one call's transport and negotiation. */
 #ifndef HOSTSDK_SRC_ENGINE_WEBRTC_PIPELINE_H
 #define HOSTSDK_SRC_ENGINE_WEBRTC_PIPELINE_H
 

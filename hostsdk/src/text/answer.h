@@ -1,4 +1,4 @@
-// What the answer needs beyond the text that webrtcbin writes.
+/** @file answer.h What the answer needs beyond the text that webrtcbin writes. */
 #ifndef HOSTSDK_SRC_TEXT_ANSWER_H
 #define HOSTSDK_SRC_TEXT_ANSWER_H
 

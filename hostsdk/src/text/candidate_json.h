@@ -1,4 +1,4 @@
-// Candidates as JSON text.
+/** @file candidate_json.h Candidates as JSON text. */
 #ifndef HOSTSDK_SRC_TEXT_CANDIDATE_JSON_H
 #define HOSTSDK_SRC_TEXT_CANDIDATE_JSON_H
 

@@ -1,4 +1,4 @@
-// Candidate lines as SDP writes them (RFC 8839, section 5.1).
+/** @file candidate_line.h Candidate lines as SDP writes them (RFC 8839, section 5.1). */
 #ifndef HOSTSDK_SRC_TEXT_CANDIDATE_LINE_H
 #define HOSTSDK_SRC_TEXT_CANDIDATE_LINE_H
 

@@ -1,4 +1,4 @@
-// Addresses of ICE servers (RFC 7064, RFC 7065).
+/** @file ice_server_url.h Addresses of ICE servers (RFC 7064, RFC 7065). */
 #ifndef HOSTSDK_SRC_TEXT_ICE_SERVER_URL_H
 #define HOSTSDK_SRC_TEXT_ICE_SERVER_URL_H
 

@@ -1,4 +1,4 @@
-// The little of JSON that descriptions and candidates need.
+/** @file json_text.h The little of JSON that descriptions and candidates need. */
 #ifndef HOSTSDK_SRC_TEXT_JSON_TEXT_H
 #define HOSTSDK_SRC_TEXT_JSON_TEXT_H
 

@@ -1,4 +1,4 @@
-// What an offer asks for, as far as the answer depends on it.
+/** @file offer.h What an offer asks for, as far as the answer depends on it. */
 #ifndef HOSTSDK_SRC_TEXT_OFFER_H
 #define HOSTSDK_SRC_TEXT_OFFER_H
 

@@ -1,4 +1,4 @@
-// Texts in the SDK's fixed-size fields.
+/** @file record_text.h Texts in the SDK's fixed-size fields. */
 #ifndef HOSTSDK_SRC_TEXT_RECORD_TEXT_H
 #define HOSTSDK_SRC_TEXT_RECORD_TEXT_H
 

@@ -1,4 +1,4 @@
-// Receiver estimated maximum bitrate (draft-alvestrand-rmcat-remb-03).
+/** @file remb.h Receiver estimated maximum bitrate (draft-alvestrand-rmcat-remb-03). */
 #ifndef HOSTSDK_SRC_TEXT_REMB_H
 #define HOSTSDK_SRC_TEXT_REMB_H
 

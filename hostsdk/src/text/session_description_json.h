@@ -1,4 +1,4 @@
-// Session descriptions as JSON text.
+/** @file session_description_json.h Session descriptions as JSON text. */
 #ifndef HOSTSDK_SRC_TEXT_SESSION_DESCRIPTION_JSON_H
 #define HOSTSDK_SRC_TEXT_SESSION_DESCRIPTION_JSON_H
 

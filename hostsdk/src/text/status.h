@@ -1,4 +1,6 @@
-// The statuses of the SDK's modules that callers may meet, beyond those that the platform header names.
+/**
+ * @file status.h The statuses of the SDK's modules that callers may meet, beyond those that the platform header names.
+ */
 #ifndef HOSTSDK_SRC_TEXT_STATUS_H
 #define HOSTSDK_SRC_TEXT_STATUS_H
 

@@ -86,7 +86,7 @@ httplib::Result CameraProcess::remove(const std::string& path) const {
     return client(url_).Delete(path);
 }
 
-bool CameraProcess::hasConnectedCalls(std::size_t count) const {
+bool CameraProcess::hasConnectedCalls(size_t count) const {
     return eventually(
         [&] {
             const nlohmann::json calls = get("/calls");

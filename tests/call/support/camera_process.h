@@ -1,4 +1,4 @@
-/** The demo camera under test. */
+/** @file camera_process.h The demo camera under test. */
 #ifndef TESTS_CALL_SUPPORT_CAMERA_PROCESS_H
 #define TESTS_CALL_SUPPORT_CAMERA_PROCESS_H
 
@@ -47,7 +47,7 @@ public:
     httplib::Result remove(const std::string& path) const;
 
     /** Waits until this many calls are up, all of them connected. */
-    bool hasConnectedCalls(std::size_t count) const;
+    bool hasConnectedCalls(size_t count) const;
     bool hasNoCalls(std::chrono::milliseconds limit) const;
     /** Waits until the oldest call has lasted this long. */
     bool firstCallLasts(std::chrono::duration<double> time) const;

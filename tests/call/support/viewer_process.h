@@ -1,4 +1,4 @@
-/** The headless viewer as a program. */
+/** @file viewer_process.h The headless viewer as a program. */
 #ifndef TESTS_CALL_SUPPORT_VIEWER_PROCESS_H
 #define TESTS_CALL_SUPPORT_VIEWER_PROCESS_H
 

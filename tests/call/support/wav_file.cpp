@@ -9,20 +9,20 @@
 namespace zelrtc::test {
 namespace {
 
-double energy(const std::int16_t* samples, std::size_t count) {
+double energy(const int16_t* samples, size_t count) {
     double sum = 0;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (size_t i = 0; i < count; ++i) {
         sum += static_cast<double>(samples[i]) * samples[i];
     }
     return sum;
 }
 
 // Goertzel's filter: the energy of the component at one frequency.
-double energyAt(const std::int16_t* samples, std::size_t count, double cyclesPerSample) {
+double energyAt(const int16_t* samples, size_t count, double cyclesPerSample) {
     const double coefficient = 2 * std::cos(2 * M_PI * cyclesPerSample);
     double last = 0;
     double beforeLast = 0;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (size_t i = 0; i < count; ++i) {
         const double current = samples[i] + coefficient * last - beforeLast;
         beforeLast = last;
         last = current;
@@ -43,10 +43,10 @@ double WavFile::level() const {
 
 double WavFile::shareAt(double hertz) const {
     // Short blocks, so that a lost packet shifts the phase of one of them only.
-    constexpr std::size_t kBlock = 400;
+    constexpr size_t kBlock = 400;
     double wanted = 0;
     double all = 0;
-    for (std::size_t at = 0; at + kBlock <= samples.size(); at += kBlock) {
+    for (size_t at = 0; at + kBlock <= samples.size(); at += kBlock) {
         wanted += energyAt(samples.data() + at, kBlock, hertz / samplesPerSecond);
         all += energy(samples.data() + at, kBlock);
     }
@@ -61,8 +61,8 @@ WavFile readWav(const std::string& path) {
     }
     WavFile wav;
     wav.samplesPerSecond = static_cast<unsigned>(info.samplerate);
-    wav.samples.resize(static_cast<std::size_t>(info.frames));
-    wav.samples.resize(static_cast<std::size_t>(sf_read_short(file.get(), wav.samples.data(), info.frames)));
+    wav.samples.resize(static_cast<size_t>(info.frames));
+    wav.samples.resize(static_cast<size_t>(sf_read_short(file.get(), wav.samples.data(), info.frames)));
     return wav;
 }
 

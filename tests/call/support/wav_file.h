@@ -1,4 +1,4 @@
-/** What a recording holds. */
+/** @file wav_file.h What a recording holds. */
 #ifndef TESTS_CALL_SUPPORT_WAV_FILE_H
 #define TESTS_CALL_SUPPORT_WAV_FILE_H
 
@@ -11,7 +11,7 @@ namespace zelrtc::test {
 /** 16 bit, mono. */
 struct WavFile {
     unsigned samplesPerSecond = 0;
-    std::vector<std::int16_t> samples;
+    std::vector<int16_t> samples;
 
     double seconds() const;
     /** Root mean square, full scale is 1. */

@@ -1,3 +1,4 @@
+/** @file link_command.h How the conditions of a link are changed by words. */
 #ifndef TESTS_NETWORK_LINK_LINK_COMMAND_H
 #define TESTS_NETWORK_LINK_LINK_COMMAND_H
 

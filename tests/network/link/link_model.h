@@ -1,6 +1,6 @@
 /**
- * @file link_model.h
- * What a bad network does to the packets of one direction, decided packet by packet and the same on every run.
+ * @file link_model.h What a bad network does to the packets of one direction, decided packet by packet and the same on
+ * every run.
  */
 #ifndef TESTS_NETWORK_LINK_LINK_MODEL_H
 #define TESTS_NETWORK_LINK_LINK_MODEL_H

@@ -1,3 +1,4 @@
+/** @file tun_device.h The ends of the link, as network interfaces. */
 #ifndef TESTS_NETWORK_LINK_TUN_DEVICE_H
 #define TESTS_NETWORK_LINK_TUN_DEVICE_H
 

@@ -6,12 +6,12 @@ static VOID printNothing(UINT32 level, PCHAR tag, PCHAR format, ...) {
     (void) format;
 }
 
-static SIZE_T load(volatile SIZE_T* pValue) {
-    return __atomic_load_n(pValue, __ATOMIC_SEQ_CST);
+static SIZE_T load(volatile SIZE_T* place) {
+    return __atomic_load_n(place, __ATOMIC_SEQ_CST);
 }
 
-static VOID store(volatile SIZE_T* pValue, SIZE_T value) {
-    __atomic_store_n(pValue, value, __ATOMIC_SEQ_CST);
+static VOID store(volatile SIZE_T* place, SIZE_T value) {
+    __atomic_store_n(place, value, __ATOMIC_SEQ_CST);
 }
 
 logPrintFunc globalCustomLogPrintFn = printNothing;

@@ -1,7 +1,7 @@
 /**
- * A WebRTC SDK that connects nothing: every call succeeds at once, and what a session registered can be fired by hand.
- * It compiles against whatever SDK headers it is given. Its calls cost next to nothing, in time and on the stack, so
- * that what is measured above it is the session's own share.
+ * @file stub_sdk.h A WebRTC SDK that connects nothing: every call succeeds at once, and what a session registered can
+ * be fired by hand. It compiles against whatever SDK headers it is given. Its calls cost next to nothing, in time and
+ * on the stack, so that what is measured above it is the session's own share.
  */
 #ifndef TESTS_SUPPORT_STUB_SDK_STUB_SDK_H
 #define TESTS_SUPPORT_STUB_SDK_STUB_SDK_H
