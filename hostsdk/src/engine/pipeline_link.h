@@ -35,7 +35,7 @@ private:
     static void onConnectionState(GstElement* webrtcbin, GParamSpec*, Shared* link);
     static void onElementAdded(GstBin*, GstBin*, GstElement* element, Shared* link);
     static void onDtlsState(GstElement* dtlsdec, GParamSpec*, Shared* link);
-    static void onPadAdded(GstElement* webrtcbin, GstPad* pad, Shared* link);
+    static void onPadAdded(GstElement* webrtcbin, GstPad* pad, Shared* shared);
     static void onFeedback(GObject*, guint type, guint format, guint senderSsrc, guint mediaSsrc, GstBuffer* control,
                            Shared* link);
     static GstPadProbeReturn onPacket(GstPad*, GstPadProbeInfo* info, gpointer link);
