@@ -31,10 +31,10 @@ public:
     /** @throw std::runtime_error with a sentence for the user when a stream cannot be built */
     MediaHub(const std::array<VideoInput, kVideoStreams>& inputs, std::vector<uint8_t> audioLoop);
 
-    /** Sends a sink the frames of a stream, and of no other, from now on; and the sound. */
+    /** Attaches a sink to the sound and to one stream, instead of any other. */
     void attach(const std::shared_ptr<FrameSink>& sink, int stream);
 
-    /** Sends a sink nothing more, save for a frame that is on its way. Without effect if it is not attached. */
+    /** Detaches a sink; a frame already in flight may still arrive. Without effect if it is not attached. */
     void detach(const std::shared_ptr<FrameSink>& sink);
 
     /** Makes a stream's next frame a key frame. */

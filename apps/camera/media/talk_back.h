@@ -19,7 +19,7 @@ public:
     /** @param wavPath where to record; empty for nowhere. The file is made when the first sound arrives. */
     explicit TalkBack(std::string wavPath);
 
-    /** Takes a frame of mu-law samples. The SDK's thread; copies and returns, a backlog of ten seconds is the most. */
+    /** Takes a frame of mu-law samples. The SDK's thread. Copies and returns; drops data beyond 10 s of backlog. */
     void push(const void* data, size_t size);
 
     /** How loud it was since the last time. */

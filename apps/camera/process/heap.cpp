@@ -1,6 +1,6 @@
 #include "process/heap.h"
 
-#include <cstdlib>  // says which C library this is
+#include <cstdlib>  // for __GLIBC__
 
 #ifdef __GLIBC__
 #include <malloc.h>

@@ -1,6 +1,6 @@
 #include "process/process_usage.h"
 
-#include <cstdlib>  // says which C library this is
+#include <cstdlib>  // for __GLIBC__
 #include <filesystem>
 #include <iterator>
 #include <system_error>

@@ -8,7 +8,7 @@
 
 namespace zelrtc::camera {
 
-/** The offer with this SDP. The SDK undoes no escapes but those of line ends, so no others are made where it can be. */
+/** The offer with this SDP, with as few escapes as JSON allows: the SDK undoes none but those of line ends. */
 std::string offerJson(const std::string& sdp);
 
 /** One candidate. */

@@ -1,0 +1,67 @@
+// Calls whose release takes as long as an SDK takes that waits for its data channel: none waits for another.
+
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <cstdlib>
+
+#include "camera_process.h"
+#include "viewer_process.h"
+
+namespace zelrtc::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::size_t kCalls = 8;
+// One after the other they would take twice as long as any limit here.
+constexpr const char* kReleaseMs = "2200";
+
+class SlowRelease : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        setenv("ZELRTC_HOSTSDK_SLOW_RELEASE_MS", kReleaseMs, 1);
+    }
+    static void TearDownTestSuite() {
+        unsetenv("ZELRTC_HOSTSDK_SLOW_RELEASE_MS");
+    }
+
+    CameraProcess camera_;
+    ViewerProcess viewers_{camera_.url(), {"--keep", "--no-decode", "--calls", std::to_string(kCalls)}};
+};
+
+TEST_F(SlowRelease, OfEightCallsDoesNotHoldUpTheEndOfTheCamera) {
+    ASSERT_TRUE(camera_.hasConnectedCalls(kCalls, 60s));
+    camera_.process().signal(SIGINT);
+    EXPECT_EQ(camera_.process().waitForExit(6s), 0);
+}
+
+TEST_F(SlowRelease, OfCallsThatEndTogetherTakesNoLongerThanOfOne) {
+    ASSERT_TRUE(camera_.hasConnectedCalls(kCalls, 60s));
+    for (const auto& call : camera_.get("/calls")) {
+        const auto removed = camera_.remove("/calls/" + call.at("id").dump());
+        ASSERT_TRUE(removed);
+        EXPECT_EQ(removed->status, 204);
+    }
+    EXPECT_TRUE(camera_.hasNoCalls(8s));
+}
+
+TEST_F(SlowRelease, LeavesTheOtherCallsAndNewOnesAlone) {
+    ASSERT_TRUE(camera_.hasConnectedCalls(kCalls, 60s));
+    const auto ending = camera_.get("/calls");
+    ViewerProcess staying(camera_.url(), {"--keep"});
+    ASSERT_TRUE(camera_.hasConnectedCalls(kCalls + 1, 30s));
+    ASSERT_TRUE(camera_.firstCallLasts(2s));
+    for (const auto& call : ending) {
+        ASSERT_TRUE(camera_.remove("/calls/" + call.at("id").dump()));
+    }
+    const auto added = view(camera_.url(), {"--seconds", "1"});
+    EXPECT_EQ(added.status, 0) << added.report.dump(2);
+    EXPECT_TRUE(camera_.hasConnectedCalls(1, 10s));
+    const auto stayed = staying.hangUp();
+    EXPECT_EQ(stayed.status, 0) << stayed.report.dump(2);
+    EXPECT_LT(stayed.call().at("video").at("largestGapMs"), 1000);
+}
+
+}  // namespace
+}  // namespace zelrtc::test
