@@ -2,9 +2,11 @@
 #ifndef APPS_CAMERA_HTTP_HTTP_LIBRARY_H
 #define APPS_CAMERA_HTTP_HTTP_LIBRARY_H
 
-#include <httplib.h>
-
-// The resolver's header, which comes with it, has a macro with the name of the SDK's status type.
+// The resolver's header, which comes with it, has a macro with the name of one of the SDK's: each is to see its own.
+#pragma push_macro("STATUS")
 #undef STATUS
+#include <httplib.h>
+#undef STATUS
+#pragma pop_macro("STATUS")
 
 #endif
