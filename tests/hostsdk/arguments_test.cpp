@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr STATUS kSdpUnreadable = 0x55000008;
-constexpr STATUS kNoRemoteDescription = 0x5e000001;
 constexpr STATUS kIceServerIndex = 0x5a000028;
 
 VOID ignoreCandidate(UINT64, PCHAR) {

@@ -55,7 +55,7 @@ GstFlowReturn onNewSample(GstAppSink* sink, gpointer data) {
     const auto& inbox = *static_cast<std::shared_ptr<Inbox>*>(data);
     if (!inbox->draining.exchange(true)) {
         const std::shared_ptr<GstElement> kept(GST_ELEMENT(gst_object_ref(sink)), GstDeleter());
-        inbox->executor->post([inbox, kept] { drain(inbox.get(), GST_APP_SINK(kept.get())); });
+        inbox->executor->postIncoming([inbox, kept] { drain(inbox.get(), GST_APP_SINK(kept.get())); });
     }
     return GST_FLOW_OK;
 }

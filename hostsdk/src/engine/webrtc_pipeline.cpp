@@ -4,10 +4,12 @@
 #include <gst/rtp/gstrtcpbuffer.h>
 #include <gst/sdp/gstsdpmessage.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "engine/agent_candidates.h"
 #include "engine/dtls_close.h"
+#include "engine/last_datagram.h"
 #include "engine/network_interfaces.h"
 #include "text/log.h"
 #include "text/remb.h"
@@ -24,11 +26,6 @@ constexpr guint kStunRetransmissions = 2;
 constexpr guint kCheckPacingMs = 5;
 constexpr int kDtlsClosed = 1;
 constexpr int kDtlsConnected = 4;
-
-// RTP and RTCP packets, among everything that shares the transport (RFC 7983).
-bool isMediaPacket(guint8 firstByte) {
-    return firstByte >= 128 && firstByte <= 191;
-}
 
 GstWebRTCRTPTransceiverDirection toGst(RTC_RTP_TRANSCEIVER_DIRECTION direction) {
     switch (direction) {
@@ -102,6 +99,7 @@ struct WebRtcPipeline::Link {
     PipelineEvents events;
     std::atomic<ConnectionMonitor::Clock::rep> lastPacket{0};
     std::atomic<bool> dtlsConnected{false};
+    std::atomic<guint> stream{0};  // of the ICE agent, once it has gathered
 
     static void postTransport(const std::shared_ptr<Link>& link, TransportEvent event) {
         link->executor->post([link, event] { link->events.onTransport(event); });
@@ -115,7 +113,7 @@ struct WebRtcPipeline::Link {
     static void onPadAdded(GstElement* webrtcbin, GstPad* pad, std::shared_ptr<Link>* link);
     static void onFeedback(GObject*, guint type, guint format, guint senderSsrc, guint mediaSsrc, GstBuffer* control,
                            std::shared_ptr<Link>* link);
-    static GstPadProbeReturn onPacket(GstPad*, GstPadProbeInfo* info, gpointer link);
+    static GstPadProbeReturn onPacket(GstPad*, GstPadProbeInfo*, gpointer link);
 };
 
 void WebRtcPipeline::Link::onCandidate(GstElement*, guint mLineIndex, gchar* text, std::shared_ptr<Link>* link) {
@@ -126,6 +124,7 @@ void WebRtcPipeline::Link::onCandidate(GstElement*, guint mLineIndex, gchar* tex
 // Asked of the agent: webrtcbin (1.22) never calls gathering complete when a candidate arrives while it decides.
 void WebRtcPipeline::Link::onGatheringDone(GObject* agent, guint stream, std::shared_ptr<Link>* link) {
     const std::size_t found = countAgentCandidates(agent, stream);
+    (*link)->stream = stream;
     (*link)->executor->post([link = *link, found] { link->events.onGatheringDone(found); });
 }
 
@@ -134,8 +133,6 @@ void WebRtcPipeline::Link::onConnectionState(GstElement* webrtcbin, GParamSpec*,
     g_object_get(webrtcbin, "connection-state", &state, nullptr);
     if (state == GST_WEBRTC_PEER_CONNECTION_STATE_CONNECTED) {
         postTransport(*link, TransportEvent::kConnected);
-    } else if (state == GST_WEBRTC_PEER_CONNECTION_STATE_FAILED) {
-        postTransport(*link, TransportEvent::kFailed);
     }
 }
 
@@ -183,16 +180,14 @@ void WebRtcPipeline::Link::onFeedback(GObject*, guint type, guint format, guint,
     const std::optional<double> limit = readRemb(map.data, map.size);
     gst_buffer_unmap(control, &map);
     if (limit) {
-        (*link)->executor->post([link = *link, limit = *limit] { link->events.onBandwidth(limit); });
+        (*link)->executor->postIncoming([link = *link, limit = *limit] { link->events.onBandwidth(limit); });
     }
 }
 
-GstPadProbeReturn WebRtcPipeline::Link::onPacket(GstPad*, GstPadProbeInfo* info, gpointer link) {
-    guint8 firstByte = 0;
-    if (gst_buffer_extract(GST_PAD_PROBE_INFO_BUFFER(info), 0, &firstByte, 1) == 1 && isMediaPacket(firstByte)) {
-        (*static_cast<std::shared_ptr<Link>*>(link))->lastPacket =
-            ConnectionMonitor::Clock::now().time_since_epoch().count();
-    }
+// Media, its control packets and DTLS.
+GstPadProbeReturn WebRtcPipeline::Link::onPacket(GstPad*, GstPadProbeInfo*, gpointer link) {
+    (*static_cast<std::shared_ptr<Link>*>(link))->lastPacket =
+        ConnectionMonitor::Clock::now().time_since_epoch().count();
     return GST_PAD_PROBE_OK;
 }
 
@@ -259,11 +254,11 @@ void WebRtcPipeline::configureAgent() {
         g_signal_emit_by_name(ice.get(), "add-local-ip-address", "127.0.0.1", &added);
     }
 
-    const GstPtr<GObject> agent = objectProperty(ice.get(), "agent");
+    agent_ = objectProperty(ice.get(), "agent");
     // The router's port mapping costs 200 ms of gathering, answered or not.
-    g_object_set(agent.get(), "upnp", FALSE, "stun-max-retransmissions", kStunRetransmissions, "stun-pacing-timer",
+    g_object_set(agent_.get(), "upnp", FALSE, "stun-max-retransmissions", kStunRetransmissions, "stun-pacing-timer",
                  kCheckPacingMs, nullptr);
-    connectSignal(agent.get(), "candidate-gathering-done", G_CALLBACK(Link::onGatheringDone), link_);
+    connectSignal(agent_.get(), "candidate-gathering-done", G_CALLBACK(Link::onGatheringDone), link_);
 }
 
 void WebRtcPipeline::addServers(const std::vector<IceServer>& servers) {
@@ -386,11 +381,13 @@ std::unique_ptr<Reply> WebRtcPipeline::statistics() const {
 }
 
 std::optional<ConnectionMonitor::Clock::time_point> WebRtcPipeline::lastPacket() const {
+    std::optional<ConnectionMonitor::Clock::time_point> last;
     const ConnectionMonitor::Clock::rep count = link_->lastPacket;
-    if (count == 0) {
-        return std::nullopt;
+    if (count != 0) {
+        last = ConnectionMonitor::Clock::time_point(ConnectionMonitor::Clock::duration(count));
     }
-    return ConnectionMonitor::Clock::time_point(ConnectionMonitor::Clock::duration(count));
+    // An empty optional is before every other.
+    return link_->stream == 0 ? last : std::max(last, lastDatagram(agent_.get(), link_->stream));
 }
 
 }  // namespace zelrtc::hostsdk

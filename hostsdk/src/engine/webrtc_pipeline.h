@@ -74,7 +74,7 @@ public:
     void addCandidate(const std::string& candidateLine);
     // webrtcbin's statistics of the connection; nothing before there are any. Any thread but webrtcbin's.
     std::unique_ptr<Reply> statistics() const;
-    // When media or control packets last arrived. Any thread.
+    // When the far end was last heard of. Any thread.
     std::optional<ConnectionMonitor::Clock::time_point> lastPacket() const;
 
 private:
@@ -91,6 +91,7 @@ private:
 
     GstPtr<GstElement> pipeline_;
     GstElement* webrtcbin_;
+    GstPtr<GObject> agent_;
     std::shared_ptr<Link> link_;
     std::shared_ptr<PresentationClock> clock_ = std::make_shared<PresentationClock>();
 };

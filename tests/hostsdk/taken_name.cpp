@@ -1,0 +1,4 @@
+// Does not compile: the name is a macro of the SDK's.
+#include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
+
+enum class Step { CHECK };
