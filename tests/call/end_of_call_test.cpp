@@ -13,6 +13,7 @@
 
 #include "camera_process.h"
 #include "sdk_limits.h"
+#include "switched_environment.h"
 #include "viewer_process.h"
 #include "waiting.h"
 
@@ -112,6 +113,7 @@ TEST(HungUpCall, TellsTheViewerWhyWhenSomeoneElseEndsIt) {
 }
 
 TEST(KilledViewer, IsNoticed) {
+    const FasterSilence faster;
     CameraProcess camera;
     ViewerProcess viewer(camera.url(), {"--keep"});
     ASSERT_TRUE(camera.hasConnectedCalls(1));
@@ -157,6 +159,7 @@ protected:
         ASSERT_TRUE(eventually([this] { return camera_.runningEncoders() == 0; }, 10s));
     }
 
+    const FasterSilence faster_;
     CameraProcess camera_;
 };
 

@@ -92,6 +92,12 @@ TEST(CandidateJson, needsBothItsArguments) {
     EXPECT_EQ(deserializeRtcIceCandidateInit(json, 2, nullptr), STATUS_NULL_ARG);
 }
 
+TEST(CandidateJson, keepsEscapesOtherThanLineEndsAsTheyAre) {
+    RtcIceCandidateInit candidate{};
+    ASSERT_EQ(read(R"({"candidate":"candidate:1\/a 1 udp\r\n"})", &candidate), STATUS_SUCCESS);
+    EXPECT_STREQ(candidate.candidate, "candidate:1\\/a 1 udp\r\n");
+}
+
 TEST(CandidateJson, isWrittenInTheSdksForm) {
     EXPECT_EQ(zelrtc::hostsdk::writeCandidateJson("candidate:1 1 udp 1 192.0.2.2 9 typ host", "0", 0),
               R"({"candidate":"candidate:1 1 udp 1 192.0.2.2 9 typ host","sdpMid":"0","sdpMLineIndex":0})");
@@ -110,6 +116,25 @@ TEST(CandidateLine, ofARelayKeepsItsRelatedAddress) {
         zelrtc::hostsdk::sdkCandidate("candidate:3 1 UDP 1 198.51.100.1 5000 typ relay raddr 192.0.2.2 rport 45020"),
         "candidate:3 1 udp 1 198.51.100.1 5000 typ relay raddr 192.0.2.2 rport 45020 generation 0 "
         "network-cost 999");
+}
+
+TEST(CandidateLine, saysWhetherItIsOfARelay) {
+    EXPECT_TRUE(zelrtc::hostsdk::isRelayCandidate("candidate:3 1 UDP 1 198.51.100.1 5000 typ relay raddr 192.0.2.2"));
+    EXPECT_TRUE(zelrtc::hostsdk::isRelayCandidate("a=candidate:3 1 UDP 1 198.51.100.1 5000 typ relay raddr 192.0.2.2"));
+    EXPECT_FALSE(zelrtc::hostsdk::isRelayCandidate("candidate:1 1 udp 1 192.0.2.2 9 typ host"));
+    EXPECT_FALSE(zelrtc::hostsdk::isRelayCandidate("a=x 3 1 UDP 1 198.51.100.1 typ relay"));
+}
+
+TEST(Description, holdsNoMoreThanFourRelays) {
+    std::string sdp = "v=0\r\n";
+    std::string expected = sdp;
+    for (int i = 0; i < 6; i++) {
+        const std::string relay = "a=candidate:" + std::to_string(i) + " 1 UDP 1 198.51.100.1 5000 typ relay\r\n";
+        const std::string host = "a=candidate:" + std::to_string(i) + " 1 UDP 1 192.0.2.1 5000 typ host\r\n";
+        sdp += relay + host;
+        expected += (i < 4 ? relay : "") + host;
+    }
+    EXPECT_EQ(zelrtc::hostsdk::withoutExcessRelays(sdp), expected);
 }
 
 TEST(CandidateLine, withANumericAddressOverUdpIsUsable) {

@@ -55,6 +55,13 @@ TEST(Offer, doesNotRejectWhatItOnlyBundles) {
     EXPECT_FALSE(media.at(0).rejected);
 }
 
+TEST(Offer, tellsWhetherASectionNamesItsSource) {
+    const auto media = zelrtc::hostsdk::parseOffer(
+        "v=0\r\nm=audio 9 RTP/SAVPF 0\r\na=ssrc:1 cname:x\r\nm=video 9 RTP/SAVPF 96\r\na=ssrc-group:FID 1 2\r\n");
+    EXPECT_TRUE(media.at(0).namesSource);
+    EXPECT_FALSE(media.at(1).namesSource);
+}
+
 TEST(ChosenVideo, isConstrainedBaselineInPacketizationModeOne) {
     EXPECT_EQ(chosenVideo("a=rtpmap:96 VP8/90000\r\n"
                           "a=rtpmap:97 H264/90000\r\na=fmtp:97 profile-level-id=640032;packetization-mode=1\r\n"

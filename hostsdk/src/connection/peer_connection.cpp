@@ -2,13 +2,16 @@
 
 #include <algorithm>
 #include <cstring>
+#include <thread>
 #include <utility>
 
 #include "connection/statistics.h"
+#include "connection/test_switches.h"
 #include "text/answer.h"
 #include "text/candidate_json.h"
 #include "text/candidate_line.h"
 #include "text/log.h"
+#include "text/offer_rules.h"
 #include "text/record_text.h"
 #include "text/status.h"
 
@@ -16,7 +19,7 @@ namespace zelrtc::hostsdk {
 
 namespace {
 
-constexpr std::chrono::milliseconds kCheckPeriod{250};
+constexpr std::chrono::milliseconds kCheckPeriod{50};
 
 // webrtcbin takes one STUN server, not over TLS, and any number of TURN servers.
 std::vector<IceServer> readServers(const RtcConfiguration& configuration) {
@@ -38,6 +41,15 @@ std::vector<IceServer> readServers(const RtcConfiguration& configuration) {
     return servers;
 }
 
+// Every server is asked, whether the ICE agent takes it or not; one without an address has a place and no answer.
+std::vector<IceServerUrl> probedUrls(const std::vector<IceServer>& servers) {
+    std::vector<IceServerUrl> urls;
+    for (const IceServer& server : servers) {
+        urls.push_back(server.url.value_or(IceServerUrl{"stun", "", 0, "udp"}));
+    }
+    return urls;
+}
+
 const char* kindName(MEDIA_STREAM_TRACK_KIND kind) {
     return kind == MEDIA_STREAM_TRACK_KIND_AUDIO ? "audio" : "video";
 }
@@ -46,23 +58,28 @@ const char* kindName(MEDIA_STREAM_TRACK_KIND kind) {
 
 std::unique_ptr<PeerConnection> PeerConnection::create(const RtcConfiguration& configuration) {
     std::unique_ptr<PeerConnection> connection(new PeerConnection(configuration));
-    const TaskPoster post = [executor = connection->executor_](HandlerExecutor::Task task) {
-        executor->post(std::move(task));
-    };
+    const auto executor = connection->executor_;
+    const PipelinePosters posters = {
+        [executor](HandlerExecutor::Task task) { executor->post(std::move(task)); },
+        [executor](HandlerExecutor::Task task) { executor->postIncoming(std::move(task)); }};
     connection->pipeline_ = WebRtcPipeline::create(configuration.iceTransportPolicy == ICE_TRANSPORT_POLICY_RELAY,
-                                                   connection->servers_, post, connection->makeEvents());
+                                                   connection->servers_, posters, connection->makeEvents());
     return connection->pipeline_ == nullptr ? nullptr : std::move(connection);
 }
 
 PeerConnection::PeerConnection(const RtcConfiguration& configuration)
     : RtcPeerConnection(),
       servers_(readServers(configuration)),
-      monitor_([this](RTC_PEER_CONNECTION_STATE state) { reportState(state); }),
-      executor_(std::make_shared<HandlerExecutor>([this] { checkConnection(); }, kCheckPeriod)) {
+      monitor_([this](RTC_PEER_CONNECTION_STATE state) { onState(state); }, silenceRate()),
+      executor_(std::make_shared<HandlerExecutor>([this] { checkConnection(); }, kCheckPeriod)),
+      stateReports_(executor_, [this](RTC_PEER_CONNECTION_STATE state) { reportState(state); }) {
 }
 
 PeerConnection::~PeerConnection() {
     close();
+    if (hasBeenConnected_) {
+        std::this_thread::sleep_for(slowRelease());
+    }
 }
 
 void PeerConnection::close() {
@@ -104,24 +121,32 @@ void PeerConnection::setStateHandler(UINT64 customData, RtcOnConnectionStateChan
 }
 
 void PeerConnection::reportCandidate(unsigned int mLineIndex, const std::string& line) {
-    gathering_.onCandidate();
+    relayCandidates_ += isRelayCandidate(line) ? 1 : 0;
+    const bool isTold = gathering_.onCandidate();
+    if (!isTold || (isRelayCandidate(line) && relayCandidates_ > kMostRelayCandidates)) {
+        logDetail("candidate left out: " + line);
+        return;
+    }
     const std::string mid = mLineIndex < offer_.size() ? offer_[mLineIndex].mid : "";
     std::string json = writeCandidateJson(sdkCandidate(line), mid, mLineIndex);
     callCandidateHandler(json.data());
     reportGatheringEnd();
 }
 
-// Without a candidate on this side there can be no pair, whatever the far end still sends; the ICE agent, which has
-// nothing to check then, would never say so.
 void PeerConnection::reportGatheringEnd() {
-    if (!gathering_.takeEnd(Gathering::Clock::now())) {
+    if (!gathering_.takeEnd(haveServersAnswered(), Gathering::Clock::now())) {
         return;
     }
-    callCandidateHandler(nullptr);
     if (!gathering_.hasCandidate()) {
         logWarning("gathering ended without a candidate");
-        monitor_.onTransport(TransportEvent::kFailed, ConnectionMonitor::Clock::now());
     }
+    callCandidateHandler(nullptr);
+}
+
+// A far end whose offer holds its candidates gets an answer that holds this side's, and so can do nothing before
+// gathering has ended.
+bool PeerConnection::isAwaitedByFarEnd() const {
+    return isOfferComplete_ && gathering_.hasCandidate() && !gathering_.hasEnded();
 }
 
 void PeerConnection::callCandidateHandler(PCHAR json) {
@@ -131,6 +156,14 @@ void PeerConnection::callCandidateHandler(PCHAR json) {
     lock.unlock();
     if (handler != nullptr) {
         handler(customData, json);
+    }
+}
+
+void PeerConnection::onState(RTC_PEER_CONNECTION_STATE state) {
+    hasBeenConnected_ = hasBeenConnected_ || state == RTC_PEER_CONNECTION_STATE_CONNECTED;
+    stateReports_.add(state);
+    if (state == RTC_PEER_CONNECTION_STATE_FAILED && gathering_.cutShort()) {
+        executor_->post([this] { callCandidateHandler(nullptr); });
     }
 }
 
@@ -154,7 +187,7 @@ void PeerConnection::setReady(bool ready) {
 
 void PeerConnection::reportFrame(RTC_CODEC codec, Frame* frame) {
     for (const auto& transceiver : transceivers_) {
-        if (transceiver->receiver.track.codec == codec) {
+        if (transceiver->receiver.track.codec == codec && transceiver->isSourceNamed()) {
             transceiver->handleFrame(frame);
             return;
         }
@@ -171,11 +204,15 @@ void PeerConnection::reportBandwidth(double bitsPerSecond) {
 }
 
 void PeerConnection::checkConnection() {
-    reportGatheringEnd();
+    const auto now = ConnectionMonitor::Clock::now();
     const std::shared_ptr<WebRtcPipeline> pipeline = currentPipeline();
     if (pipeline != nullptr) {
-        monitor_.check(pipeline->lastPacket(), ConnectionMonitor::Clock::now());
+        if (isAwaitedByFarEnd()) {
+            monitor_.restartConnecting(now);
+        }
+        monitor_.check(pipeline->lastPacket(), now);
     }
+    reportGatheringEnd();
 }
 
 STATUS PeerConnection::addTransceiver(const RtcMediaStreamTrack& track, RTC_RTP_TRANSCEIVER_DIRECTION direction,
@@ -191,10 +228,19 @@ STATUS PeerConnection::setRemoteDescription(const RtcSessionDescriptionInit& des
     }
     const std::string sdp = getField(description.sdp);
     std::vector<OfferedMedia> offer = parseOffer(sdp);
-    if (description.type != SDP_TYPE_OFFER || offer.empty() || !pipeline_->setRemoteDescription(sdp)) {
+    if (description.type != SDP_TYPE_OFFER || offer.empty()) {
+        return kStatusSdpUnreadable;
+    }
+    const STATUS status = checkOffer(sdp);
+    if (status != STATUS_SUCCESS) {
+        return status;
+    }
+    if (!pipeline_->setRemoteDescription(sdp)) {
         return kStatusSdpUnreadable;
     }
     offer_ = std::move(offer);
+    hasSessionName_ = hasSessionName(sdp);
+    isOfferComplete_ = sdp.find("\na=candidate:") != std::string::npos;
     addMedia();
     return STATUS_SUCCESS;
 }
@@ -229,6 +275,7 @@ void PeerConnection::addMedia() {
         media.format = *format;
         media.direction = answerDirection(offer_[i].direction, transceiver->direction);
         media.streamId = getField(track.streamId);
+        transceiver->setSourceNamed(offer_[i].namesSource);
         transceiver->setSender(pipeline_->addMedia(media));
         answered_.push_back({format->payloadType, profileLevelId(format->parameters)});
     }
@@ -238,7 +285,7 @@ STATUS PeerConnection::createAnswer(PRtcSessionDescriptionInit description) {
     if (pipeline_ == nullptr) {
         return STATUS_INVALID_OPERATION;
     }
-    if (offer_.empty()) {
+    if (offer_.empty() || !hasSessionName_) {
         return kStatusNoRemoteDescription;
     }
     const std::optional<std::string> sdp = pipeline_->createAnswer();
@@ -258,14 +305,19 @@ STATUS PeerConnection::setLocalDescription(const RtcSessionDescriptionInit& desc
     if (pipeline_ == nullptr || offer_.empty()) {
         return STATUS_INVALID_OPERATION;
     }
-    hasAskedServers_ = true;
-    executor_->post([this] { monitor_.start(ConnectionMonitor::Clock::now()); });
+    std::unique_lock<std::mutex> lock(mutex_);
+    probe_ = std::make_shared<ServerProbe>(probedUrls(servers_));
+    lock.unlock();
+    executor_->post([this] {
+        gathering_.start(Gathering::Clock::now());
+        monitor_.start(ConnectionMonitor::Clock::now());
+    });
     return pipeline_->setLocalDescription(getField(description.sdp)) ? STATUS_SUCCESS : kStatusSdpUnreadable;
 }
 
 STATUS PeerConnection::currentLocalDescription(PRtcSessionDescriptionInit description) {
     const std::shared_ptr<WebRtcPipeline> pipeline = currentPipeline();
-    const std::string sdp = pipeline == nullptr ? "" : pipeline->localDescription();
+    const std::string sdp = pipeline == nullptr ? "" : withoutExcessRelays(pipeline->localDescription());
     if (sdp.empty()) {
         return STATUS_INVALID_OPERATION;
     }
@@ -320,17 +372,24 @@ STATUS PeerConnection::iceServer(PRtcIceServerStats record) {
     if (index >= servers_.size()) {
         return kStatusIceServerIndex;
     }
-    // The ICE agent counts nothing per server: of one that it has asked, the figures are unknown.
-    if (hasAskedServers_ && servers_[index].inUse) {
-        return STATUS_NOT_IMPLEMENTED;
-    }
-    *record = untouchedServerStatistics(servers_[index], index);
+    const std::shared_ptr<ServerProbe> probe = currentProbe();
+    *record = serverStatistics(servers_[index], index, probe == nullptr ? ServerExchange() : probe->exchange(index));
     return STATUS_SUCCESS;
 }
 
 std::shared_ptr<WebRtcPipeline> PeerConnection::currentPipeline() {
     const std::lock_guard<std::mutex> lock(mutex_);
     return pipeline_;
+}
+
+std::shared_ptr<ServerProbe> PeerConnection::currentProbe() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return probe_;
+}
+
+bool PeerConnection::haveServersAnswered() {
+    const std::shared_ptr<ServerProbe> probe = currentProbe();
+    return probe == nullptr || probe->haveAllAnswered();
 }
 
 }  // namespace zelrtc::hostsdk

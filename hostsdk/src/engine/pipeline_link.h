@@ -15,7 +15,8 @@ namespace zelrtc::hostsdk {
 // What webrtcbin's callbacks need; it outlives each of them, because they share it.
 class PipelineLink {
 public:
-    PipelineLink(TaskPoster post, PipelineEvents events) : post_(std::move(post)), events_(std::move(events)) {
+    PipelineLink(PipelinePosters posters, PipelineEvents events)
+        : posters_(std::move(posters)), events_(std::move(events)) {
     }
 
     // Before webrtcbin starts.
@@ -23,7 +24,7 @@ public:
     // After the local description is set: the bundled media share one RTP session, which exists then.
     static void watchFeedback(const std::shared_ptr<PipelineLink>& link, GstElement* webrtcbin);
 
-    // When media or control packets last arrived. Any thread.
+    // When the far end was last heard of. Any thread.
     std::optional<Clock::time_point> lastPacket() const;
 
 private:
@@ -38,12 +39,14 @@ private:
     static void onPadAdded(GstElement* webrtcbin, GstPad* pad, Shared* shared);
     static void onFeedback(GObject*, guint type, guint format, guint senderSsrc, guint mediaSsrc, GstBuffer* control,
                            Shared* link);
-    static GstPadProbeReturn onPacket(GstPad*, GstPadProbeInfo* info, gpointer link);
+    static GstPadProbeReturn onPacket(GstPad*, GstPadProbeInfo*, gpointer link);
 
-    const TaskPoster post_;
+    const PipelinePosters posters_;
     const PipelineEvents events_;
     std::atomic<Clock::rep> lastPacket_{0};
     std::atomic<bool> dtlsConnected_{false};
+    gst::GstPtr<GObject> agent_;
+    std::atomic<guint> stream_{0};  // of the agent, once it has gathered
 };
 
 }  // namespace zelrtc::hostsdk

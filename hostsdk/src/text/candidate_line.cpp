@@ -61,6 +61,25 @@ std::optional<std::string> usableCandidate(const std::string& line) {
     return candidate;
 }
 
+bool isRelayCandidate(const std::string& line) {
+    const std::vector<std::string> words = splitWords(line);
+    return words.size() >= kFieldCount && words[kTyp] == "typ" && words[kType] == "relay" &&
+           words[0].find("candidate:") != std::string::npos;
+}
+
+std::string withoutExcessRelays(const std::string& sdp) {
+    std::istringstream lines(sdp);
+    std::string result;
+    size_t relays = 0;
+    for (std::string line; std::getline(lines, line);) {
+        relays += isRelayCandidate(line) ? 1 : 0;
+        if (!isRelayCandidate(line) || relays <= kMostRelayCandidates) {
+            result += line + "\n";
+        }
+    }
+    return result;
+}
+
 std::string sdkCandidate(const std::string& line) {
     std::vector<std::string> words = splitWords(line);
     if (words.size() < kFieldCount) {

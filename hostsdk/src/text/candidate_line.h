@@ -11,6 +11,15 @@ namespace zelrtc::hostsdk {
 // without a numeric address (`.local` names need a resolver that cameras do not have).
 std::optional<std::string> usableCandidate(const std::string& line);
 
+// The SDK's limit for one connection, however many relays are configured.
+constexpr size_t kMostRelayCandidates = 4;
+
+// Of a relay, in a candidate line or in a description's a= line.
+bool isRelayCandidate(const std::string& line);
+
+// The description with no more relays' candidates than the limit.
+std::string withoutExcessRelays(const std::string& sdp);
+
 // The agent's line with the attributes that the SDK writes.
 std::string sdkCandidate(const std::string& line);
 

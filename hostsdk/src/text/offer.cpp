@@ -98,6 +98,8 @@ void readAttribute(const std::string& line, OfferedMedia* media) {
     if (line == "a=bundle-only") {
         // Its port is 0 until the answer agrees to the bundle (RFC 9143).
         media->rejected = false;
+    } else if (startsWith(line, "a=ssrc:")) {
+        media->namesSource = true;
     } else if (startsWith(line, "a=mid:")) {
         media->mid = line.substr(sizeof("a=mid:") - 1);
     } else if (startsWith(line, "a=rtpmap:")) {

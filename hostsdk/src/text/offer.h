@@ -21,6 +21,7 @@ struct OfferedMedia {
     std::string mid;
     RTC_RTP_TRANSCEIVER_DIRECTION direction = RTC_RTP_TRANSCEIVER_DIRECTION_SENDRECV;
     bool rejected = false;
+    bool namesSource = false;  // an a=ssrc line: without one the SDK knows no sender of the media
     std::vector<PayloadFormat> formats;
 };
 
