@@ -153,7 +153,8 @@ class LeavesNothing : public ::testing::TestWithParam<Departure> {
 protected:
     // What belongs to the first call of a process stays: certificate, thread pools, sockets of the registry.
     void warmUp() {
-        view(camera_.url(), {"--seconds", "1"});
+        const auto outcome = view(camera_.url(), {"--seconds", "1"});
+        ASSERT_EQ(outcome.status, 0) << outcome.report.dump(2);
         view(camera_.url(), {"--seconds", "1", "--no-trickle"});
         ASSERT_TRUE(camera_.hasNoCalls(sdkLimit("release")));
         ASSERT_TRUE(eventually([this] { return camera_.runningEncoders() == 0; }, 10s));
