@@ -24,11 +24,11 @@ namespace {
 
 using namespace zelrtc::camera;
 
-// A viewer has an event stream and a request or two.
+// A viewer keeps an event stream open and sends a request or two beside it.
 constexpr size_t kThreadsPerCall = 3;
 constexpr size_t kSpareThreads = 16;
 
-// Every thread inherits the mask, so that the signals wait for the one that asks for them.
+// Every thread inherits the mask, so the signals stay pending until the main thread waits for them.
 sigset_t blockStopSignals() {
     sigset_t signals;
     sigemptyset(&signals);
@@ -42,11 +42,11 @@ void waitForStopSignal(const sigset_t& signals) {
     int received = 0;
     sigwait(&signals, &received);
     spdlog::info("stopping on signal {}", received);
-    // Whoever asks again does not want to wait.
+    // A second signal ends the program at once.
     pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
-// The SDK is up while this lives: before the first session and until after the last.
+// Keeps the SDK initialised from before the first session until after the last.
 class Sdk {
 public:
     Sdk() {

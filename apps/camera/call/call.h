@@ -1,10 +1,10 @@
 /**
  * @file call.h One viewer: how an application owns a ZelRtcSession, feeds it and ends it.
  *
- * Three kinds of thread meet here. Control threads (those of HTTP requests and the call keeper) start, steer and end
- * the call; they take controlMutex_, so they come one at a time. Media threads write frames; they take mediaMutex_,
- * which steering also takes, because a choice of streams must not overlap a write. The SDK's threads call back; they
- * take neither, only note what happened and return: the session's destruction waits for them, under controlMutex_.
+ * Three kinds of thread meet here. Control threads (HTTP requests and the call keeper) start, steer and end the call,
+ * one at a time under controlMutex_. Media threads write frames under mediaMutex_; changing streams takes it as well,
+ * because that must not overlap a write. SDK threads run the callbacks. They take neither lock, note what happened and
+ * return: destroying the session waits for them while controlMutex_ is held.
  */
 #ifndef APPS_CAMERA_CALL_CALL_H
 #define APPS_CAMERA_CALL_CALL_H
@@ -33,7 +33,7 @@ struct Choice {
     bool audio;
 };
 
-/** What GET /calls tells of a call. */
+/** What GET /calls says about a call. */
 struct CallSummary {
     int id;
     std::string state;
@@ -42,39 +42,39 @@ struct CallSummary {
     double seconds; /**< since the offer arrived */
 };
 
-/** One call, from its offer to its end. Always held by a shared pointer. */
+/** One call, from its offer to its end. Always owned by a shared_ptr. */
 class Call : public ZelWebrtcSessionCallback, public FrameSink, public std::enable_shared_from_this<Call> {
 public:
-    /** @param recordPath where to record the viewer's voice; empty for nowhere */
+    /** @param recordPath where to record the viewer's voice; empty: do not record */
     Call(ZELRTC_SESSION_ID id, const ZelRtcSessionConfig& config, const std::string& recordPath, MediaHub& hub);
     ~Call() override = default;
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
 
     /**
-     * Hands the offer to the session and starts the sources. Control threads, once.
+     * Passes the offer to the session and starts its media. Control threads, once.
      * @throw Problem when the session refuses it, or the call has been ended meanwhile
      */
     void start(const std::string& offer);
 
-    /** The answer, as soon as it is there. @return nothing when the limit has passed or the call has ended before */
+    /** Waits for the answer. @return nothing if the limit passes or the call ends first */
     std::optional<std::string> waitForAnswer(std::chrono::milliseconds limit);
 
     /** Passes on a candidate of the viewer. Control threads. @throw Problem when it is refused or the call has ended */
     void addCandidate(const std::string& candidate);
 
-    /** Changes what is sent; what is not given stays. Control threads. @throw Problem when the call has ended */
+    /** Changes what is sent; whatever is not given stays. Control threads. @throw Problem when the call has ended */
     Choice choose(std::optional<int> video, std::optional<bool> audio);
 
-    /** Records and measures the viewer's voice; skipped while the call is being started or ended. Control threads. */
+    /** Records and measures the viewer's voice. Skipped while the call starts or ends. Control threads. */
     void tick();
 
-    /** Why the call should be ended, if it should. */
+    /** Why the call should end now; nothing while it should go on. */
     std::optional<std::string> reasonToEnd() const;
 
     /**
-     * Ends the call: no more frames go in, no more callbacks come out, then the session is destroyed. Control threads,
-     * never one of the SDK's; may be repeated.
+     * Ends the call: stops the frames, then the callbacks, then destroys the session. Control threads, never an SDK
+     * thread. Further calls do nothing.
      */
     void end(const std::string& reason);
 
@@ -117,7 +117,7 @@ private:
     std::atomic<RTC_PEER_CONNECTION_STATE> state_{RTC_PEER_CONNECTION_STATE_NONE};
     std::atomic<int64_t> stateSinceMs_{0};  // counted from arrived_
     std::atomic<bool> wasConnected_{false};
-    std::atomic<int> video_{1};  // what a session starts with, like the next
+    std::atomic<int> video_{1};  // a session starts with stream 1 and audio on
     std::atomic<bool> audio_{true};
 
     std::mutex answerMutex_;

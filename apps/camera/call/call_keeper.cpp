@@ -8,9 +8,9 @@ namespace zelrtc::camera {
 
 namespace {
 
-// Also how often a viewer's sound level is reported.
+// The viewer's sound level is reported at this pace, too.
 constexpr auto kPeriod = std::chrono::milliseconds(200);
-// Two seconds: by then the last call's threads have ended, too.
+// Two seconds: the last call's threads have ended by then.
 constexpr int kRoundsUntilQuiet = 10;
 
 }  // namespace
@@ -50,7 +50,7 @@ void CallKeeper::lookAfterAll() {
 void CallKeeper::lookAfter(Call& call) {
     call.tick();
     if (const auto reason = call.reasonToEnd()) {
-        calls_.endIfUp(call.id(), *reason);  // unless the viewer's own request was faster
+        calls_.endIfUp(call.id(), *reason);  // unless the viewer's own request came first
     }
 }
 

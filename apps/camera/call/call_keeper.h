@@ -1,4 +1,4 @@
-/** @file call_keeper.h The thread that looks after calls: records talk-back, ends what is over, tidies up. */
+/** @file call_keeper.h The thread that looks after calls: records talk-back, ends dead calls, frees memory. */
 #ifndef APPS_CAMERA_CALL_CALL_KEEPER_H
 #define APPS_CAMERA_CALL_CALL_KEEPER_H
 
@@ -11,7 +11,7 @@
 
 namespace zelrtc::camera {
 
-/** A session must not be destroyed on the SDK's thread that reports its end, so this thread does it. */
+/** A session must not be destroyed on the SDK thread that reports its end, so this thread destroys it. */
 class CallKeeper {
 public:
     /** Starts the thread. */

@@ -130,7 +130,7 @@ void CallRegistry::shutdown() {
         const std::lock_guard<std::mutex> lock(mutex_);
         isShutDown_ = true;
     }
-    // Closing a connection takes the SDK a moment: together they take no longer than one.
+    // Closing a connection takes the SDK a while, so all of them close at once.
     std::vector<std::future<void>> endings;
     for (const auto& call : all()) {
         const int id = call->id();

@@ -1,4 +1,4 @@
-/** @file event_log.h What happened in a call, for any number of readers at their own pace. */
+/** @file call_history.h What happened in a call, for any number of readers at their own pace. */
 #ifndef APPS_CAMERA_EVENTS_CALL_HISTORY_H
 #define APPS_CAMERA_EVENTS_CALL_HISTORY_H
 
@@ -14,7 +14,7 @@
 
 namespace zelrtc::camera {
 
-/** One thing that happened. */
+/** Something that happened in a call. */
 struct Event {
     uint64_t id;      /**< counts from 1 in each call */
     std::string name; /**< kind of event, such as "state" */
@@ -23,29 +23,29 @@ struct Event {
 
 /**
  * The events of one call from its beginning. Readers ask for what came after the last event that they have seen, so a
- * slow reader costs nothing and a late one misses nothing. Any thread; no operation blocks but next.
+ * slow reader costs nothing and a late one misses nothing. Any thread; only next blocks.
  */
 class EventLog {
 public:
-    /** Keeps an event for as long as the log lives. */
+    /** Keeps an event for the life of the history. */
     void append(const std::string& name, const std::string& data);
 
-    /** Keeps an event until `keep` newer ones of the same name have been appended: for what comes without end. */
+    /** Keeps only the newest `keep` events of this name: for kinds that arrive without end. */
     void appendPassing(const std::string& name, const std::string& data, size_t keep);
 
-    /** Nothing follows: later appends are ignored and readers are told. May be repeated. */
+    /** Closes the history: later appends are ignored, waiting readers wake. Further calls do nothing. */
     void close();
 
     /** What a reader gets. */
     struct Batch {
         std::vector<Event> events;
-        bool last; /**< the log is closed and these are its final events */
+        bool last; /**< the history is closed and these are its final events */
     };
 
     /**
-     * The events after the one with the id `after`, waiting for one when there is none yet.
-     * @param after 0 for all that is kept
-     * @param limit how long to wait at the most; the batch is then empty
+     * The events after `after`; waits if there is none yet.
+     * @param after id of the last event seen; 0: return everything kept
+     * @param limit longest time to wait, after which the batch is empty
      */
     Batch next(uint64_t after, std::chrono::milliseconds limit);
 

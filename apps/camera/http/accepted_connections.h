@@ -1,13 +1,13 @@
-/** @file connections.h The TCP connections that this process has accepted. */
+/** @file accepted_connections.h The TCP connections that this process has accepted. */
 #ifndef APPS_CAMERA_HTTP_ACCEPTED_CONNECTIONS_H
 #define APPS_CAMERA_HTTP_ACCEPTED_CONNECTIONS_H
 
 namespace zelrtc::camera {
 
 /**
- * Reads nothing more from the connections accepted on this local port: who waits for a request there sees its end,
- * while what is being sent still goes out. The HTTP library keeps its connections to itself, so they are found among
- * the process's descriptors.
+ * Shuts down the reading side of every connection accepted on this local port. A thread waiting for a request sees
+ * the end of the stream; responses under way still go out. The HTTP library does not expose its connections, so they
+ * are found among the process's descriptors.
  */
 void stopReadingOn(int port);
 

@@ -1,4 +1,4 @@
-/** @file problem.h What went wrong with a request, in words for the person who sent it. */
+/** @file http_error.h What went wrong with a request, in words for the person who sent it. */
 #ifndef APPS_CAMERA_HTTP_HTTP_ERROR_H
 #define APPS_CAMERA_HTTP_HTTP_ERROR_H
 
@@ -7,12 +7,12 @@
 
 namespace zelrtc::camera {
 
-/** Thrown by whatever handles a request; the HTTP server turns it into a problem document. */
+/** Thrown while handling a request; the HTTP server turns it into a problem document. */
 class Problem : public std::runtime_error {
 public:
     /**
-     * @param httpStatus the status of the response
-     * @param detail     the reason, as a sentence without a full stop
+     * @param httpStatus status of the response
+     * @param detail     the reason, without a full stop
      */
     Problem(int httpStatus, const std::string& detail) : std::runtime_error(detail), httpStatus_(httpStatus) {
     }

@@ -1,10 +1,10 @@
-/** @file http_library.h cpp-httplib, made fit to stand beside the SDK. */
+/** @file http_library.h Includes cpp-httplib without its clash with the SDK's names. */
 #ifndef APPS_CAMERA_HTTP_HTTP_LIBRARY_H
 #define APPS_CAMERA_HTTP_HTTP_LIBRARY_H
 
 #include <httplib.h>
 
-// The resolver's header, which comes with it, has a macro with the name of the SDK's status type.
+// It includes the resolver's header, which defines a macro with the name of the SDK's status type.
 #undef STATUS
 
 #endif

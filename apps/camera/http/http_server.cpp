@@ -20,10 +20,10 @@ namespace zelrtc::camera {
 
 namespace {
 
-// An offer holds 25000 characters at the most; escaped as JSON it is somewhat longer.
+// An offer has at most 25000 characters of SDP, and a little more once escaped as JSON.
 constexpr size_t kLongestBody = size_t{64} * 1024;
-// Long enough for packets that a bad network loses a few times in a row, which also holds for a connection's first
-// request; short enough that idle connections do not take up the threads.
+// Long enough for a bad network to lose a request's packets a few times in a row, the first request's included; short
+// enough that idle connections do not use up the threads.
 constexpr time_t kKeepAliveSeconds = 4;
 constexpr time_t kTransferSeconds = 8;
 constexpr size_t kRequestsPerConnection = 1000;
@@ -34,7 +34,7 @@ void setOption(int socket, int level, int option, Value value) {
     setsockopt(socket, level, option, &value, sizeof value);
 }
 
-// Without SO_REUSEPORT, so that a second camera on the same port is told; a client whose host is gone is given up.
+// No SO_REUSEPORT: a second camera on the same port must fail. The timeout drops clients whose host has gone.
 void setSocketOptions(int socket) {
     setOption(socket, SOL_SOCKET, SO_REUSEADDR, 1);
     setOption(socket, IPPROTO_TCP, TCP_USER_TIMEOUT, kVanishedClientMs);
@@ -79,7 +79,7 @@ std::string reasonOf(std::exception_ptr failure) {
     }
 }
 
-// The pattern that a route for this path would have.
+// The route pattern that would match this path.
 std::string patternOf(const std::string& path) {
     std::string pattern;
     for (size_t at = 0; at < path.size();) {
@@ -98,7 +98,7 @@ std::string joined(const std::vector<std::string>& words) {
     return list;
 }
 
-// What the HTTP layer itself refuses, before a handler sees it.
+// The reason for what the HTTP layer refuses before a handler sees it.
 std::string ownReason(int status, const httplib::Request& request) {
     if (status == 413) {
         return "the body is longer than " + std::to_string(kLongestBody) + " bytes";
@@ -204,7 +204,7 @@ void HttpServer::listen() {
     server_.listen_after_bind();
 }
 
-// The library tells, but cannot be waited on.
+// The library can only be polled for this.
 void HttpServer::waitUntilServing() const {
     while (!server_.is_running()) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));

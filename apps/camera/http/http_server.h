@@ -10,46 +10,46 @@
 
 namespace zelrtc::camera {
 
-/** In the pattern of a route: any number. */
+/** Matches any number in a route's pattern. */
 #define CAMERA_PATH_NUMBER R"((\d+))"
 
 /**
- * Serves until it is stopped. Handlers throw Problem; whatever goes wrong is answered with a problem document
+ * Serves until it is stopped. Handlers throw Problem; every error is answered with a problem document
  * (application/problem+json).
  */
 class HttpServer {
 public:
-    /** Handles one request; the numbers of the path are in request.matches. */
+    /** Handles one request; request.matches holds the numbers in its path. */
     using Handler = httplib::Server::Handler;
 
-    /** @param mostThreads how many connections are served at the same time */
+    /** @param mostThreads how many connections are served at once */
     explicit HttpServer(size_t mostThreads);
 
     /**
      * Adds a route. Before listen.
      * @param method  "GET", "POST", "PATCH", "DELETE" or "OPTIONS"
-     * @param pattern a path in which CAMERA_PATH_NUMBER stands for a number
+     * @param pattern a path; CAMERA_PATH_NUMBER stands for a number
      */
     void route(const std::string& method, const std::string& pattern, const Handler& handler);
 
-    /** Sets what runs on every response before it is sent, also on errors that no handler made. Before listen. */
+    /** Sets what runs on every response before it is sent, including the server's own errors. Before listen. */
     void finishResponsesWith(const Handler& handler);
 
     /**
-     * Takes the address.
-     * @param port 0 for a free one
-     * @return the port
-     * @throw std::runtime_error with a sentence for the user when the address cannot be had
+     * Binds to the address.
+     * @param port 0: any free one
+     * @return the port in use
+     * @throw std::runtime_error with a message for the user if the address is not available
      */
     int bind(const std::string& host, int port);
 
     /** Serves on the calling thread until stop. */
     void listen();
 
-    /** Returns when listen, on another thread, can be stopped. */
+    /** Returns once listen, running on another thread, can be stopped. */
     void waitUntilServing() const;
 
-    /** Makes listen return, after the responses to the requests that have been read. Any thread. */
+    /** Makes listen return once the requests already read have been answered. Any thread. */
     void stop();
 
 private:

@@ -1,4 +1,4 @@
-/** @file worker_pool.h Threads for HTTP connections: as many as are busy, few when nothing happens. */
+/** @file worker_pool.h Threads for HTTP connections: grows with the load, shrinks when idle. */
 #ifndef APPS_CAMERA_HTTP_WORKER_POOL_H
 #define APPS_CAMERA_HTTP_WORKER_POOL_H
 
@@ -16,12 +16,12 @@
 namespace zelrtc::camera {
 
 /**
- * Every connection occupies a thread while it lasts, and event streams last as long as their calls: a pool of fixed
- * size would be too large for a quiet camera or too small for a busy one.
+ * Each connection holds a thread for as long as it lasts, and event streams last as long as their calls: a pool of
+ * fixed size would be too large for a quiet camera or too small for a busy one.
  */
 class WorkerPool : public httplib::TaskQueue {
 public:
-    /** @param most threads; connections beyond wait for a free one */
+    /** @param most upper limit of threads; further connections wait for a free one */
     explicit WorkerPool(size_t most);
     ~WorkerPool() override = default;
 
@@ -41,7 +41,7 @@ private:
     std::condition_variable jobArrived_;
     std::deque<std::function<void()>> jobs_;
     std::map<std::thread::id, std::thread> threads_;
-    std::vector<std::thread> ended_;  // left to be joined
+    std::vector<std::thread> ended_;  // still to be joined
     size_t idle_ = 0;
     bool isShutDown_ = false;
 };

@@ -9,7 +9,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Short, so that a stopping server need not wait for quiet streams.
+// Short, so that stopping the server does not wait for quiet streams.
 constexpr auto kWait = 500ms;
 constexpr int kQuietWaits = 10;
 
@@ -30,7 +30,7 @@ public:
     Reader(std::shared_ptr<EventLog> events, uint64_t seen) : events_(std::move(events)), seen_(seen) {
     }
 
-    // Sends what there is; false when the client is gone.
+    // Sends what there is; false if the client has gone.
     bool send(httplib::DataSink& sink) {
         const EventLog::Batch batch = events_->next(seen_, kWait);
         std::string text;
@@ -49,7 +49,7 @@ public:
     }
 
 private:
-    // A comment now and then: only writing shows that a client has vanished.
+    // A comment now and then: only a write reveals that a client has vanished.
     std::string sign(bool isQuiet) {
         quiet_ = isQuiet ? quiet_ + 1 : 0;
         if (quiet_ < kQuietWaits) {

@@ -11,7 +11,7 @@ namespace zelrtc::camera {
 
 /**
  * Makes the response a stream of all events from the beginning, or of those after the client's Last-Event-ID. It ends
- * with the call, or as soon as the client is gone.
+ * with the call, or once the client is gone.
  */
 void streamEvents(const std::shared_ptr<EventLog>& events, const httplib::Request& request,
                   httplib::Response& response);

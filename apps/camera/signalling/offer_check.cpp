@@ -11,7 +11,7 @@ namespace {
 
 using nlohmann::json;
 
-// The SDK reads at most this much SDP, and a candidate line of at most 255 characters.
+// The SDK's limits.
 constexpr size_t kLongestSdp = 25000;
 constexpr size_t kLongestCandidate = 255;
 
@@ -38,7 +38,7 @@ bool startsWith(const std::string& text, const char* start) {
     return text.rfind(start, 0) == 0;
 }
 
-// In lower case, because the case of a codec's name does not matter; empty when there is none.
+// In lower case, since codec names ignore case; empty if there is none.
 std::string videoSection(const std::string& sdp) {
     const size_t start = sdp.find("\nm=video ");
     if (start == std::string::npos) {
@@ -47,7 +47,7 @@ std::string videoSection(const std::string& sdp) {
     return lowerCase(sdp.substr(start, sdp.find("\nm=", start + 1) - start));
 }
 
-// Whether a section maps a payload type to a codec whose name begins so.
+// Whether the section maps a payload type to a codec whose name starts with `name`.
 bool namesCodec(const std::string& section, const std::string& name) {
     constexpr const char* kMapping = "\na=rtpmap:";
     for (size_t at = section.find(kMapping); at != std::string::npos; at = section.find(kMapping, at + 1)) {

@@ -1,4 +1,4 @@
-/** @file offer_check.h Looks at what viewers send before it reaches a session, to tell them in words what is wrong. */
+/** @file offer_check.h Checks what viewers send before a session sees it, to say in words what is wrong. */
 #ifndef APPS_CAMERA_SIGNALLING_OFFER_CHECK_H
 #define APPS_CAMERA_SIGNALLING_OFFER_CHECK_H
 
@@ -7,7 +7,7 @@
 namespace zelrtc::camera {
 
 /**
- * Refuses what cannot be an offer of a viewer.
+ * Refuses what cannot be a viewer's offer.
  * @param text the body of a request: the SDK's JSON form of an offer
  * @throw Problem 400 for what is no offer, 413 for one that is too long, 422 for an offer without video or without
  * H.264

@@ -1,4 +1,4 @@
-/** @file sdk_status.h The SDK's statuses and states, in words. */
+/** @file sdk_status.h The SDK's statuses and states in words: the table of reasons that viewers are given. */
 #ifndef APPS_CAMERA_SIGNALLING_SDK_STATUS_H
 #define APPS_CAMERA_SIGNALLING_SDK_STATUS_H
 

@@ -7,7 +7,7 @@
 
 namespace zelrtc::camera {
 
-/** The candidates of a fragment, each in the SDK's JSON form; lines of other kinds are left out. */
+/** The candidates of a fragment, each in the SDK's JSON form; other lines are skipped. */
 std::vector<std::string> candidatesOfFragment(const std::string& fragment);
 
 }  // namespace zelrtc::camera

@@ -1,4 +1,4 @@
-/** @file page.h The viewer page, built into the program. */
+/** @file viewer_page.h The viewer page, built into the program. */
 #ifndef APPS_CAMERA_SIGNALLING_VIEWER_PAGE_H
 #define APPS_CAMERA_SIGNALLING_VIEWER_PAGE_H
 

@@ -17,7 +17,7 @@ constexpr const char* kEndpoint = "/whep";
 constexpr const char* kSdp = "application/sdp";
 constexpr const char* kFragment = "application/trickle-ice-sdpfrag";
 
-// Without its parameters, in lower case.
+// Without parameters, in lower case.
 std::string mediaTypeOf(const Request& request) {
     const std::string header = request.get_header_value("Content-Type");
     return lowerCase(header.substr(0, header.find_first_of("; \t")));
@@ -33,7 +33,7 @@ std::string tagOf(int id) {
     return "\"" + std::to_string(id) + "\"";
 }
 
-// Players that restart ICE ask for any session; those that never read the tag send none and have only this session.
+// "*" means an ICE restart. Players that never read the tag send none, and can only mean this session.
 void requireSession(const Request& request, int id) {
     const std::string match = request.get_header_value("If-Match");
     if (match == "*") {
@@ -79,7 +79,7 @@ bool isWhep(const std::string& path) {
     return path == kEndpoint || path.rfind(std::string(kEndpoint) + "/", 0) == 0;
 }
 
-// Players run on pages of other sites, which must be able to read why something was refused, too.
+// Players run on pages of other sites, which must be able to read errors as well.
 void allowOtherSites(const Request& request, Response& response) {
     if (isWhep(request.path)) {
         response.set_header("Access-Control-Allow-Origin", "*");

@@ -7,7 +7,7 @@
 
 namespace zelrtc::camera {
 
-/** Adds the routes. What is given must outlive the server. */
+/** Adds the routes. The arguments must outlive the server. */
 void addWhepRoutes(HttpServer& server, CallRegistry& calls);
 
 }  // namespace zelrtc::camera
