@@ -1,4 +1,4 @@
-// The C functions: they check their arguments and keep exceptions inside.
+// The C functions: each checks its arguments and lets no exception out.
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
 #include <exception>
@@ -101,7 +101,7 @@ STATUS peerConnectionOnConnectionStateChange(PRtcPeerConnection pPeerConnection,
     return STATUS_SUCCESS;
 }
 
-// Accepted and never called: webrtcbin does not tell the figures that the handler is to get.
+// Accepted but never called: webrtcbin does not provide the figures that the handler expects.
 STATUS peerConnectionOnSenderBandwidthEstimation(PRtcPeerConnection pPeerConnection, UINT64,
                                                  RtcOnSenderBandwidthEstimation handler) {
     return pPeerConnection == nullptr || handler == nullptr ? STATUS_NULL_ARG : STATUS_SUCCESS;

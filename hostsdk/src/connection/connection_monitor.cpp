@@ -24,7 +24,7 @@ void ConnectionMonitor::onTransport(TransportEvent event, Clock::time_point now)
             }
             break;
         case TransportEvent::kFailed:
-            // Once connected, silence decides: the ICE agent's own verdict can be a passing one.
+            // Once connected, silence decides: the ICE agent can report a failure that is only temporary.
             if (state_ == RTC_PEER_CONNECTION_STATE_CONNECTING) {
                 enter(RTC_PEER_CONNECTION_STATE_FAILED, now);
             }
@@ -36,7 +36,7 @@ void ConnectionMonitor::onTransport(TransportEvent event, Clock::time_point now)
 }
 
 void ConnectionMonitor::check(std::optional<Clock::time_point> lastPacket, Clock::time_point now) {
-    // A far end that vanished before its first packet has been silent since the connection.
+    // A far end that vanished before its first packet has been silent since it connected.
     const bool isSilent = lastPacket
                               ? now - *lastPacket >= kSilenceLimit
                               : state_ == RTC_PEER_CONNECTION_STATE_DISCONNECTED || now - since_ >= kSilenceLimit;

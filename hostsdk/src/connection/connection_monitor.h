@@ -10,11 +10,11 @@
 
 namespace zelrtc::hostsdk {
 
-// What the transport tells of itself.
+// What the transport reports.
 enum class TransportEvent { kConnected, kFailed, kClosedByFarEnd };
 
-// Turns transport events and the time since the last received packet into state reports, each change once.
-// Not thread-safe: one thread feeds it.
+// Turns transport events and the time since the last packet into connection states, and reports each change once.
+// Not thread-safe.
 class ConnectionMonitor {
 public:
     using Clock = std::chrono::steady_clock;
@@ -28,10 +28,10 @@ public:
 
     explicit ConnectionMonitor(Report report);
 
-    // The answer is set: connecting begins.
+    // Call when the answer is set: connecting begins.
     void start(Clock::time_point now);
     void onTransport(TransportEvent event, Clock::time_point now);
-    // `lastPacket`: when media or control packets last came in; nothing when none ever did.
+    // `lastPacket`: when an RTP or RTCP packet last arrived; nothing if none ever has.
     void check(std::optional<Clock::time_point> lastPacket, Clock::time_point now);
 
 private:

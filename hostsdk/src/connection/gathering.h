@@ -8,19 +8,19 @@
 
 namespace zelrtc::hostsdk {
 
-// The ICE agent tells of a candidate and of the end from two threads, and on a loaded machine the end overtakes the
-// last candidate. So the end waits for as many candidates as the agent has found. Not thread-safe: one thread feeds it.
+// The ICE agent reports candidates and the end of gathering on two threads, and on a loaded machine the end overtakes
+// the last candidate. So the end is held until every candidate the agent found has arrived. Not thread-safe.
 class Gathering {
 public:
     using Clock = std::chrono::steady_clock;
 
-    // One that is not told within this time is not coming.
+    // A candidate not reported within this time is not coming.
     static constexpr std::chrono::seconds kLateCandidateLimit{1};
 
     void onCandidate();
-    // The agent is done and has found so many candidates.
+    // The agent has finished, with `found` candidates in all.
     void onDone(std::size_t found, Clock::time_point now);
-    // Whether the end is to be reported now; true once.
+    // Whether to report the end now. True only once.
     bool takeEnd(Clock::time_point now);
     bool hasCandidate() const;
 

@@ -7,7 +7,7 @@
 
 namespace zelrtc::hostsdk {
 
-// Shared with the thread, which outlives the executor when a task destroys it.
+// Shared with the thread, which outlives the executor if a task destroys it.
 struct HandlerExecutor::Queue {
     std::mutex mutex;
     std::condition_variable changed;

@@ -9,8 +9,8 @@
 
 namespace zelrtc::hostsdk {
 
-// Runs tasks one after another, in the order of their posting, on one thread, and between them a periodic one.
-// No lock is held while a task runs.
+// Runs tasks on one thread in the order in which they were posted, and a periodic task between them.
+// Holds no lock while a task runs.
 class HandlerExecutor {
 public:
     using Task = std::function<void()>;
@@ -22,11 +22,10 @@ public:
     HandlerExecutor& operator=(HandlerExecutor&&) = delete;
     ~HandlerExecutor();
 
-    // Any thread. Dropped when the executor has stopped.
+    // Any thread. Drops the task if the executor has stopped.
     void post(Task task);
 
-    // After it has returned no task runs: it waits for the running one, except when that one itself is the caller.
-    // Tasks that have not started are dropped.
+    // Waits for the running task, unless called from inside it, and drops the rest. No task runs after it returns.
     void stop();
 
 private:

@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kCheckPeriod{250};
 
-// webrtcbin takes one STUN server, not over TLS, and any number of TURN servers.
+// webrtcbin takes one STUN server, without TLS, and any number of TURN servers.
 std::vector<IceServer> readServers(const RtcConfiguration& configuration) {
     std::vector<IceServer> servers;
     bool hasStunServer = false;
@@ -109,8 +109,8 @@ void PeerConnection::reportCandidate(unsigned int mLineIndex, const std::string&
     reportGatheringEnd();
 }
 
-// Without a candidate on this side there can be no pair, whatever the far end still sends; the ICE agent, which has
-// nothing to check then, would never say so.
+// Without a local candidate no pair can form, whatever the far end still sends, and the ICE agent, having nothing to
+// check, would never report a failure.
 void PeerConnection::reportGatheringEnd() {
     if (!gathering_.takeEnd(Gathering::Clock::now())) {
         return;
@@ -133,7 +133,7 @@ void PeerConnection::callCandidateHandler(PCHAR json) {
 }
 
 void PeerConnection::reportState(RTC_PEER_CONNECTION_STATE state) {
-    // A frame written from inside the handler must find the way open.
+    // Before the handler runs, because it may write a frame.
     setReady(state == RTC_PEER_CONNECTION_STATE_CONNECTED || state == RTC_PEER_CONNECTION_STATE_DISCONNECTED);
     std::unique_lock<std::mutex> lock(mutex_);
     const RtcOnConnectionStateChange handler = onState_;
@@ -318,7 +318,7 @@ STATUS PeerConnection::iceServer(PRtcIceServerStats record) {
     if (index >= servers_.size()) {
         return kStatusIceServerIndex;
     }
-    // The ICE agent counts nothing per server: of one that it has asked, the figures are unknown.
+    // The ICE agent keeps no counters per server, so once a server has been asked its figures are unknown.
     if (hasAskedServers_ && servers_[index].inUse) {
         return STATUS_NOT_IMPLEMENTED;
     }

@@ -1,4 +1,4 @@
-// One call.
+// One peer connection: a call's policy, negotiation and handlers.
 #ifndef HOSTSDK_SRC_CONNECTION_PEER_CONNECTION_H
 #define HOSTSDK_SRC_CONNECTION_PEER_CONNECTION_H
 
@@ -20,11 +20,11 @@
 
 namespace zelrtc::hostsdk {
 
-// The record that callers hold is its base. Negotiation and closing come from one thread at a time; candidates and
-// statistics may come from any.
+// Derives from the record that callers hold. One thread at a time negotiates and closes; any thread may add candidates
+// and read statistics.
 class PeerConnection : public RtcPeerConnection {
 public:
-    // Null when GStreamer lacks an element.
+    // Null if GStreamer lacks an element.
     static std::unique_ptr<PeerConnection> create(const RtcConfiguration& configuration);
 
     PeerConnection(const PeerConnection&) = delete;
@@ -33,7 +33,7 @@ public:
     PeerConnection& operator=(PeerConnection&&) = delete;
     ~PeerConnection();
 
-    // After it has returned no handler runs; called from inside a handler, that one still ends.
+    // No handler starts after it returns. Called from inside a handler, it does not wait for that one.
     void close();
 
     void setCandidateHandler(UINT64 customData, RtcOnIceCandidate handler);
@@ -60,7 +60,7 @@ private:
     void reportBandwidth(double bitsPerSecond);
     void checkConnection();
     void setReady(bool ready);
-    // The first transceiver of the codec that answers none of the m-lines yet.
+    // The first transceiver of this kind that answers no m-line yet.
     Transceiver* claimTransceiver(const std::string& kind, std::vector<Transceiver*>* claimed);
     void addMedia();
     std::shared_ptr<WebRtcPipeline> currentPipeline();
@@ -70,14 +70,14 @@ private:
     std::vector<IceServer> servers_;
     ConnectionMonitor monitor_;
     std::shared_ptr<HandlerExecutor> executor_;
-    // Guards the pipeline's pointer; it is shared so that a call into it does not hold the lock.
+    // Guards the pointer to the pipeline, which is shared so that no call into the pipeline holds the lock.
     std::mutex mutex_;
     std::shared_ptr<WebRtcPipeline> pipeline_;
     std::vector<std::unique_ptr<Transceiver>> transceivers_;
     std::vector<OfferedMedia> offer_;
     std::vector<AnsweredFormat> answered_;
     std::atomic<bool> hasAskedServers_{false};
-    Gathering gathering_;  // of the handlers' thread alone
+    Gathering gathering_;  // used only on the handlers' thread
     RtcOnIceCandidate onCandidate_ = nullptr;
     UINT64 onCandidateData_ = 0;
     RtcOnConnectionStateChange onState_ = nullptr;

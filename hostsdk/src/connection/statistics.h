@@ -13,11 +13,11 @@ namespace zelrtc::hostsdk {
 
 enum class Side { kLocal, kRemote };
 
-// The selected pair's candidate of that side; empty fields while no pair is selected. `servers` tell the address and
-// the transport of the server that a local candidate was learnt from, of which webrtcbin knows only the host.
+// The selected pair's candidate on that side; its fields are empty while no pair is selected. webrtcbin knows only the
+// host of the server that a local candidate came from: `servers` supplies its URL and transport.
 RtcIceCandidateStats candidateStatistics(const Reply& statistics, Side side, const std::vector<IceServer>& servers);
 
-// A server that nothing was sent to.
+// The statistics of a server that was never contacted.
 RtcIceServerStats untouchedServerStatistics(const IceServer& server, UINT32 index);
 
 }  // namespace zelrtc::hostsdk

@@ -1,4 +1,4 @@
-// One track of a connection, out and in.
+// One track of a connection, in both directions.
 #ifndef HOSTSDK_SRC_CONNECTION_TRANSCEIVER_H
 #define HOSTSDK_SRC_CONNECTION_TRANSCEIVER_H
 
@@ -11,7 +11,7 @@
 
 namespace zelrtc::hostsdk {
 
-// The record that callers hold is its base. Thread-safe.
+// Derives from the record that callers hold. Thread-safe.
 class Transceiver : public RtcRtpTransceiver {
 public:
     Transceiver(const RtcMediaStreamTrack& track, RTC_RTP_TRANSCEIVER_DIRECTION wantedDirection);
@@ -19,13 +19,13 @@ public:
     void setFrameHandler(UINT64 customData, RtcOnFrame handler);
     void setBandwidthHandler(UINT64 customData, RtcOnBandwidthEstimation handler);
 
-    // Attaches what negotiation made; null detaches it.
+    // Attaches the sender that negotiation made; null detaches it.
     void setSender(std::unique_ptr<MediaSender> sender);
-    // Opens or closes the way for frames.
+    // Starts or stops accepting frames.
     void setReady(bool ready);
     STATUS write(const Frame& frame);
 
-    // Both run the handler, when there is one, on the calling thread.
+    // Both run the handler, if there is one, on the calling thread.
     void handleFrame(Frame* frame);
     void handleBandwidth(double bitsPerSecond);
 

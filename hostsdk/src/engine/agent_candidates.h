@@ -1,4 +1,4 @@
-// What the ICE agent under webrtcbin has found.
+// What webrtcbin's ICE agent has found.
 #ifndef HOSTSDK_SRC_ENGINE_AGENT_CANDIDATES_H
 #define HOSTSDK_SRC_ENGINE_AGENT_CANDIDATES_H
 
@@ -8,7 +8,7 @@
 
 namespace zelrtc::hostsdk {
 
-// How many of this side's candidates the agent knows of in a stream, told to webrtcbin or not yet. Any thread.
+// The number of local candidates the agent has for a stream, including any not yet passed to webrtcbin. Any thread.
 std::size_t countAgentCandidates(GObject* agent, guint stream);
 
 }  // namespace zelrtc::hostsdk

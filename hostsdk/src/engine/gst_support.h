@@ -1,4 +1,4 @@
-// Ownership of GStreamer's objects.
+// Owners of GStreamer's objects, replies and signals.
 #ifndef HOSTSDK_SRC_ENGINE_GST_SUPPORT_H
 #define HOSTSDK_SRC_ENGINE_GST_SUPPORT_H
 
@@ -41,24 +41,24 @@ struct GstDeleter {
 template <typename T>
 using GstPtr = std::unique_ptr<T, GstDeleter>;
 
-// The reply to one of webrtcbin's asynchronous actions: `emit` starts it and gets the promise to give along. Waits,
-// so never on one of webrtcbin's own threads.
+// Waits for the reply to one of webrtcbin's asynchronous actions, which `emit` starts with the promise it is given.
+// Never on one of webrtcbin's own threads: they make the reply.
 class Reply {
 public:
     explicit Reply(const std::function<void(GstPromise*)>& emit);
 
     bool accepted() const;
-    // Null when the reply holds nothing.
+    // Null if the reply is empty.
     const GstStructure* structure() const;
-    // Why it was refused.
+    // Why the action was refused.
     std::string error() const;
 
 private:
     GstPtr<GstPromise> promise_;
 };
 
-// Connects a signal to a plain function whose last argument is `*data`, a copy of which lives as long as the
-// connection; so the data outlives every call, also one that runs while the signal is disconnected.
+// Connects a signal to a plain function whose last argument points to a copy of `data`. The copy lives as long as the
+// signal's connection and so outlives every call, even one that is running while the signal is disconnected.
 template <typename Data>
 gulong connectSignal(gpointer object, const char* signal, GCallback callback, const std::shared_ptr<Data>& data) {
     auto* const copy = new std::shared_ptr<Data>(data);

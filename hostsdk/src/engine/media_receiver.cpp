@@ -13,7 +13,7 @@ namespace {
 
 constexpr GstClockTime kNanosecondsPerTick = 100;
 
-// What the sink's callbacks and the executor's tasks share.
+// Shared by the sink's callbacks and the executor's tasks.
 struct Inbox {
     std::shared_ptr<HandlerExecutor> executor;
     FrameReceiver receiver;
@@ -50,7 +50,7 @@ void drain(Inbox* inbox, GstAppSink* sink) {
     }
 }
 
-// One task at a time stands in the executor's queue, so that a slow handler fills the sink, which is bounded.
+// At most one task is queued, so that a slow handler fills the sink, which is bounded, and not the queue.
 GstFlowReturn onNewSample(GstAppSink* sink, gpointer data) {
     const auto& inbox = *static_cast<std::shared_ptr<Inbox>*>(data);
     if (!inbox->draining.exchange(true)) {

@@ -1,4 +1,4 @@
-// One track on its way in: RTP packets into frames.
+// One incoming track: RTP packets to frames.
 #ifndef HOSTSDK_SRC_ENGINE_MEDIA_RECEIVER_H
 #define HOSTSDK_SRC_ENGINE_MEDIA_RECEIVER_H
 
@@ -11,11 +11,11 @@
 
 namespace zelrtc::hostsdk {
 
-// Runs on the executor's thread; the frame lives for the call.
+// Runs on the executor's thread; the frame is valid only during the call.
 using FrameReceiver = std::function<void(Frame*)>;
 
-// Takes packets of the codec from the webrtcbin pad and hands the frames on. A receiver that falls behind loses the
-// oldest frames. Returns false when an element is missing.
+// Turns the pad's packets into frames and passes them on. A receiver that falls behind loses the oldest frames.
+// False if an element is missing.
 bool receiveMedia(GstElement* pipeline, GstPad* webrtcPad, RTC_CODEC codec,
                   const std::shared_ptr<HandlerExecutor>& executor, FrameReceiver receiver);
 

@@ -13,11 +13,11 @@ namespace {
 
 constexpr gint64 kNanosecondsPerTick = 100;
 constexpr gint64 kSameTimeline = 2 * static_cast<gint64>(GST_SECOND);
-// Some seconds of a rich stream: only a stuck transport gathers as much.
+// Several seconds of a high-rate stream: only a stuck transport queues this much.
 constexpr guint64 kMaxQueuedBytes = guint64{8} * 1024 * 1024;
 
 // h264parse repeats the parameter sets with each key frame, so that late joiners see a picture. The audio packetiser
-// must not count samples for its timestamps: a pause in the frames is a pause in the call.
+// must not derive timestamps from a sample count: a pause in the frames is a pause in the call.
 std::string senderDescription(RTC_CODEC codec, int payloadType, guint ssrc) {
     const std::string numbers = " pt=" + std::to_string(payloadType) + " ssrc=" + std::to_string(ssrc);
     if (codec == RTC_CODEC_MULAW) {

@@ -1,4 +1,4 @@
-// One track on its way out: frames into RTP packets.
+// One outgoing track: frames to RTP packets.
 #ifndef HOSTSDK_SRC_ENGINE_MEDIA_SENDER_H
 #define HOSTSDK_SRC_ENGINE_MEDIA_SENDER_H
 
@@ -11,12 +11,12 @@
 
 namespace zelrtc::hostsdk {
 
-// Maps the presentation times of frames to the running time of the pipeline. The tracks of a connection share one, so
-// that a player keeps picture and sound together.
+// Maps frames' presentation times to the pipeline's running time. The tracks of a connection share one clock, so that a
+// player keeps picture and sound in sync.
 class PresentationClock {
 public:
-    // Any thread. The difference of two results is that of the two presentation times (100 ns), as long as these
-    // stay near the pace of `runningTime`; a track with a timeline of its own gets one of its own.
+    // Any thread. Keeps the differences between presentation times (100 ns) as long as they stay close to
+    // `runningTime`. A track on a different timeline gets its own offset.
     GstClockTime toRunningTime(UINT64 presentationTs, GstClockTime runningTime, std::optional<gint64>* trackOffset);
 
 private:
@@ -26,8 +26,7 @@ private:
 
 class MediaSender {
 public:
-    // Builds the elements for the codec in the pipeline and links them to the webrtcbin pad.
-    // Null when an element is missing.
+    // Adds the codec's elements to the pipeline and links them to the webrtcbin pad. Null if an element is missing.
     static std::unique_ptr<MediaSender> create(GstElement* pipeline, GstPad* webrtcPad, RTC_CODEC codec,
                                                int payloadType, guint ssrc,
                                                const std::shared_ptr<PresentationClock>& clock);

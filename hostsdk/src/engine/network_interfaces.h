@@ -1,10 +1,10 @@
-// What the host's network offers to the ICE agent.
+// The host's network interfaces, as the ICE agent sees them.
 #ifndef HOSTSDK_SRC_ENGINE_NETWORK_INTERFACES_H
 #define HOSTSDK_SRC_ENGINE_NETWORK_INTERFACES_H
 
 namespace zelrtc::hostsdk {
 
-// True when no interface but the loopback one is up with an address.
+// Whether no interface but loopback is up with an address.
 bool hasOnlyLoopback();
 
 }  // namespace zelrtc::hostsdk

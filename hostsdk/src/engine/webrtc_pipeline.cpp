@@ -17,15 +17,15 @@ namespace zelrtc::hostsdk {
 namespace {
 
 constexpr guint kJitterBufferMs = 100;
-// Two instead of seven: gathering through a TURN server ends in 0.8 s instead of 2.0 s.
+// Two instead of seven: gathering with a TURN server ends after 0.8 s instead of 2.0 s.
 constexpr guint kStunRetransmissions = 2;
-// Between two connectivity checks: the shortest pause that RFC 8445 allows. With the agent's own 20 ms, waiting for the
-// next check is most of the time that a call on a near network takes to connect.
+// Between connectivity checks: the shortest pause that RFC 8445 allows. With the agent's default of 20 ms, a call on a
+// nearby network spends most of its set-up time waiting for the next check.
 constexpr guint kCheckPacingMs = 5;
 constexpr int kDtlsClosed = 1;
 constexpr int kDtlsConnected = 4;
 
-// RTP and RTCP packets, among everything that shares the transport (RFC 7983).
+// Tells RTP and RTCP from everything else on the transport (RFC 7983).
 bool isMediaPacket(guint8 firstByte) {
     return firstByte >= 128 && firstByte <= 191;
 }
@@ -96,7 +96,7 @@ std::string descriptionText(const GstWebRTCSessionDescription* description) {
 
 }  // namespace
 
-// What webrtcbin's callbacks need; it outlives each of them.
+// The state that webrtcbin's callbacks use; it outlives them.
 struct WebRtcPipeline::Link {
     std::shared_ptr<HandlerExecutor> executor;
     PipelineEvents events;
@@ -123,7 +123,7 @@ void WebRtcPipeline::Link::onCandidate(GstElement*, guint mLineIndex, gchar* tex
         [link = *link, mLineIndex, text = std::string(text)] { link->events.onCandidate(mLineIndex, text); });
 }
 
-// Asked of the agent: webrtcbin (1.22) never calls gathering complete when a candidate arrives while it decides.
+// From the agent, because webrtcbin (1.22) misses the end if a candidate arrives while it checks for it.
 void WebRtcPipeline::Link::onGatheringDone(GObject* agent, guint stream, std::shared_ptr<Link>* link) {
     const std::size_t found = countAgentCandidates(agent, stream);
     (*link)->executor->post([link = *link, found] { link->events.onGatheringDone(found); });
@@ -149,7 +149,7 @@ void WebRtcPipeline::Link::onElementAdded(GstBin*, GstBin*, GstElement* element,
     }
 }
 
-// A far end that closes its connection says so through DTLS; webrtcbin's own states do not show it.
+// A far end announces its closing through DTLS; webrtcbin's own states do not show it.
 void WebRtcPipeline::Link::onDtlsState(GstElement* dtlsdec, GParamSpec*, std::shared_ptr<Link>* link) {
     gint state = 0;
     g_object_get(dtlsdec, "connection-state", &state, nullptr);
@@ -226,8 +226,8 @@ WebRtcPipeline::WebRtcPipeline(GstPtr<GstElement> pipeline, GstElement* webrtcbi
 
 WebRtcPipeline::~WebRtcPipeline() {
     sendDtlsClose(GST_BIN(webrtcbin_));
-    // The answer shows that webrtcbin's thread has done all that was asked of it; closing while it still gathers
-    // candidates would leak their sockets.
+    // get-stats is a barrier: its reply follows all queued work. Closing while webrtcbin still gathers candidates would
+    // leak their sockets.
     statistics();
     gst_element_set_state(pipeline_.get(), GST_STATE_NULL);
 }
@@ -239,7 +239,7 @@ void WebRtcPipeline::configure(bool relayOnly, const std::vector<IceServer>& ser
     configureAgent();
     addServers(servers);
 
-    // Nobody reads the bus.
+    // Nobody reads the bus, so its messages would pile up.
     GstBus* const bus = gst_pipeline_get_bus(GST_PIPELINE(pipeline_.get()));
     gst_bus_set_sync_handler(
         bus,
@@ -260,7 +260,7 @@ void WebRtcPipeline::configureAgent() {
     }
 
     const GstPtr<GObject> agent = objectProperty(ice.get(), "agent");
-    // The router's port mapping costs 200 ms of gathering, answered or not.
+    // Asking the router for a port mapping costs 200 ms of gathering, answered or not.
     g_object_set(agent.get(), "upnp", FALSE, "stun-max-retransmissions", kStunRetransmissions, "stun-pacing-timer",
                  kCheckPacingMs, nullptr);
     connectSignal(agent.get(), "candidate-gathering-done", G_CALLBACK(Link::onGatheringDone), link_);
@@ -301,7 +301,7 @@ bool WebRtcPipeline::setLocalDescription(const std::string& sdp) {
     return true;
 }
 
-// The bundled media share one RTP session, which exists now.
+// All media are bundled and share one RTP session, which exists only once the description is set.
 void WebRtcPipeline::watchFeedback() {
     const GstPtr<GstElement> rtpbin(gst_bin_get_by_name(GST_BIN(webrtcbin_), "rtpbin"));
     GObject* found = nullptr;

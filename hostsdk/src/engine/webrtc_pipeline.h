@@ -1,4 +1,4 @@
-// webrtcbin and what surrounds it: one call's transport and negotiation.
+// webrtcbin and the elements around it: one call's transport and negotiation.
 #ifndef HOSTSDK_SRC_ENGINE_WEBRTC_PIPELINE_H
 #define HOSTSDK_SRC_ENGINE_WEBRTC_PIPELINE_H
 
@@ -21,18 +21,18 @@
 
 namespace zelrtc::hostsdk {
 
-// What the pipeline tells; each runs on the executor's thread.
+// What the pipeline reports, always on the executor's thread.
 struct PipelineEvents {
     std::function<void(unsigned int mLineIndex, const std::string& candidate)> onCandidate;
-    // With the number of candidates found, of which the last may still be on their way to onCandidate.
+    // `found` counts all candidates; the last of them may still be on their way to onCandidate.
     std::function<void(std::size_t found)> onGatheringDone;
     std::function<void(TransportEvent)> onTransport;
-    // The far end's limit in bits per second.
+    // The far end's bitrate limit, in bits per second.
     std::function<void(double)> onBandwidth;
     std::function<void(RTC_CODEC, Frame*)> onFrame;
 };
 
-// An ICE server as configured; without a URL when the configured text is no address.
+// An ICE server as configured; `url` is empty if the text is not a valid address.
 struct IceServer {
     std::string text;
     std::optional<IceServerUrl> url;
@@ -41,7 +41,7 @@ struct IceServer {
     bool inUse = false;
 };
 
-// One m-line that a transceiver answers.
+// An m-line answered by a transceiver.
 struct NegotiatedMedia {
     unsigned int mLineIndex = 0;
     RTC_CODEC codec = RTC_CODEC_MULAW;
@@ -50,10 +50,10 @@ struct NegotiatedMedia {
     std::string streamId;
 };
 
-// Calls from one thread at a time, except where noted; none from webrtcbin's own threads.
+// One thread at a time unless noted otherwise; never one of webrtcbin's own.
 class WebRtcPipeline {
 public:
-    // Null when GStreamer lacks an element.
+    // Null if GStreamer lacks an element.
     static std::unique_ptr<WebRtcPipeline> create(bool relayOnly, const std::vector<IceServer>& servers,
                                                   std::shared_ptr<HandlerExecutor> executor, PipelineEvents events);
 
@@ -61,20 +61,20 @@ public:
     WebRtcPipeline& operator=(const WebRtcPipeline&) = delete;
     WebRtcPipeline(WebRtcPipeline&&) = delete;
     WebRtcPipeline& operator=(WebRtcPipeline&&) = delete;
-    // Leaves the call and releases everything; afterwards none of the events is posted.
+    // Leaves the call and releases everything. Posts no event afterwards.
     ~WebRtcPipeline();
 
     bool setRemoteDescription(const std::string& sdp);
-    // After the remote description. The sender is null when the direction does not send.
+    // After setRemoteDescription. The sender is null if the direction does not send.
     std::unique_ptr<MediaSender> addMedia(const NegotiatedMedia& media);
     std::optional<std::string> createAnswer();
     bool setLocalDescription(const std::string& sdp);
-    // With the candidates gathered so far; empty before there is a local description.
+    // Includes the candidates gathered so far; empty before setLocalDescription.
     std::string localDescription() const;
     void addCandidate(const std::string& candidateLine);
-    // webrtcbin's statistics of the connection; nothing before there are any. Any thread but webrtcbin's.
+    // webrtcbin's statistics of the connection. Any thread but webrtcbin's own.
     std::unique_ptr<Reply> statistics() const;
-    // When media or control packets last arrived. Any thread.
+    // When an RTP or RTCP packet last arrived. Any thread.
     std::optional<ConnectionMonitor::Clock::time_point> lastPacket() const;
 
 private:

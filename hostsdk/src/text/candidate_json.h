@@ -6,7 +6,7 @@
 
 namespace zelrtc::hostsdk {
 
-// The text that RtcOnIceCandidate hands out, in the SDK's written form.
+// The text passed to RtcOnIceCandidate, exactly as the SDK writes it.
 std::string writeCandidateJson(const std::string& candidateLine, const std::string& mid, unsigned int mLineIndex);
 
 }  // namespace zelrtc::hostsdk

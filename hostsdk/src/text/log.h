@@ -1,4 +1,4 @@
-// How hostsdk writes to the log: through the hook that the application may have replaced.
+// Writes to the log through the hook, which the application may have replaced.
 #ifndef HOSTSDK_SRC_TEXT_LOG_H
 #define HOSTSDK_SRC_TEXT_LOG_H
 

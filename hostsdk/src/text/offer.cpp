@@ -33,14 +33,14 @@ std::vector<std::string> splitLines(const std::string& text) {
     return lines;
 }
 
-// -1, which no format has, when the text does not start with a number.
+// -1, which no payload type is, if the text does not start with a number.
 int readPayloadType(const char* text) {
     char* end = nullptr;
     const long number = std::strtol(text, &end, 10);
     return end == text || number < 0 || number > kMaxPayloadType ? -1 : static_cast<int>(number);
 }
 
-// The payload types with a meaning of their own (RFC 3551), which need no rtpmap.
+// Static payload types (RFC 3551), which need no rtpmap.
 std::string staticEncoding(int payloadType) {
     return payloadType == 0 ? "PCMU/8000" : "";
 }
@@ -78,7 +78,7 @@ std::optional<RTC_RTP_TRANSCEIVER_DIRECTION> parseDirection(const std::string& l
     return std::nullopt;
 }
 
-// "a=rtpmap:96 H264/90000" and "a=fmtp:96 packetization-mode=1": the format that the line is about, and its text.
+// Splits "a=rtpmap:96 H264/90000" or "a=fmtp:96 packetization-mode=1" into the format and its text.
 PayloadFormat* findFormat(const std::string& line, OfferedMedia* media, std::string* text) {
     const size_t colon = line.find(':');
     const size_t space = line.find(' ');
@@ -96,7 +96,7 @@ PayloadFormat* findFormat(const std::string& line, OfferedMedia* media, std::str
 void readAttribute(const std::string& line, OfferedMedia* media) {
     std::string text;
     if (line == "a=bundle-only") {
-        // Its port is 0 until the answer agrees to the bundle (RFC 9143).
+        // In a bundle-only section the port is 0 until the answer accepts the bundle (RFC 9143).
         media->rejected = false;
     } else if (startsWith(line, "a=mid:")) {
         media->mid = line.substr(sizeof("a=mid:") - 1);
@@ -126,7 +126,7 @@ std::string parameter(const std::string& parameters, const char* name) {
     return "";
 }
 
-// Lower is better. A decoder of a higher profile also decodes the baseline that cameras send.
+// Lower is better. A decoder for a higher profile also decodes the baseline that cameras send.
 int rankH264(const PayloadFormat& format) {
     if (!equalsIgnoringCase(format.encoding, "H264/90000") ||
         parameter(format.parameters, "packetization-mode") != "1") {

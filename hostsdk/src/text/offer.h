@@ -1,4 +1,4 @@
-// What an offer asks for, as far as the answer depends on it.
+// The parts of an offer that the answer depends on.
 #ifndef HOSTSDK_SRC_TEXT_OFFER_H
 #define HOSTSDK_SRC_TEXT_OFFER_H
 
@@ -12,8 +12,8 @@ namespace zelrtc::hostsdk {
 
 struct PayloadFormat {
     int payloadType = 0;
-    std::string encoding;    // of the rtpmap: "H264/90000"
-    std::string parameters;  // of the fmtp, empty when there is none
+    std::string encoding;    // from the rtpmap: "H264/90000"
+    std::string parameters;  // from the fmtp; empty if there is none
 };
 
 struct OfferedMedia {
@@ -24,16 +24,16 @@ struct OfferedMedia {
     std::vector<PayloadFormat> formats;
 };
 
-// One entry per m-line, in their order; empty when the text is no session description or has no m-line.
+// One entry per m-line, in order; empty if the text is not a session description or has no m-line.
 std::vector<OfferedMedia> parseOffer(const std::string& sdp);
 
-// The format to answer with: for H.264 the one that is nearest to constrained baseline in packetization mode 1.
+// The format to answer with: for H.264 the one nearest to constrained baseline in packetization mode 1.
 std::optional<PayloadFormat> chooseFormat(const OfferedMedia& media, RTC_CODEC codec);
 
-// The profile-level-id among the parameters of an fmtp; empty when there is none.
+// The profile-level-id among an fmtp's parameters; empty if there is none.
 std::string profileLevelId(const std::string& parameters);
 
-// The direction to answer with, given what the offer wants and what the transceiver can do.
+// The direction to answer with, given the offer's direction and the transceiver's own.
 RTC_RTP_TRANSCEIVER_DIRECTION answerDirection(RTC_RTP_TRANSCEIVER_DIRECTION offered, RTC_RTP_TRANSCEIVER_DIRECTION own);
 
 }  // namespace zelrtc::hostsdk

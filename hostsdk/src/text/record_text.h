@@ -1,4 +1,4 @@
-// Texts in the SDK's fixed-size fields.
+// Text in the SDK's fixed-size fields.
 #ifndef HOSTSDK_SRC_TEXT_RECORD_TEXT_H
 #define HOSTSDK_SRC_TEXT_RECORD_TEXT_H
 
@@ -10,7 +10,7 @@
 
 namespace zelrtc::hostsdk {
 
-// Cuts at the field's size and always terminates.
+// Truncates to the field's size; always terminated.
 template <size_t SIZE>
 void setField(CHAR (&field)[SIZE], const std::string& text) {
     const size_t length = std::min(text.size(), SIZE - 1);
@@ -18,7 +18,7 @@ void setField(CHAR (&field)[SIZE], const std::string& text) {
     field[length] = '\0';
 }
 
-// Reads no further than the field, terminated or not.
+// Never reads past the field, terminated or not.
 template <size_t SIZE>
 std::string getField(const CHAR (&field)[SIZE]) {
     return std::string(field, strnlen(field, SIZE));

@@ -1,4 +1,4 @@
-// The statuses of the SDK's modules that callers may meet, beyond those that the platform header names.
+// Statuses of the SDK's modules that callers may meet and the platform header does not name.
 #ifndef HOSTSDK_SRC_TEXT_STATUS_H
 #define HOSTSDK_SRC_TEXT_STATUS_H
 
