@@ -1,4 +1,4 @@
-/** The demo camera's own calls: JSON over HTTP, events back over a server-sent stream. */
+/** The demo camera's own signalling: JSON over HTTP, with events coming back as server-sent events. */
 #ifndef APPS_VIEWER_CAMERA_SIGNALLING_H
 #define APPS_VIEWER_CAMERA_SIGNALLING_H
 

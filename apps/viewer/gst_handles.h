@@ -1,4 +1,4 @@
-/** Owners for GStreamer's reference-counted things. */
+/** Owners for GStreamer's reference-counted objects. */
 #ifndef APPS_VIEWER_GST_HANDLES_H
 #define APPS_VIEWER_GST_HANDLES_H
 
@@ -27,14 +27,14 @@ using PromiseRef = std::unique_ptr<GstPromise, ReleaseWith<&gst_promise_unref>>;
 using SampleRef = std::unique_ptr<GstSample, ReleaseWith<&gst_sample_unref>>;
 using DescriptionRef = std::unique_ptr<GstWebRTCSessionDescription, ReleaseWith<&gst_webrtc_session_description_free>>;
 
-/** The text, of which this takes the ownership; empty for null. */
+/** Takes ownership of the text and returns a copy; empty for null. */
 inline std::string takeText(gchar* text) {
     std::string copy = text == nullptr ? "" : text;
     g_free(text);
     return copy;
 }
 
-/** A bin from GStreamer's pipeline text, its open end as a pad. @throws std::runtime_error with GStreamer's reason */
+/** A bin from a pipeline description, its open ends as pads. @throws std::runtime_error with GStreamer's reason */
 inline GstElement* makeBin(const std::string& description) {
     GError* error = nullptr;
     GstElement* bin = gst_parse_bin_from_description(description.c_str(), TRUE, &error);
@@ -46,7 +46,7 @@ inline GstElement* makeBin(const std::string& description) {
     throw std::runtime_error(reason);
 }
 
-/** The pad of the bin's element of that name, both of which exist. */
+/** A pad of the bin's element with this name. Both must exist. */
 inline PadRef padOf(GstElement* bin, const char* element, const char* pad) {
     const ElementRef owner(gst_bin_get_by_name(GST_BIN(bin), element));
     return PadRef(gst_element_get_static_pad(owner.get(), pad));

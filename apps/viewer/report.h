@@ -1,4 +1,4 @@
-/** What the program prints and how it exits. */
+/** What the program prints, and its exit status. */
 #ifndef APPS_VIEWER_REPORT_H
 #define APPS_VIEWER_REPORT_H
 
@@ -13,10 +13,10 @@ namespace zelrtc::viewer {
 /** One line of JSON: {"ok":...,"calls":[...]}. */
 std::string reportAsJson(const std::vector<CallRecord>& records, const Options& options);
 
-/** The same for people, a block of lines for each call. */
+/** The same for people: a block of lines per call. */
 std::string reportAsText(const std::vector<CallRecord>& records, const Options& options);
 
-/** 0: every call brought picture and sound, or left where it was told to; 1: one did not; 2: HTTP failed. */
+/** 0: every call had picture and sound, or broke off where it was told to; 1: one did not; 2: HTTP failed. */
 int exitStatus(const std::vector<CallRecord>& records, const Options& options);
 
 }  // namespace zelrtc::viewer

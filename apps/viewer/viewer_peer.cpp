@@ -90,7 +90,7 @@ std::string textField(const GstStructure* structure, const char* name) {
     return text == nullptr ? "" : text;
 }
 
-// The "type" of a candidate's statistics is not reliable, the beginning of its id is.
+// The "type" in a candidate's statistics is unreliable; the start of its id is not.
 void takeCandidate(const GstStructure* entry, const std::string& id, CallRecord::Transport& transport) {
     if (id.find("ice-candidate-local") != std::string::npos) {
         transport.localType = textField(entry, "candidate-type");
@@ -173,8 +173,8 @@ void ViewerPeer::configureIce(const Options& options) {
     }
     const ObjectRef agent = objectProperty(webrtc_, "ice-agent");
     const ObjectRef nice = objectProperty(agent.get(), "agent");
-    // Asking a router to open a port and waiting long for a lost TURN packet would only delay the offer.
-    // So would a long pause between two connectivity checks: 5 ms are the shortest that RFC 8445 allows.
+    // Asking the router to open a port and waiting long for a lost TURN packet would only delay the offer.
+    // A long pause between connectivity checks would delay the connection: RFC 8445 allows 5 ms.
     g_object_set(nice.get(), "upnp", FALSE, "stun-max-retransmissions", 2U, "stun-pacing-timer", 5U, nullptr);
     g_signal_connect(nice.get(), "candidate-gathering-done", G_CALLBACK(&ViewerPeer::onGatheringDone), this);
     std::vector<std::string> addresses = options.localAddresses;
@@ -186,7 +186,7 @@ void ViewerPeer::configureIce(const Options& options) {
     }
 }
 
-// webrtcbin 1.22 negotiates retransmission and then does not ask for any.
+// webrtcbin 1.22 negotiates retransmission but never requests any.
 void ViewerPeer::askForLostPackets() {
     GstElement* rtpbin = gst_bin_get_by_name(GST_BIN(webrtc_), "rtpbin");
     g_signal_connect(rtpbin, "new-jitterbuffer", G_CALLBACK(&ViewerPeer::onJitterBuffer), nullptr);
@@ -267,7 +267,7 @@ std::string ViewerPeer::makeOffer() {
 }
 
 std::string ViewerPeer::currentOffer() const {
-    // What webrtcbin replies to comes after every candidate that it has been told of.
+    // get-stats is a barrier: its reply follows all queued candidates.
     waitFor("get-stats", nullptr);
     GstWebRTCSessionDescription* found = nullptr;
     g_object_get(webrtc_, "local-description", &found, nullptr);
@@ -305,7 +305,7 @@ void ViewerPeer::writeRecording(const std::string& path) const {
 
 void ViewerPeer::onJitterBuffer(GstElement* /*rtpbin*/, GstElement* jitterBuffer, guint /*session*/, guint /*ssrc*/,
                                 gpointer /*data*/) {
-    // The first packet shall not wait for earlier ones: there are none.
+    // The first packet must not wait for earlier ones: there are none.
     g_object_set(jitterBuffer, "do-retransmission", TRUE, "faststart-min-packets", 1U, nullptr);
 }
 
@@ -344,7 +344,7 @@ void ViewerPeer::onIceState(GstElement* webrtc, GParamSpec* /*spec*/, gpointer s
     }
 }
 
-// Asked of the agent: webrtcbin 1.22 never calls gathering complete when a candidate arrives while it decides.
+// From the agent, because webrtcbin 1.22 misses the end if a candidate arrives while it checks for it.
 void ViewerPeer::onGatheringDone(GObject* /*agent*/, guint /*stream*/, gpointer self) {
     static_cast<ViewerPeer*>(self)->listener_.onGathered();
 }

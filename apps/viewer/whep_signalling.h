@@ -1,4 +1,4 @@
-/** Calls as a WHEP player places them. */
+/** Places calls as a WHEP player does. */
 #ifndef APPS_VIEWER_WHEP_SIGNALLING_H
 #define APPS_VIEWER_WHEP_SIGNALLING_H
 
@@ -10,7 +10,7 @@
 
 namespace zelrtc::viewer {
 
-/** The answer always holds every candidate of the camera; our own may follow by PATCH. */
+/** The answer always holds all of the camera's candidates; ours may follow by PATCH. */
 class WhepSignalling : public Signalling {
 public:
     explicit WhepSignalling(const std::string& baseUrl);
