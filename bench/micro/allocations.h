@@ -5,7 +5,7 @@
 
 namespace bench {
 
-/** How often the calling thread has asked the C++ runtime for memory. */
+/** How often the calling thread has called operator new. */
 uint64_t allocationCount();
 
 }  // namespace bench

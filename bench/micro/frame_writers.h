@@ -1,6 +1,6 @@
 /**
  * @file frame_writers.h
- * The ways to write one frame that the benchmarks compare, all called alike.
+ * The ways of writing one frame that the benchmarks compare, behind one interface.
  */
 #ifndef ZELRTC_BENCH_FRAME_WRITERS_H
 #define ZELRTC_BENCH_FRAME_WRITERS_H
@@ -13,7 +13,7 @@
 
 namespace bench {
 
-/** One frame and everything it can be written to. The sessions run over the null SDK. */
+/** One frame and everything it can be written to. The sessions use the null SDK. */
 class Targets {
 public:
     Targets();
@@ -27,13 +27,13 @@ public:
     size_t size;
 };
 
-/** Writes one frame and returns what the write returned. */
+/** Writes one frame and returns the write's result. */
 using FrameWriter = int (*)(Targets* targets, int64_t presentationTs);
 
 struct NamedWriter {
     const char* name;
     FrameWriter writer;
-    int result; /**< what a write is expected to return */
+    int result; /**< the result that a write should have */
 };
 
 const std::vector<NamedWriter>& frameWriters();

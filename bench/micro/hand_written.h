@@ -9,13 +9,13 @@
 namespace bench {
 
 /**
- * The least that a guarded write can cost when an application writes it by hand: both flags loaded, one frame filled,
- * the SDK called. What the session is measured against.
+ * The least that a guarded write costs when written by hand: load both flags, fill one frame, call the SDK. The session
+ * is measured against this.
  */
 class HandWrittenSender {
 public:
     explicit HandWrittenSender(PRtcRtpTransceiver transceiver);
-    /** Takes what the session's write takes; the last two have no use here. */
+    /** Takes the same arguments as the session's write; the last two are unused. */
     int write(uint8_t* data, size_t size, int64_t presentationTs, int flags, int videoType);
 
 private:

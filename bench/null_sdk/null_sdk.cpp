@@ -5,7 +5,7 @@
 
 namespace {
 
-// The text of a usual answer with two media sections and five candidates, in length and not in content.
+// As long as a typical answer with two media sections and five candidates; the content does not matter.
 constexpr UINT32 kAnswerLength = 2400;
 
 struct Handlers {

@@ -1,7 +1,7 @@
 /**
  * @file null_sdk.h
- * An SDK that does nothing, so that what a benchmark measures is the session's own share. Every function succeeds at
- * once; a benchmark fires the handlers that the session has registered by hand.
+ * An SDK that does nothing, so that a benchmark measures only the session. Every function succeeds at once; the
+ * benchmark itself fires the handlers that the session has registered.
  */
 #ifndef ZELRTC_BENCH_NULL_SDK_H
 #define ZELRTC_BENCH_NULL_SDK_H
@@ -10,16 +10,16 @@
 
 namespace nullsdk {
 
-/** What the next writeFrame calls of every thread return. */
+/** Sets what writeFrame returns from now on, on every thread. */
 void setWriteStatus(STATUS status);
 
-/** Reports a state to the connection made last, on the calling thread. */
+/** Reports a state to the newest connection, on the calling thread. */
 void reportState(RTC_PEER_CONNECTION_STATE state);
 
-/** Reports a local candidate, or null for the end of gathering, to the connection made last. */
+/** Reports a local candidate, or null for the end of gathering, to the newest connection. */
 void reportCandidate(PCHAR candidateJson);
 
-/** A transceiver to write to without a session. */
+/** A transceiver for writing without a session. */
 PRtcRtpTransceiver videoTransceiver();
 
 }  // namespace nullsdk

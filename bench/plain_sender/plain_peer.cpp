@@ -29,7 +29,7 @@ std::string stateName(GstWebRTCPeerConnectionState state) {
     }
 }
 
-// The payload type that the offer gives to H.264.
+// The offer's payload type for H.264.
 int h264PayloadIn(const GstSDPMessage* offer) {
     const GstSDPMedia* video = gst_sdp_message_get_media(offer, 0);
     for (guint i = 0; i < gst_sdp_media_attributes_len(video); i++) {
@@ -95,7 +95,7 @@ PlainPeer::PlainPeer(std::function<void()> onConnected)
 
 PlainPeer::~PlainPeer() {
     g_signal_handlers_disconnect_by_data(webrtc_, this);
-    // Its reply shows that nothing is under way any more.
+    // get-stats is a barrier: its reply follows all queued work.
     apply(webrtc_, "get-stats", nullptr);
     gst_element_set_state(pipeline_, GST_STATE_NULL);
     gst_object_unref(pipeline_);
