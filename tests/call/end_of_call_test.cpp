@@ -1,4 +1,4 @@
-// However a call ends, the camera ends it in order and keeps nothing of it.
+// However a call ends, the camera ends it in order and leaves nothing behind.
 
 #include <gtest/gtest.h>
 #include <netinet/in.h>
@@ -28,7 +28,7 @@ std::size_t occurrences(const std::string& text, const std::string& pattern) {
         std::distance(std::sregex_iterator(text.begin(), text.end(), wanted), std::sregex_iterator()));
 }
 
-/** The places in the log of a call's three last lines. */
+/** The positions of a call's last three lines in the log. */
 std::vector<std::size_t> endingOf(const std::string& log, const std::string& id) {
     return {log.find("session " + id + " teminate."), log.find("session: " + id + ", releasing"),
             log.find("session: " + id + ", released")};
@@ -63,7 +63,7 @@ TEST(InterruptedCamera, ExitsWithoutAnyCallToo) {
     EXPECT_EQ(camera.process().waitForExit(3s), 0);
 }
 
-/** A connection that sends just this text and then waits. */
+/** A connection that sends this text and then waits. */
 class IdleConnection {
 public:
     IdleConnection(const std::string& url, const std::string& text) : socket_(socket(AF_INET, SOCK_STREAM, 0)) {
@@ -128,7 +128,7 @@ void PrintTo(const Departure& departure, std::ostream* out) {
     *out << departure.name;
 }
 
-// Threads and connections of finished requests stay for a while: the figure is the least until it stops falling.
+// Threads and connections of finished requests linger, so this takes the least once it has stopped falling.
 Footprint settledFootprint(const CameraProcess& camera) {
     constexpr auto kSettled = 6s;
     Footprint least = camera.footprint();
@@ -148,7 +148,7 @@ Footprint settledFootprint(const CameraProcess& camera) {
 
 class LeavesNothing : public ::testing::TestWithParam<Departure> {
 protected:
-    // What belongs to the first call of a process stays: certificate, thread pools, sockets of the registry.
+    // The first call of a process leaves things for good: certificate, thread pools, sockets of the registry.
     void warmUp() {
         view(camera_.url(), {"--seconds", "1"});
         view(camera_.url(), {"--seconds", "1", "--no-trickle"});

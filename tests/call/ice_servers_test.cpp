@@ -22,7 +22,7 @@ constexpr std::size_t kMostServers = 21;
 
 class ManyIceServers : public ::testing::Test {
 protected:
-    // All of them silent, but for the good one.
+    // All silent, except the good one.
     Arguments servers(std::size_t count, std::size_t goodOne) const {
         Arguments arguments{"--relay-only"};
         for (std::size_t i = 0; i < count; i++) {

@@ -1,4 +1,4 @@
-/** Statuses of the C library that the tests name, by their values. */
+/** The SDK's statuses that the tests name, by value. */
 #ifndef TESTS_HOSTSDK_STATUSES_H
 #define TESTS_HOSTSDK_STATUSES_H
 

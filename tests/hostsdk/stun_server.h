@@ -1,4 +1,4 @@
-// A STUN server that sees every client behind the same distant address.
+// A STUN server that reports the same distant address to every client.
 #ifndef TESTS_HOSTSDK_STUN_SERVER_H
 #define TESTS_HOSTSDK_STUN_SERVER_H
 
@@ -9,7 +9,7 @@
 
 class StunServer {
 public:
-    // Of a network for documentation (RFC 5737), so that it is none of this machine's.
+    // From a documentation network (RFC 5737), so that no machine has it.
     static constexpr const char* kMappedAddress = "203.0.113.7";
 
     StunServer();

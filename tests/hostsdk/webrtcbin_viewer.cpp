@@ -183,7 +183,7 @@ WebrtcbinViewer::WebrtcbinViewer(const std::string& sections)
 
 WebrtcbinViewer::~WebrtcbinViewer() {
     zelrtc::hostsdk::sendDtlsClose(GST_BIN(webrtcbin_));
-    // Waits for what webrtcbin still has to do: closing while it gathers candidates leaks descriptors.
+    // get-stats is a barrier: its reply follows all queued work. Closing while gathering leaks descriptors.
     GstPromise* const promise = gst_promise_new();
     g_signal_emit_by_name(webrtcbin_, "get-stats", nullptr, promise);
     gst_promise_wait(promise);
