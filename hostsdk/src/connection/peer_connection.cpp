@@ -1,13 +1,15 @@
 #include "connection/peer_connection.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
+#include <random>
 #include <utility>
 
 #include "connection/statistics.h"
-#include "text/answer.h"
 #include "text/candidate_json.h"
 #include "text/candidate_line.h"
+#include "text/engine_offer.h"
 #include "text/log.h"
 #include "text/record_text.h"
 #include "text/status.h"
@@ -38,8 +40,18 @@ std::vector<IceServer> readServers(const RtcConfiguration& configuration) {
     return servers;
 }
 
-const char* kindName(MEDIA_STREAM_TRACK_KIND kind) {
-    return kind == MEDIA_STREAM_TRACK_KIND_AUDIO ? "audio" : "video";
+// Unlike every other session's (RFC 8866); half the range, because some readers take it for signed.
+std::uint64_t makeSessionId() {
+    std::random_device random;
+    return (std::uint64_t{random()} << 31) ^ random();
+}
+
+void logRejected(const AnswerPlan& plan) {
+    for (const PlannedSection& planned : plan.sections) {
+        if (planned.outcome != Outcome::kServed) {
+            logWarning("not served, " + planned.offered.name() + ": " + planned.reason);
+        }
+    }
 }
 
 }  // namespace
@@ -105,8 +117,12 @@ void PeerConnection::setStateHandler(UINT64 customData, RtcOnConnectionStateChan
 
 void PeerConnection::reportCandidate(unsigned int mLineIndex, const std::string& line) {
     gathering_.onCandidate();
-    const std::string mid = mLineIndex < offer_.size() ? offer_[mLineIndex].mid : "";
-    std::string json = writeCandidateJson(sdkCandidate(line), mid, mLineIndex);
+    std::unique_lock<std::mutex> lock(mutex_);
+    local_.candidates.push_back({mLineIndex, line});
+    const std::size_t section = plan_->transportOfEngineLine(mLineIndex).section;
+    const std::string mid = plan_->sections[section].offered.attributes.value("mid").value_or("");
+    lock.unlock();
+    std::string json = writeCandidateJson(sdkCandidate(line), mid, static_cast<unsigned int>(section));
     callCandidateHandler(json.data());
     reportGatheringEnd();
 }
@@ -117,6 +133,9 @@ void PeerConnection::reportGatheringEnd() {
     if (!gathering_.takeEnd(Gathering::Clock::now())) {
         return;
     }
+    std::unique_lock<std::mutex> lock(mutex_);
+    local_.hasAllCandidates = true;
+    lock.unlock();
     callCandidateHandler(nullptr);
     if (!gathering_.hasCandidate()) {
         logWarning("gathering ended without a candidate");
@@ -185,52 +204,57 @@ STATUS PeerConnection::addTransceiver(const RtcMediaStreamTrack& track, RTC_RTP_
     return STATUS_SUCCESS;
 }
 
+std::optional<AnswerPlan> PeerConnection::readOffer(const RtcSessionDescriptionInit& description,
+                                                    std::string* error) const {
+    if (description.type != SDP_TYPE_OFFER) {
+        *error = "it is not an offer";
+        return std::nullopt;
+    }
+    const std::optional<SessionDescription> offer = parseDescription(getField(description.sdp), error);
+    if (!offer) {
+        return std::nullopt;
+    }
+    std::vector<AnsweringTrack> tracks;
+    for (const auto& transceiver : transceivers_) {
+        const RtcMediaStreamTrack& track = transceiver->receiver.track;
+        tracks.push_back({track.codec, transceiver->direction, getField(track.streamId), getField(track.trackId)});
+    }
+    return planAnswer(*offer, tracks, error);
+}
+
 STATUS PeerConnection::setRemoteDescription(const RtcSessionDescriptionInit& description) {
-    if (pipeline_ == nullptr) {
+    if (pipeline_ == nullptr || plan_ != nullptr) {
         return STATUS_INVALID_OPERATION;
     }
-    const std::string sdp = getField(description.sdp);
-    std::vector<OfferedMedia> offer = parseOffer(sdp);
-    if (description.type != SDP_TYPE_OFFER || offer.empty() || !pipeline_->setRemoteDescription(sdp)) {
+    std::string error;
+    std::optional<AnswerPlan> plan = readOffer(description, &error);
+    if (!plan) {
+        logError("the offer is refused: " + error);
         return kStatusSdpUnreadable;
     }
-    offer_ = std::move(offer);
+    if (!pipeline_->setRemoteDescription(engineOffer(*plan), plan->transports.size())) {
+        return kStatusSdpUnreadable;
+    }
+    logRejected(*plan);
+    std::unique_lock<std::mutex> lock(mutex_);
+    plan_ = std::make_shared<const AnswerPlan>(std::move(*plan));
+    local_.sessionId = makeSessionId();
+    lock.unlock();
     addMedia();
     return STATUS_SUCCESS;
 }
 
-Transceiver* PeerConnection::claimTransceiver(const std::string& kind, std::vector<Transceiver*>* claimed) {
-    for (const auto& transceiver : transceivers_) {
-        const bool isFree = std::find(claimed->begin(), claimed->end(), transceiver.get()) == claimed->end();
-        if (isFree && kind == kindName(transceiver->receiver.track.kind)) {
-            claimed->push_back(transceiver.get());
-            return transceiver.get();
-        }
-    }
-    return nullptr;
-}
-
 void PeerConnection::addMedia() {
-    std::vector<Transceiver*> claimed;
-    for (size_t i = 0; i < offer_.size(); i++) {
-        Transceiver* const transceiver = offer_[i].rejected ? nullptr : claimTransceiver(offer_[i].kind, &claimed);
-        if (transceiver == nullptr) {
-            continue;
-        }
-        const RtcMediaStreamTrack& track = transceiver->receiver.track;
-        const std::optional<PayloadFormat> format = chooseFormat(offer_[i], track.codec);
-        if (!format) {
-            logWarning("the offer has no codec for m-line " + std::to_string(i) + " that this side can answer");
-            continue;
-        }
+    for (std::size_t line = 0; line < plan_->served.size(); line++) {
+        const PlannedSection& planned = plan_->sections[plan_->served[line]];
+        Transceiver& transceiver = *transceivers_[planned.track];
         NegotiatedMedia media;
-        media.mLineIndex = static_cast<unsigned int>(i);
-        media.codec = track.codec;
-        media.format = *format;
-        media.direction = answerDirection(offer_[i].direction, transceiver->direction);
-        media.streamId = getField(track.streamId);
-        transceiver->setSender(pipeline_->addMedia(media));
-        answered_.push_back({format->payloadType, profileLevelId(format->parameters)});
+        media.mLineIndex = static_cast<unsigned int>(line);
+        media.codec = transceiver.receiver.track.codec;
+        media.payloadType = planned.format.payloadType;
+        media.direction = planned.direction;
+        media.streamId = planned.streamId;
+        transceiver.setSender(pipeline_->addMedia(media));
     }
 }
 
@@ -238,44 +262,65 @@ STATUS PeerConnection::createAnswer(PRtcSessionDescriptionInit description) {
     if (pipeline_ == nullptr) {
         return STATUS_INVALID_OPERATION;
     }
-    if (offer_.empty()) {
+    if (plan_ == nullptr) {
         return kStatusNoRemoteDescription;
     }
-    const std::optional<std::string> sdp = pipeline_->createAnswer();
-    if (!sdp) {
+    const std::string engineAnswer = pipeline_->createAnswer().value_or("");
+    std::string error;
+    std::optional<SessionDescription> read = parseDescription(engineAnswer, &error);
+    if (!read || read->sections.size() != plan_->served.size()) {
+        logError("the engine gives no answer: " + error);
         return STATUS_INVALID_OPERATION;
     }
-    const std::string complete = completeAnswer(*sdp, answered_);
-    if (complete.size() > MAX_SESSION_DESCRIPTION_INIT_SDP_LEN) {
-        return STATUS_BUFFER_TOO_SMALL;
-    }
+    std::unique_lock<std::mutex> lock(mutex_);
+    engineAnswer_ = engineAnswer;
+    local_.engineAnswer = std::move(*read);
+    lock.unlock();
     description->type = SDP_TYPE_ANSWER;
-    setField(description->sdp, complete);
-    return STATUS_SUCCESS;
+    return writeAnswer(description);
 }
 
-STATUS PeerConnection::setLocalDescription(const RtcSessionDescriptionInit& description) {
-    if (pipeline_ == nullptr || offer_.empty()) {
-        return STATUS_INVALID_OPERATION;
-    }
-    hasAskedServers_ = true;
-    executor_->post([this] { monitor_.start(ConnectionMonitor::Clock::now()); });
-    return pipeline_->setLocalDescription(getField(description.sdp)) ? STATUS_SUCCESS : kStatusSdpUnreadable;
-}
-
-STATUS PeerConnection::currentLocalDescription(PRtcSessionDescriptionInit description) {
-    const std::shared_ptr<WebRtcPipeline> pipeline = currentPipeline();
-    const std::string sdp = pipeline == nullptr ? "" : pipeline->localDescription();
-    if (sdp.empty()) {
-        return STATUS_INVALID_OPERATION;
-    }
+STATUS PeerConnection::writeAnswer(PRtcSessionDescriptionInit description) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    const std::string sdp = hostsdk::writeAnswer(*plan_, local_);
+    lock.unlock();
     if (sdp.size() > MAX_SESSION_DESCRIPTION_INIT_SDP_LEN) {
         return STATUS_BUFFER_TOO_SMALL;
     }
-    // The SDK leaves the type open here.
-    std::memset(&description->type, 0, sizeof(description->type));
     setField(description->sdp, sdp);
     return STATUS_SUCCESS;
+}
+
+// The engine gets the answer that it made; what the caller has is that answer as the viewer gets it.
+STATUS PeerConnection::setLocalDescription(const RtcSessionDescriptionInit& description) {
+    if (pipeline_ == nullptr || engineAnswer_.empty()) {
+        return STATUS_INVALID_OPERATION;
+    }
+    std::string error;
+    if (!parseDescription(getField(description.sdp), &error)) {
+        logError("the answer is refused: " + error);
+        return kStatusSdpUnreadable;
+    }
+    hasAskedServers_ = true;
+    executor_->post([this] { monitor_.start(ConnectionMonitor::Clock::now()); });
+    if (!pipeline_->setLocalDescription(engineAnswer_)) {
+        return kStatusSdpUnreadable;
+    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    hasLocalDescription_ = true;
+    return STATUS_SUCCESS;
+}
+
+STATUS PeerConnection::currentLocalDescription(PRtcSessionDescriptionInit description) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    const bool isOpen = pipeline_ != nullptr && hasLocalDescription_;
+    lock.unlock();
+    if (!isOpen) {
+        return STATUS_INVALID_OPERATION;
+    }
+    // The SDK leaves the type open here.
+    std::memset(&description->type, 0, sizeof(description->type));
+    return writeAnswer(description);
 }
 
 STATUS PeerConnection::addIceCandidate(const std::string& line) {
@@ -283,11 +328,18 @@ STATUS PeerConnection::addIceCandidate(const std::string& line) {
     if (pipeline == nullptr) {
         return STATUS_INVALID_OPERATION;
     }
+    const std::shared_ptr<const AnswerPlan> plan = currentPlan();
     const std::optional<std::string> candidate = usableCandidate(line);
-    if (candidate) {
-        pipeline->addCandidate(*candidate);
-    } else {
+    if (!candidate || plan == nullptr) {
         logDetail("candidate ignored: " + line);
+        return STATUS_SUCCESS;
+    }
+    // The line says at most by its user which transport it is for. To another one it does no harm: no check succeeds.
+    const std::string user = candidateUser(*candidate);
+    for (std::size_t i = 0; i < plan->transports.size(); i++) {
+        if (user.empty() || user == plan->transports[i].user) {
+            pipeline->addCandidate(i, *candidate);
+        }
     }
     return STATUS_SUCCESS;
 }
@@ -326,6 +378,11 @@ STATUS PeerConnection::iceServer(PRtcIceServerStats record) {
     }
     *record = untouchedServerStatistics(servers_[index], index);
     return STATUS_SUCCESS;
+}
+
+std::shared_ptr<const AnswerPlan> PeerConnection::currentPlan() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return plan_;
 }
 
 std::shared_ptr<WebRtcPipeline> PeerConnection::currentPipeline() {

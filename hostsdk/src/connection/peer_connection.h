@@ -7,6 +7,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,7 +17,8 @@
 #include "connection/statistics.h"
 #include "connection/transceiver.h"
 #include "engine/webrtc_pipeline.h"
-#include "text/answer.h"
+#include "text/answer_plan.h"
+#include "text/written_answer.h"
 
 namespace zelrtc::hostsdk {
 
@@ -60,9 +62,10 @@ private:
     void reportBandwidth(double bitsPerSecond);
     void checkConnection();
     void setReady(bool ready);
-    // The first transceiver of the codec that answers none of the m-lines yet.
-    Transceiver* claimTransceiver(const std::string& kind, std::vector<Transceiver*>* claimed);
+    std::optional<AnswerPlan> readOffer(const RtcSessionDescriptionInit& description, std::string* error) const;
     void addMedia();
+    STATUS writeAnswer(PRtcSessionDescriptionInit description);
+    std::shared_ptr<const AnswerPlan> currentPlan();
     std::shared_ptr<WebRtcPipeline> currentPipeline();
     STATUS selectedCandidate(Side side, PRtcIceCandidateStats record);
     STATUS iceServer(PRtcIceServerStats record);
@@ -74,8 +77,11 @@ private:
     std::mutex mutex_;
     std::shared_ptr<WebRtcPipeline> pipeline_;
     std::vector<std::unique_ptr<Transceiver>> transceivers_;
-    std::vector<OfferedMedia> offer_;
-    std::vector<AnsweredFormat> answered_;
+    // Guarded by the mutex, too: what is answered, the engine's answer and the candidates so far.
+    std::shared_ptr<const AnswerPlan> plan_;
+    LocalSide local_;
+    std::string engineAnswer_;
+    bool hasLocalDescription_ = false;
     std::atomic<bool> hasAskedServers_{false};
     Gathering gathering_;  // of the handlers' thread alone
     RtcOnIceCandidate onCandidate_ = nullptr;

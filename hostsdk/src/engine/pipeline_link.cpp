@@ -28,11 +28,14 @@ void PipelineLink::connect(const Shared& link, GstElement* webrtcbin) {
 }
 
 void PipelineLink::watchFeedback(const Shared& link, GstElement* webrtcbin) {
-    GObject* found = nullptr;
-    g_signal_emit_by_name(gst::elementOf(webrtcbin, "rtpbin").get(), "get-internal-session", 0U, &found);
-    const gst::GstPtr<GObject> session(found);
-    if (session != nullptr) {
-        gst::connectSignal(session.get(), "on-feedback-rtcp", G_CALLBACK(onFeedback), link);
+    const gst::GstPtr<GstElement> rtpbin = gst::elementOf(webrtcbin, "rtpbin");
+    for (std::size_t i = 0; i < link->transports_; i++) {
+        GObject* found = nullptr;
+        g_signal_emit_by_name(rtpbin.get(), "get-internal-session", static_cast<guint>(i), &found);
+        const gst::GstPtr<GObject> session(found);
+        if (session != nullptr) {
+            gst::connectSignal(session.get(), "on-feedback-rtcp", G_CALLBACK(onFeedback), link);
+        }
     }
 }
 
@@ -55,8 +58,11 @@ void PipelineLink::onCandidate(GstElement*, guint mLineIndex, gchar* text, Share
 
 // Asked of the agent: webrtcbin (1.22) never calls gathering complete when a candidate arrives while it decides.
 void PipelineLink::onGatheringDone(GObject* agent, guint stream, Shared* link) {
-    const size_t found = gst::countCandidates(agent, stream);
-    (*link)->post_([link = *link, found] { link->events_.onGatheringDone(found); });
+    (*link)->foundCandidates_ += gst::countCandidates(agent, stream);
+    if (++(*link)->gatheredTransports_ < (*link)->transports_) {
+        return;
+    }
+    (*link)->post_([link = *link, found = (*link)->foundCandidates_] { link->events_.onGatheringDone(found); });
 }
 
 void PipelineLink::onConnectionState(GstElement* webrtcbin, GParamSpec*, Shared* link) {

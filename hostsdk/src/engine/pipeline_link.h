@@ -3,6 +3,7 @@
 #define HOSTSDK_SRC_ENGINE_PIPELINE_LINK_H
 
 #include <atomic>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -20,7 +21,12 @@ public:
 
     // Before webrtcbin starts.
     static void connect(const std::shared_ptr<PipelineLink>& link, GstElement* webrtcbin);
-    // After the local description is set: the bundled media share one RTP session, which exists then.
+    // Before the remote description is set: how many transports gather candidates.
+    void expectTransports(std::size_t count) {
+        transports_ = count;
+    }
+
+    // After the local description is set: each transport has an RTP session, which exists then.
     static void watchFeedback(const std::shared_ptr<PipelineLink>& link, GstElement* webrtcbin);
 
     // When media or control packets last arrived. Any thread.
@@ -44,6 +50,10 @@ private:
     const PipelineEvents events_;
     std::atomic<Clock::rep> lastPacket_{0};
     std::atomic<bool> dtlsConnected_{false};
+    std::atomic<std::size_t> transports_{1};
+    // Of the agent's thread alone.
+    std::size_t gatheredTransports_ = 0;
+    std::size_t foundCandidates_ = 0;
 };
 
 }  // namespace zelrtc::hostsdk

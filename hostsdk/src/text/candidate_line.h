@@ -11,6 +11,12 @@ namespace zelrtc::hostsdk {
 // without a numeric address (`.local` names need a resolver that cameras do not have).
 std::optional<std::string> usableCandidate(const std::string& line);
 
+// The agent's line as RFC 8839 has it: an address that a candidate was made from for all but host candidates.
+std::string standardCandidate(const std::string& line);
+
+// The ICE user that the line names as an extension; empty when it names none.
+std::string candidateUser(const std::string& line);
+
 // The agent's line with the attributes that the SDK writes.
 std::string sdkCandidate(const std::string& line);
 
