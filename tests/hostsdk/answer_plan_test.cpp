@@ -168,7 +168,7 @@ TEST(PlanError, saysWhatTheTransportLacks) {
               name + "a=ice-ufrag is missing or is not 4 to 256 letters and digits");
     EXPECT_EQ(errorOf(session() + video("0", without(transport(), "9zYn"))),
               name + "a=ice-pwd is missing or is not 22 to 256 letters and digits");
-    for (const char* const part : {"a=fingerprint:sha-256 7B:8D:F0:65\r\n", "sha-256", "F0", "5"}) {
+    for (const char* const part : {"a=fingerprint:sha-256 7B:8D:F0:65\r\n", "sha-256", "F0", "5\r\na=setup:actpass"}) {
         EXPECT_EQ(errorOf(session() + video("0", without(transport(), part))),
                   name + "a=fingerprint is missing or is not a hash function and pairs of digits")
             << part;

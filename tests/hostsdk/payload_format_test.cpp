@@ -5,6 +5,7 @@
 #include "offer_text.h"
 
 using offer_text::kH264;
+using zelrtc::hostsdk::answeredParameters;
 
 namespace {
 

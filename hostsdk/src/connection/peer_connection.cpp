@@ -303,19 +303,13 @@ STATUS PeerConnection::setLocalDescription(const RtcSessionDescriptionInit& desc
     }
     hasAskedServers_ = true;
     executor_->post([this] { monitor_.start(ConnectionMonitor::Clock::now()); });
-    if (!pipeline_->setLocalDescription(engineAnswer_)) {
-        return kStatusSdpUnreadable;
-    }
-    const std::lock_guard<std::mutex> lock(mutex_);
+    // Before gathering begins, whose end may come first: its handler may ask for the complete answer.
     hasLocalDescription_ = true;
-    return STATUS_SUCCESS;
+    return pipeline_->setLocalDescription(engineAnswer_) ? STATUS_SUCCESS : kStatusSdpUnreadable;
 }
 
 STATUS PeerConnection::currentLocalDescription(PRtcSessionDescriptionInit description) {
-    std::unique_lock<std::mutex> lock(mutex_);
-    const bool isOpen = pipeline_ != nullptr && hasLocalDescription_;
-    lock.unlock();
-    if (!isOpen) {
+    if (currentPipeline() == nullptr || !hasLocalDescription_) {
         return STATUS_INVALID_OPERATION;
     }
     // The SDK leaves the type open here.

@@ -77,11 +77,11 @@ private:
     std::mutex mutex_;
     std::shared_ptr<WebRtcPipeline> pipeline_;
     std::vector<std::unique_ptr<Transceiver>> transceivers_;
-    // Guarded by the mutex, too: what is answered, the engine's answer and the candidates so far.
+    // Guarded by the mutex, too: what is answered, with what so far.
     std::shared_ptr<const AnswerPlan> plan_;
     LocalSide local_;
     std::string engineAnswer_;
-    bool hasLocalDescription_ = false;
+    std::atomic<bool> hasLocalDescription_{false};
     std::atomic<bool> hasAskedServers_{false};
     Gathering gathering_;  // of the handlers' thread alone
     RtcOnIceCandidate onCandidate_ = nullptr;

@@ -55,21 +55,23 @@ void addMediaLine(const Section& offered, int port, const std::string& formats, 
     }
 }
 
-std::string rejectedSection(const Section& offered) {
-    Lines lines;
-    addMediaLine(offered, 0, joined(offered.formats), &lines);
-    if (offered.kind != "application") {
-        lines.add("a=inactive");
-    }
-    return lines.text();
-}
-
 void addTransport(const SessionDescription& engineAnswer, const Section& engine, Lines* lines) {
     for (const char* const name : {"ice-ufrag", "ice-pwd", "fingerprint", "setup"}) {
         if (const std::optional<std::string> value = engineAnswer.inherited(engine, name)) {
             lines->addAttribute(name, *value);
         }
     }
+}
+
+// The transport says nothing here, but some readers, such as webrtcbin, refuse a section that lacks it.
+std::string rejectedSection(const Section& offered, const SessionDescription& engineAnswer) {
+    Lines lines;
+    addMediaLine(offered, 0, joined(offered.formats), &lines);
+    addTransport(engineAnswer, engineAnswer.sections.front(), &lines);
+    if (offered.kind != "application") {
+        lines.add("a=inactive");
+    }
+    return lines.text();
 }
 
 void addMultiplexing(const Section& offered, Lines* lines) {
@@ -156,8 +158,9 @@ std::string writeAnswer(const AnswerPlan& plan, const LocalSide& local) {
     head.addAttribute("ice-options", "trickle");
     std::string text = head.text();
     for (std::size_t i = 0; i < plan.sections.size(); i++) {
-        text += plan.sections[i].outcome == Outcome::kRejected ? rejectedSection(plan.sections[i].offered)
-                                                               : acceptedSection(plan, local, i);
+        const PlannedSection& planned = plan.sections[i];
+        text += planned.outcome == Outcome::kRejected ? rejectedSection(planned.offered, local.engineAnswer)
+                                                      : acceptedSection(plan, local, i);
     }
     return text;
 }
