@@ -60,15 +60,15 @@ TEST(Plan, keepsSectionsOutsideOfAGroupOutside) {
 }
 
 TEST(Plan, keepsTwoGroupsApart) {
-    const AnswerPlan plan = planFor(session("a=group:BUNDLE 0 2\r\na=group:BUNDLE 1\r\n") + video("0") + audio("1") +
-                                    data("2"));
+    const AnswerPlan plan =
+        planFor(session("a=group:BUNDLE 0 2\r\na=group:BUNDLE 1\r\n") + video("0") + audio("1") + data("2"));
     EXPECT_EQ(plan.groups, (Groups{{0}, {1}}));
     EXPECT_FALSE(plan.isBundled());
 }
 
 TEST(Plan, takesTheTransportOfTheFirstInTheGroup) {
-    const AnswerPlan plan = planFor(session("a=group:BUNDLE 1 0\r\n") + video("0", transport("user0")) +
-                                    audio("1", transport("user1")));
+    const AnswerPlan plan =
+        planFor(session("a=group:BUNDLE 1 0\r\n") + video("0", transport("user0")) + audio("1", transport("user1")));
     EXPECT_EQ(plan.groups, (Groups{{1, 0}}));
     EXPECT_EQ(users(plan), (std::vector<std::string>{"user1"}));
     EXPECT_EQ(plan.transports[0].section, 1U);
@@ -132,7 +132,8 @@ TEST(Plan, takesWhatStandsAtTheSession) {
 }
 
 TEST(Plan, takesAFarEndWithoutARoleForActive) {
-    EXPECT_EQ(planFor(session() + video("0", without(transport(), "a=setup:actpass\r\n"))).transports[0].setup, "active");
+    EXPECT_EQ(planFor(session() + video("0", without(transport(), "a=setup:actpass\r\n"))).transports[0].setup,
+              "active");
 }
 
 TEST(Plan, takesTheFingerprintThatEveryoneCanCheck) {
@@ -178,15 +179,15 @@ TEST(PlanError, saysWhatTheTransportLacks) {
 }
 
 TEST(PlanError, saysWhichMidIsNone) {
-    EXPECT_EQ(errorOf(session() + video("0") + audio("0")),
-              "m=audio in line 15: another section has the same a=mid");
+    EXPECT_EQ(errorOf(session() + video("0") + audio("0")), "m=audio in line 15: another section has the same a=mid");
     EXPECT_EQ(errorOf(session() + video("0 1")), "m=video in line 5: a=mid is not one word");
 }
 
 TEST(PlanError, saysWhyNothingIsServed) {
-    EXPECT_EQ(errorOf(session() + data("0") + withPort0(video("1"))),
-              "no section can be served; m=application in line 5: nothing here serves it; m=video in line 13: the offer "
-              "rejects it");
+    EXPECT_EQ(
+        errorOf(session() + data("0") + withPort0(video("1"))),
+        "no section can be served; m=application in line 5: nothing here serves it; m=video in line 13: the offer "
+        "rejects it");
     EXPECT_EQ(errorOf(session() + video("0", without(transport(), "a=rtcp-mux\r\n"))),
               "no section can be served; m=video in line 5: it has no a=rtcp-mux, and RTP and RTCP share a port here");
 }

@@ -85,10 +85,10 @@ TEST(ChosenAudio, isNothingWithoutMulaw) {
 TEST(AnsweredParameters, nameTheOfferedProfile) {
     EXPECT_EQ(answeredParameters({96, "H264/90000", "packetization-mode=1;profile-level-id=42001f"}, kH264),
               "packetization-mode=1;profile-level-id=42001f");
-    EXPECT_EQ(answeredParameters({96, "H264/90000",
-                                  "profile-level-id=640032; packetization-mode=1; level-asymmetry-allowed=1; x=y"},
-                                 kH264),
-              "level-asymmetry-allowed=1;packetization-mode=1;profile-level-id=640032");
+    EXPECT_EQ(
+        answeredParameters(
+            {96, "H264/90000", "profile-level-id=640032; packetization-mode=1; level-asymmetry-allowed=1; x=y"}, kH264),
+        "level-asymmetry-allowed=1;packetization-mode=1;profile-level-id=640032");
     EXPECT_EQ(answeredParameters({96, "H264/90000", "packetization-mode=1"}, kH264),
               "packetization-mode=1;profile-level-id=42e01f");
     EXPECT_EQ(answeredParameters({0, "PCMU/8000", "ptime=20"}, RTC_CODEC_MULAW), "");

@@ -98,8 +98,7 @@ TEST(WrittenAnswer, hasReducedReportsWhereTheyAreOffered) {
 }
 
 TEST(WrittenAnswer, hasTheCandidatesWhereTheGroupStands) {
-    const SessionDescription answer =
-        answerTo(session("a=group:BUNDLE 1 0\r\n") + video("0") + audio("1"));
+    const SessionDescription answer = answerTo(session("a=group:BUNDLE 1 0\r\n") + video("0") + audio("1"));
     EXPECT_FALSE(answer.sections[0].attributes.has("candidate"));
     EXPECT_EQ(answer.sections[1].attributes.values("candidate").size(), 1U);
 }

@@ -141,8 +141,9 @@ void Planner::rejectOutsideOfOneGroup() {
         }
     }
     const bool anyShare = std::any_of(served.begin(), served.end(), [&](std::size_t one) {
-        return std::any_of(served.begin(), served.end(),
-                           [&](std::size_t other) { return one != other && groupOf(one) && groupOf(one) == groupOf(other); });
+        return std::any_of(served.begin(), served.end(), [&](std::size_t other) {
+            return one != other && groupOf(one) && groupOf(one) == groupOf(other);
+        });
     });
     for (const std::size_t section : served) {
         if (anyShare && groupOf(section) != groupOf(served.front())) {
@@ -157,9 +158,8 @@ void Planner::rejectIdleWithoutTransport() {
             continue;
         }
         const std::optional<std::size_t> group = groupOf(i);
-        const bool hasTransport =
-            group && std::any_of(offeredGroups_[*group].begin(), offeredGroups_[*group].end(),
-                                 [this](std::size_t member) { return isServed(member); });
+        const bool hasTransport = group && std::any_of(offeredGroups_[*group].begin(), offeredGroups_[*group].end(),
+                                                       [this](std::size_t member) { return isServed(member); });
         if (!hasTransport) {
             reject(i, plan_.sections[i].reason + " and it has no transport in common with that");
         }

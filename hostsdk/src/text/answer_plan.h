@@ -34,8 +34,8 @@ struct PlannedSection {
     Outcome outcome = Outcome::kRejected;
     std::string reason;  // why it is not served
     PayloadFormat format;
-    std::string parameters;             // of the answer's fmtp
-    std::vector<std::string> feedback;  // of the answer: "nack pli"
+    std::string parameters;                                                            // of the answer's fmtp
+    std::vector<std::string> feedback;                                                 // of the answer: "nack pli"
     RTC_RTP_TRANSCEIVER_DIRECTION direction = RTC_RTP_TRANSCEIVER_DIRECTION_INACTIVE;  // of the answer
     std::size_t track = 0;  // the one that serves it, and its names
     std::string streamId;
@@ -43,8 +43,8 @@ struct PlannedSection {
 };
 
 struct AnswerPlan {
-    std::vector<PlannedSection> sections;  // those of the offer, in its order
-    std::vector<std::size_t> served;       // the sections that the engine sees, in their order
+    std::vector<PlannedSection> sections;          // those of the offer, in its order
+    std::vector<std::size_t> served;               // the sections that the engine sees, in their order
     std::vector<std::vector<std::size_t>> groups;  // BUNDLE, as the answer has them
     // Either one for everything that is served, or one for each.
     std::vector<Transport> transports;
