@@ -1,5 +1,7 @@
-// Payload types that GStreamer's packetisers do not give: they know the one of their codec and 96 to 127, while a far
-// end may choose any.
+/**
+ * @file payload_type.h Payload types that GStreamer's packetisers do not give: they know the one of their codec and 96
+ * to 127, while a far end may choose any.
+ */
 #ifndef GST_PAYLOAD_TYPE_H
 #define GST_PAYLOAD_TYPE_H
 

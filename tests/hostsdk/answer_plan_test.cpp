@@ -4,13 +4,14 @@
 
 #include "offer_text.h"
 
-using namespace offer_text;
-using zelrtc::hostsdk::AnswerPlan;
-using zelrtc::hostsdk::Outcome;
+namespace zelrtc::test {
+
+using hostsdk::AnswerPlan;
+using hostsdk::Outcome;
 
 namespace {
 
-using Indexes = std::vector<std::size_t>;
+using Indexes = std::vector<size_t>;
 using Groups = std::vector<Indexes>;
 
 std::string withPort0(std::string section) {
@@ -191,3 +192,5 @@ TEST(PlanError, saysWhyNothingIsServed) {
     EXPECT_EQ(errorOf(session() + video("0", without(transport(), "a=rtcp-mux\r\n"))),
               "no section can be served; m=video in line 5: it has no a=rtcp-mux, and RTP and RTCP share a port here");
 }
+
+}  // namespace zelrtc::test

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
-using zelrtc::hostsdk::answerDirection;
+namespace zelrtc::test {
+
+using hostsdk::answerDirection;
 
 namespace {
 
@@ -14,7 +16,7 @@ constexpr RTC_RTP_TRANSCEIVER_DIRECTION kInactive = RTC_RTP_TRANSCEIVER_DIRECTIO
 RTC_RTP_TRANSCEIVER_DIRECTION offered(const std::string& session, const std::string& section) {
     std::string error;
     const auto offer =
-        zelrtc::hostsdk::parseDescription("v=0\r\n" + session + "m=audio 9 RTP/SAVPF 0\r\n" + section, &error).value();
+        hostsdk::parseDescription("v=0\r\n" + session + "m=audio 9 RTP/SAVPF 0\r\n" + section, &error).value();
     return offeredDirection(offer, offer.sections[0]);
 }
 
@@ -38,8 +40,10 @@ TEST(OfferedDirection, isTheSectionsOrElseTheSessionsOrElseBoth) {
 }
 
 TEST(OppositeDirection, isTheSameFromTheOtherEnd) {
-    EXPECT_EQ(zelrtc::hostsdk::oppositeDirection(kSendonly), kRecvonly);
-    EXPECT_EQ(zelrtc::hostsdk::oppositeDirection(kRecvonly), kSendonly);
-    EXPECT_EQ(zelrtc::hostsdk::oppositeDirection(kSendrecv), kSendrecv);
-    EXPECT_EQ(zelrtc::hostsdk::oppositeDirection(kInactive), kInactive);
+    EXPECT_EQ(hostsdk::oppositeDirection(kSendonly), kRecvonly);
+    EXPECT_EQ(hostsdk::oppositeDirection(kRecvonly), kSendonly);
+    EXPECT_EQ(hostsdk::oppositeDirection(kSendrecv), kSendrecv);
+    EXPECT_EQ(hostsdk::oppositeDirection(kInactive), kInactive);
 }
+
+}  // namespace zelrtc::test

@@ -24,9 +24,9 @@ int count(const std::string& text, const std::string& part) {
     return found;
 }
 
-std::vector<zelrtc::hostsdk::Section> sectionsOf(const std::string& sdp) {
+std::vector<hostsdk::Section> sectionsOf(const std::string& sdp) {
     std::string error;
-    return zelrtc::hostsdk::parseDescription(sdp, &error).value().sections;
+    return hostsdk::parseDescription(sdp, &error).value().sections;
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Offers for the tests of what answers are made from.
+/** @file offer_text.h Offers for the tests of what answers are made from. */
 #ifndef TESTS_HOSTSDK_OFFER_TEXT_H
 #define TESTS_HOSTSDK_OFFER_TEXT_H
 
@@ -8,7 +8,7 @@
 
 #include "text/answer_plan.h"
 
-namespace offer_text {
+namespace zelrtc::test {
 
 constexpr RTC_CODEC kH264 = RTC_CODEC_H264_PROFILE_42E01F_LEVEL_ASYMMETRY_ALLOWED_PACKETIZATION_MODE;
 
@@ -41,7 +41,7 @@ inline std::string data(const std::string& mid) {
     return "m=application 9 UDP/DTLS/SCTP webrtc-datachannel\r\n" + transport() + midLine(mid) + "a=sctp-port:5000\r\n";
 }
 
-inline std::vector<zelrtc::hostsdk::AnsweringTrack> tracks() {
+inline std::vector<hostsdk::AnsweringTrack> tracks() {
     return {{kH264, RTC_RTP_TRANSCEIVER_DIRECTION_SENDRECV, "stream", "picture"},
             {RTC_CODEC_MULAW, RTC_RTP_TRANSCEIVER_DIRECTION_SENDRECV, "stream", "sound"}};
 }
@@ -49,7 +49,7 @@ inline std::vector<zelrtc::hostsdk::AnsweringTrack> tracks() {
 // What is wrong with the offer.
 inline std::string errorOf(const std::string& sdp) {
     std::string error;
-    const auto offer = zelrtc::hostsdk::parseDescription(sdp, &error);
+    const auto offer = hostsdk::parseDescription(sdp, &error);
     if (offer && planAnswer(*offer, tracks(), &error)) {
         return "";
     }
@@ -57,12 +57,12 @@ inline std::string errorOf(const std::string& sdp) {
 }
 
 // The plan for an offer that can be answered.
-inline zelrtc::hostsdk::AnswerPlan planFor(const std::string& sdp) {
+inline hostsdk::AnswerPlan planFor(const std::string& sdp) {
     std::string error;
-    const auto offer = zelrtc::hostsdk::parseDescription(sdp, &error);
+    const auto offer = hostsdk::parseDescription(sdp, &error);
     return planAnswer(offer.value(), tracks(), &error).value();
 }
 
-}  // namespace offer_text
+}  // namespace zelrtc::test
 
 #endif

@@ -4,18 +4,19 @@
 
 #include "offer_text.h"
 
-using offer_text::kH264;
-using zelrtc::hostsdk::answeredParameters;
+namespace zelrtc::test {
+
+using hostsdk::answeredParameters;
 
 namespace {
 
-zelrtc::hostsdk::Section section(const std::string& mediaLine, const std::string& lines) {
+hostsdk::Section section(const std::string& mediaLine, const std::string& lines) {
     std::string error;
-    return zelrtc::hostsdk::parseDescription("v=0\r\n" + mediaLine + "\r\n" + lines, &error).value().sections.at(0);
+    return hostsdk::parseDescription("v=0\r\n" + mediaLine + "\r\n" + lines, &error).value().sections.at(0);
 }
 
 // -1 when there is none.
-int chosen(const zelrtc::hostsdk::Section& offered, RTC_CODEC codec) {
+int chosen(const hostsdk::Section& offered, RTC_CODEC codec) {
     std::string reason;
     const auto format = chooseFormat(offered, codec, &reason);
     return format ? format->payloadType : -1;
@@ -93,3 +94,5 @@ TEST(AnsweredParameters, nameTheOfferedProfile) {
               "packetization-mode=1;profile-level-id=42e01f");
     EXPECT_EQ(answeredParameters({0, "PCMU/8000", "ptime=20"}, RTC_CODEC_MULAW), "");
 }
+
+}  // namespace zelrtc::test

@@ -2,8 +2,10 @@
 
 #include "text/session_description.h"
 
-using zelrtc::hostsdk::parseDescription;
-using zelrtc::hostsdk::SessionDescription;
+namespace zelrtc::test {
+
+using hostsdk::parseDescription;
+using hostsdk::SessionDescription;
 
 namespace {
 
@@ -76,3 +78,5 @@ TEST(SdpError, isAlsoTooManySections) {
     }
     EXPECT_EQ(errorIn(sdp), "line 66, \"m=audio 0 RTP/SAVPF 0\": it is one m-line too many");
 }
+
+}  // namespace zelrtc::test

@@ -5,10 +5,11 @@
 #include "offer_text.h"
 #include "text/engine_offer.h"
 
-using namespace offer_text;
-using zelrtc::hostsdk::AnswerPlan;
-using zelrtc::hostsdk::LocalSide;
-using zelrtc::hostsdk::SessionDescription;
+namespace zelrtc::test {
+
+using hostsdk::AnswerPlan;
+using hostsdk::LocalSide;
+using hostsdk::SessionDescription;
 
 namespace {
 
@@ -18,7 +19,7 @@ bool contains(const std::string& text, const std::string& part) {
 
 SessionDescription read(const std::string& sdp) {
     std::string error;
-    return zelrtc::hostsdk::parseDescription(sdp, &error).value();
+    return hostsdk::parseDescription(sdp, &error).value();
 }
 
 std::string engineSection(const std::string& user, const std::string& source) {
@@ -178,3 +179,5 @@ TEST(EngineOffer, tellsOfAFarEndThatOnlyAnswersChecks) {
     EXPECT_TRUE(contains(engineOffer(planFor(session("a=ice-lite\r\n") + video("0"))), "a=ice-lite\r\n"));
     EXPECT_FALSE(contains(engineOffer(planFor(session() + video("0"))), "a=ice-lite"));
 }
+
+}  // namespace zelrtc::test

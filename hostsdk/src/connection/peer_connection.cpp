@@ -41,9 +41,9 @@ std::vector<IceServer> readServers(const RtcConfiguration& configuration) {
 }
 
 // Unlike every other session's (RFC 8866); half the range, because some readers take it for signed.
-std::uint64_t makeSessionId() {
+uint64_t makeSessionId() {
     std::random_device random;
-    return (std::uint64_t{random()} << 31) ^ random();
+    return (uint64_t{random()} << 31) ^ random();
 }
 
 void logRejected(const AnswerPlan& plan) {
@@ -119,7 +119,7 @@ void PeerConnection::reportCandidate(unsigned int mLineIndex, const std::string&
     gathering_.onCandidate();
     std::unique_lock<std::mutex> lock(mutex_);
     local_.candidates.push_back({mLineIndex, line});
-    const std::size_t section = plan_->transportOfEngineLine(mLineIndex).section;
+    const size_t section = plan_->transportOfEngineLine(mLineIndex).section;
     const std::string mid = plan_->sections[section].offered.attributes.value("mid").value_or("");
     lock.unlock();
     std::string json = writeCandidateJson(sdkCandidate(line), mid, static_cast<unsigned int>(section));
@@ -245,7 +245,7 @@ STATUS PeerConnection::setRemoteDescription(const RtcSessionDescriptionInit& des
 }
 
 void PeerConnection::addMedia() {
-    for (std::size_t line = 0; line < plan_->served.size(); line++) {
+    for (size_t line = 0; line < plan_->served.size(); line++) {
         const PlannedSection& planned = plan_->sections[plan_->served[line]];
         Transceiver& transceiver = *transceivers_[planned.track];
         NegotiatedMedia media;
@@ -330,7 +330,7 @@ STATUS PeerConnection::addIceCandidate(const std::string& line) {
     }
     // The line says at most by its user which transport it is for. To another one it does no harm: no check succeeds.
     const std::string user = candidateUser(*candidate);
-    for (std::size_t i = 0; i < plan->transports.size(); i++) {
+    for (size_t i = 0; i < plan->transports.size(); i++) {
         if (user.empty() || user == plan->transports[i].user) {
             pipeline->addCandidate(i, *candidate);
         }

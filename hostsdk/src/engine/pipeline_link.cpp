@@ -29,7 +29,7 @@ void PipelineLink::connect(const Shared& link, GstElement* webrtcbin) {
 
 void PipelineLink::watchFeedback(const Shared& link, GstElement* webrtcbin) {
     const gst::GstPtr<GstElement> rtpbin = gst::elementOf(webrtcbin, "rtpbin");
-    for (std::size_t i = 0; i < link->transports_; i++) {
+    for (size_t i = 0; i < link->transports_; i++) {
         GObject* found = nullptr;
         g_signal_emit_by_name(rtpbin.get(), "get-internal-session", static_cast<guint>(i), &found);
         const gst::GstPtr<GObject> session(found);

@@ -22,7 +22,7 @@ public:
     // Before webrtcbin starts.
     static void connect(const std::shared_ptr<PipelineLink>& link, GstElement* webrtcbin);
     // Before the remote description is set: how many transports gather candidates.
-    void expectTransports(std::size_t count) {
+    void expectTransports(size_t count) {
         transports_ = count;
     }
 
@@ -50,10 +50,10 @@ private:
     const PipelineEvents events_;
     std::atomic<Clock::rep> lastPacket_{0};
     std::atomic<bool> dtlsConnected_{false};
-    std::atomic<std::size_t> transports_{1};
+    std::atomic<size_t> transports_{1};
     // Of the agent's thread alone.
-    std::size_t gatheredTransports_ = 0;
-    std::size_t foundCandidates_ = 0;
+    size_t gatheredTransports_ = 0;
+    size_t foundCandidates_ = 0;
 };
 
 }  // namespace zelrtc::hostsdk

@@ -105,7 +105,7 @@ void WebRtcPipeline::configure(bool relayOnly, const std::vector<IceServer>& ser
     dropMessages(pipeline_.get());
 }
 
-bool WebRtcPipeline::setRemoteDescription(const std::string& sdp, std::size_t transports) {
+bool WebRtcPipeline::setRemoteDescription(const std::string& sdp, size_t transports) {
     link_->expectTransports(transports);
     return succeeds(
         [&] { gst::setRemoteDescription(webrtcbin_, gst::readDescription(GST_WEBRTC_SDP_TYPE_OFFER, sdp)); });
@@ -130,7 +130,7 @@ std::optional<std::string> WebRtcPipeline::createAnswer() {
     return answer;
 }
 
-void WebRtcPipeline::addCandidate(std::size_t transport, const std::string& candidateLine) {
+void WebRtcPipeline::addCandidate(size_t transport, const std::string& candidateLine) {
     g_signal_emit_by_name(webrtcbin_, "add-ice-candidate", static_cast<guint>(transport), candidateLine.c_str());
 }
 

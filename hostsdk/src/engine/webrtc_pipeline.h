@@ -43,12 +43,12 @@ public:
     ~WebRtcPipeline();
 
     // `transports`: one when everything is bundled, else one for each m-line.
-    bool setRemoteDescription(const std::string& sdp, std::size_t transports);
+    bool setRemoteDescription(const std::string& sdp, size_t transports);
     // After the remote description. The sender is null when the direction does not send.
     std::unique_ptr<MediaSender> addMedia(const NegotiatedMedia& media);
     std::optional<std::string> createAnswer();
     bool setLocalDescription(const std::string& sdp);
-    void addCandidate(std::size_t transport, const std::string& candidateLine);
+    void addCandidate(size_t transport, const std::string& candidateLine);
     // webrtcbin's statistics of the connection; nothing before there are any. Any thread but webrtcbin's.
     std::unique_ptr<gst::Reply> statistics() const;
     // When media or control packets last arrived. Any thread.

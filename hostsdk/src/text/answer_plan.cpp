@@ -40,29 +40,29 @@ public:
     std::optional<AnswerPlan> plan(std::string* error);
 
 private:
-    void lookAt(std::size_t index);
+    void lookAt(size_t index);
     bool takeFormat(PlannedSection* planned, RTC_CODEC codec);
     void rejectWithoutMultiplexing();
     void rejectOutsideOfOneGroup();
     void rejectIdleWithoutTransport();
     void collectGroups();
     bool addTransports(std::string* error);
-    std::optional<std::size_t> groupOf(std::size_t section) const;
-    bool isMultiplexed(std::size_t section) const;
-    bool isServed(std::size_t section) const;
-    void reject(std::size_t section, const std::string& reason);
+    std::optional<size_t> groupOf(size_t section) const;
+    bool isMultiplexed(size_t section) const;
+    bool isServed(size_t section) const;
+    void reject(size_t section, const std::string& reason);
     std::string reasons() const;
 
     const SessionDescription& offer_;
     const std::vector<AnsweringTrack>& tracks_;
     std::vector<bool> isTaken_;
-    std::vector<std::vector<std::size_t>> offeredGroups_;
+    std::vector<std::vector<size_t>> offeredGroups_;
     AnswerPlan plan_;
 };
 
-std::optional<std::size_t> Planner::groupOf(std::size_t section) const {
-    for (std::size_t i = 0; i < offeredGroups_.size(); i++) {
-        const std::vector<std::size_t>& group = offeredGroups_[i];
+std::optional<size_t> Planner::groupOf(size_t section) const {
+    for (size_t i = 0; i < offeredGroups_.size(); i++) {
+        const std::vector<size_t>& group = offeredGroups_[i];
         if (std::find(group.begin(), group.end(), section) != group.end()) {
             return i;
         }
@@ -70,11 +70,11 @@ std::optional<std::size_t> Planner::groupOf(std::size_t section) const {
     return std::nullopt;
 }
 
-bool Planner::isServed(std::size_t section) const {
+bool Planner::isServed(size_t section) const {
     return plan_.sections[section].outcome == Outcome::kServed;
 }
 
-void Planner::reject(std::size_t section, const std::string& reason) {
+void Planner::reject(size_t section, const std::string& reason) {
     plan_.sections[section].outcome = Outcome::kRejected;
     plan_.sections[section].reason = reason;
 }
@@ -90,14 +90,14 @@ bool Planner::takeFormat(PlannedSection* planned, RTC_CODEC codec) {
     return true;
 }
 
-void Planner::lookAt(std::size_t index) {
+void Planner::lookAt(size_t index) {
     PlannedSection& planned = plan_.sections[index];
     if (planned.offered.port == 0 && !(isBundleOnly(planned.offered) && groupOf(index))) {
         planned.reason = "the offer rejects it";
         return;
     }
     planned.reason = "nothing here serves it";
-    for (std::size_t track = 0; track < tracks_.size(); track++) {
+    for (size_t track = 0; track < tracks_.size(); track++) {
         if (planned.offered.kind != kindOf(tracks_[track].codec) || !takeFormat(&planned, tracks_[track].codec)) {
             continue;
         }
@@ -116,16 +116,16 @@ void Planner::lookAt(std::size_t index) {
 }
 
 // In a group one section speaks for all.
-bool Planner::isMultiplexed(std::size_t section) const {
-    const std::optional<std::size_t> group = groupOf(section);
-    const std::vector<std::size_t> members = group ? offeredGroups_[*group] : std::vector<std::size_t>{section};
+bool Planner::isMultiplexed(size_t section) const {
+    const std::optional<size_t> group = groupOf(section);
+    const std::vector<size_t> members = group ? offeredGroups_[*group] : std::vector<size_t>{section};
     return std::any_of(members.begin(), members.end(),
-                       [this](std::size_t member) { return offer_.sections[member].attributes.has("rtcp-mux"); });
+                       [this](size_t member) { return offer_.sections[member].attributes.has("rtcp-mux"); });
 }
 
 // The engine has one port for RTP and RTCP.
 void Planner::rejectWithoutMultiplexing() {
-    for (std::size_t i = 0; i < plan_.sections.size(); i++) {
+    for (size_t i = 0; i < plan_.sections.size(); i++) {
         if (isServed(i) && !isMultiplexed(i)) {
             reject(i, "it has no a=rtcp-mux, and RTP and RTCP share a port here");
         }
@@ -134,18 +134,18 @@ void Planner::rejectWithoutMultiplexing() {
 
 // The engine bundles everything or nothing.
 void Planner::rejectOutsideOfOneGroup() {
-    std::vector<std::size_t> served;
-    for (std::size_t i = 0; i < plan_.sections.size(); i++) {
+    std::vector<size_t> served;
+    for (size_t i = 0; i < plan_.sections.size(); i++) {
         if (isServed(i)) {
             served.push_back(i);
         }
     }
-    const bool anyShare = std::any_of(served.begin(), served.end(), [&](std::size_t one) {
-        return std::any_of(served.begin(), served.end(), [&](std::size_t other) {
+    const bool anyShare = std::any_of(served.begin(), served.end(), [&](size_t one) {
+        return std::any_of(served.begin(), served.end(), [&](size_t other) {
             return one != other && groupOf(one) && groupOf(one) == groupOf(other);
         });
     });
-    for (const std::size_t section : served) {
+    for (const size_t section : served) {
         if (anyShare && groupOf(section) != groupOf(served.front())) {
             reject(section, "it stands outside of the group of what is served");
         }
@@ -153,13 +153,13 @@ void Planner::rejectOutsideOfOneGroup() {
 }
 
 void Planner::rejectIdleWithoutTransport() {
-    for (std::size_t i = 0; i < plan_.sections.size(); i++) {
+    for (size_t i = 0; i < plan_.sections.size(); i++) {
         if (plan_.sections[i].outcome != Outcome::kIdle) {
             continue;
         }
-        const std::optional<std::size_t> group = groupOf(i);
+        const std::optional<size_t> group = groupOf(i);
         const bool hasTransport = group && std::any_of(offeredGroups_[*group].begin(), offeredGroups_[*group].end(),
-                                                       [this](std::size_t member) { return isServed(member); });
+                                                       [this](size_t member) { return isServed(member); });
         if (!hasTransport) {
             reject(i, plan_.sections[i].reason + " and it has no transport in common with that");
         }
@@ -167,15 +167,15 @@ void Planner::rejectIdleWithoutTransport() {
 }
 
 void Planner::collectGroups() {
-    for (const std::vector<std::size_t>& offered : offeredGroups_) {
-        std::vector<std::size_t> group;
-        for (const std::size_t section : offered) {
+    for (const std::vector<size_t>& offered : offeredGroups_) {
+        std::vector<size_t> group;
+        for (const size_t section : offered) {
             if (plan_.sections[section].outcome != Outcome::kRejected) {
                 group.push_back(section);
             }
         }
         // The first that is served and has a transport of its own stands for all (RFC 9143).
-        const auto first = std::find_if(group.begin(), group.end(), [this](std::size_t section) {
+        const auto first = std::find_if(group.begin(), group.end(), [this](size_t section) {
             return isServed(section) && !isBundleOnly(offer_.sections[section]);
         });
         if (first != group.end()) {
@@ -188,17 +188,17 @@ void Planner::collectGroups() {
 }
 
 bool Planner::addTransports(std::string* error) {
-    std::vector<std::size_t> carriers;
-    for (const std::size_t section : plan_.served) {
+    std::vector<size_t> carriers;
+    for (const size_t section : plan_.served) {
         const auto group = std::find_if(plan_.groups.begin(), plan_.groups.end(), [section](const auto& members) {
             return std::find(members.begin(), members.end(), section) != members.end();
         });
-        const std::size_t carrier = group == plan_.groups.end() ? section : group->front();
+        const size_t carrier = group == plan_.groups.end() ? section : group->front();
         if (std::find(carriers.begin(), carriers.end(), carrier) == carriers.end()) {
             carriers.push_back(carrier);
         }
     }
-    for (const std::size_t carrier : carriers) {
+    for (const size_t carrier : carriers) {
         const std::optional<Transport> transport = transportOf(offer_, carrier, error);
         if (!transport) {
             return false;
@@ -222,7 +222,7 @@ std::optional<AnswerPlan> Planner::plan(std::string* error) {
         return std::nullopt;
     }
     plan_.isIceLite = offer_.session.has("ice-lite");
-    for (std::size_t i = 0; i < offer_.sections.size(); i++) {
+    for (size_t i = 0; i < offer_.sections.size(); i++) {
         plan_.sections.emplace_back();
         plan_.sections.back().offered = offer_.sections[i];
         lookAt(i);
@@ -230,7 +230,7 @@ std::optional<AnswerPlan> Planner::plan(std::string* error) {
     rejectWithoutMultiplexing();
     rejectOutsideOfOneGroup();
     rejectIdleWithoutTransport();
-    for (std::size_t i = 0; i < plan_.sections.size(); i++) {
+    for (size_t i = 0; i < plan_.sections.size(); i++) {
         if (isServed(i)) {
             plan_.served.push_back(i);
         }
@@ -245,12 +245,12 @@ std::optional<AnswerPlan> Planner::plan(std::string* error) {
 
 }  // namespace
 
-std::size_t AnswerPlan::engineLineOf(std::size_t section) const {
+size_t AnswerPlan::engineLineOf(size_t section) const {
     const auto own = std::find(served.begin(), served.end(), section);
     if (own != served.end()) {
-        return static_cast<std::size_t>(own - served.begin());
+        return static_cast<size_t>(own - served.begin());
     }
-    for (const std::vector<std::size_t>& group : groups) {
+    for (const std::vector<size_t>& group : groups) {
         if (std::find(group.begin(), group.end(), section) != group.end()) {
             return engineLineOf(group.front());
         }
@@ -258,7 +258,7 @@ std::size_t AnswerPlan::engineLineOf(std::size_t section) const {
     return 0;
 }
 
-const Transport& AnswerPlan::transportOfEngineLine(std::size_t line) const {
+const Transport& AnswerPlan::transportOfEngineLine(size_t line) const {
     return transports[std::min(line, transports.size() - 1)];
 }
 

@@ -1,4 +1,4 @@
-// What becomes of each section of an offer, decided before the engine sees it.
+/** @file answer_plan.h What becomes of each section of an offer, decided before the engine sees it. */
 #ifndef HOSTSDK_SRC_TEXT_ANSWER_PLAN_H
 #define HOSTSDK_SRC_TEXT_ANSWER_PLAN_H
 
@@ -37,15 +37,15 @@ struct PlannedSection {
     std::string parameters;                                                            // of the answer's fmtp
     std::vector<std::string> feedback;                                                 // of the answer: "nack pli"
     RTC_RTP_TRANSCEIVER_DIRECTION direction = RTC_RTP_TRANSCEIVER_DIRECTION_INACTIVE;  // of the answer
-    std::size_t track = 0;  // the one that serves it, and its names
+    size_t track = 0;  // the one that serves it, and its names
     std::string streamId;
     std::string trackId;
 };
 
 struct AnswerPlan {
-    std::vector<PlannedSection> sections;          // those of the offer, in its order
-    std::vector<std::size_t> served;               // the sections that the engine sees, in their order
-    std::vector<std::vector<std::size_t>> groups;  // BUNDLE, as the answer has them
+    std::vector<PlannedSection> sections;     // those of the offer, in its order
+    std::vector<size_t> served;               // the sections that the engine sees, in their order
+    std::vector<std::vector<size_t>> groups;  // BUNDLE, as the answer has them
     // Either one for everything that is served, or one for each.
     std::vector<Transport> transports;
     bool isIceLite = false;
@@ -54,9 +54,9 @@ struct AnswerPlan {
         return transports.size() < served.size();
     }
     // The m-line of the engine's offer and answer that holds the section's transport; the section is not rejected.
-    std::size_t engineLineOf(std::size_t section) const;
+    size_t engineLineOf(size_t section) const;
     // Of the engine's m-line: with one transport, all m-lines have it.
-    const Transport& transportOfEngineLine(std::size_t line) const;
+    const Transport& transportOfEngineLine(size_t line) const;
 };
 
 // Nothing when no section can be served or a transport is incomplete; `error` then says why. A track serves at most one

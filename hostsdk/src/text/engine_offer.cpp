@@ -11,7 +11,7 @@ constexpr const char* kEnd = "\r\n";
 // The far end's source, which tells the engine whose packets they are before it has seen their format.
 std::string sourceLine(const PlannedSection& planned) {
     const std::vector<std::string> words = splitWords(planned.offered.attributes.value("ssrc").value_or(""));
-    constexpr std::size_t kMostDigits = 10;
+    constexpr size_t kMostDigits = 10;
     if (!isReceiving(planned.direction) || words.empty() || words[0].size() > kMostDigits ||
         words[0].find_first_not_of("0123456789") != std::string::npos) {
         return "";
@@ -36,7 +36,7 @@ std::string formatLines(const PlannedSection& planned) {
     return text;
 }
 
-std::string sectionText(const AnswerPlan& plan, std::size_t line) {
+std::string sectionText(const AnswerPlan& plan, size_t line) {
     const PlannedSection& planned = plan.sections[plan.served[line]];
     const Transport& transport = plan.transportOfEngineLine(line);
     std::string text = "m=" + planned.offered.kind + " 9 UDP/TLS/RTP/SAVPF " +
@@ -61,7 +61,7 @@ std::string engineOffer(const AnswerPlan& plan) {
     }
     std::string group;
     std::string sections;
-    for (std::size_t line = 0; line < plan.served.size(); line++) {
+    for (size_t line = 0; line < plan.served.size(); line++) {
         group += " " + std::to_string(line);
         sections += sectionText(plan, line);
     }

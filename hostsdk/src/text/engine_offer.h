@@ -1,4 +1,4 @@
-// The offer that the engine gets in place of the viewer's.
+/** @file engine_offer.h The offer that the engine gets in place of the viewer's. */
 #ifndef HOSTSDK_SRC_TEXT_ENGINE_OFFER_H
 #define HOSTSDK_SRC_TEXT_ENGINE_OFFER_H
 

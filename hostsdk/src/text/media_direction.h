@@ -1,4 +1,4 @@
-// Directions of media, as offers and answers have them.
+/** @file media_direction.h Directions of media, as offers and answers have them. */
 #ifndef HOSTSDK_SRC_TEXT_MEDIA_DIRECTION_H
 #define HOSTSDK_SRC_TEXT_MEDIA_DIRECTION_H
 

@@ -9,11 +9,11 @@ namespace zelrtc::hostsdk {
 
 namespace {
 
-constexpr std::size_t kLongestIceText = 256;
-constexpr std::size_t kShortestUser = 4;
-constexpr std::size_t kShortestPassword = 22;
+constexpr size_t kLongestIceText = 256;
+constexpr size_t kShortestUser = 4;
+constexpr size_t kShortestPassword = 22;
 
-bool isIceText(const std::string& text, std::size_t shortest) {
+bool isIceText(const std::string& text, size_t shortest) {
     return text.size() >= shortest && text.size() <= kLongestIceText &&
            std::all_of(text.begin(), text.end(), [](unsigned char character) {
                return std::isalnum(character) != 0 || character == '+' || character == '/' || character == '-' ||
@@ -21,7 +21,7 @@ bool isIceText(const std::string& text, std::size_t shortest) {
            });
 }
 
-bool isHexPair(const std::string& text, std::size_t position) {
+bool isHexPair(const std::string& text, size_t position) {
     return std::isxdigit(static_cast<unsigned char>(text[position])) != 0 &&
            std::isxdigit(static_cast<unsigned char>(text[position + 1])) != 0;
 }
@@ -33,7 +33,7 @@ bool isFingerprint(const std::string& value) {
         return false;
     }
     const std::string& digest = words[1];
-    for (std::size_t position = 0; position < digest.size(); position += 3) {
+    for (size_t position = 0; position < digest.size(); position += 3) {
         const bool isLast = position + 2 == digest.size();
         if (!isHexPair(digest, position) || (!isLast && digest[position + 2] != ':')) {
             return false;
@@ -70,8 +70,8 @@ std::vector<std::string> usableCandidates(const Section& section) {
     return usable;
 }
 
-std::optional<std::size_t> sectionCalled(const SessionDescription& offer, const std::string& mid) {
-    for (std::size_t i = 0; i < offer.sections.size(); i++) {
+std::optional<size_t> sectionCalled(const SessionDescription& offer, const std::string& mid) {
+    for (size_t i = 0; i < offer.sections.size(); i++) {
         if (offer.sections[i].attributes.value("mid") == mid) {
             return i;
         }
@@ -94,8 +94,8 @@ std::string faultOf(const Transport& transport, const std::optional<std::string>
 
 }  // namespace
 
-std::vector<std::vector<std::size_t>> bundleGroups(const SessionDescription& offer) {
-    std::vector<std::vector<std::size_t>> groups;
+std::vector<std::vector<size_t>> bundleGroups(const SessionDescription& offer) {
+    std::vector<std::vector<size_t>> groups;
     std::vector<bool> isTaken(offer.sections.size(), false);
     for (const std::string& value : offer.session.values("group")) {
         const std::vector<std::string> words = splitWords(value);
@@ -103,8 +103,8 @@ std::vector<std::vector<std::size_t>> bundleGroups(const SessionDescription& off
             continue;
         }
         groups.emplace_back();
-        for (std::size_t i = 1; i < words.size(); i++) {
-            const std::optional<std::size_t> section = sectionCalled(offer, words[i]);
+        for (size_t i = 1; i < words.size(); i++) {
+            const std::optional<size_t> section = sectionCalled(offer, words[i]);
             if (section && !isTaken[*section]) {
                 isTaken[*section] = true;
                 groups.back().push_back(*section);
@@ -119,7 +119,7 @@ bool isBundleOnly(const Section& section) {
 }
 
 std::string checkMids(const SessionDescription& offer) {
-    for (std::size_t i = 0; i < offer.sections.size(); i++) {
+    for (size_t i = 0; i < offer.sections.size(); i++) {
         const std::optional<std::string> mid = offer.sections[i].attributes.value("mid");
         if (!mid) {
             continue;
@@ -134,7 +134,7 @@ std::string checkMids(const SessionDescription& offer) {
     return "";
 }
 
-std::optional<Transport> transportOf(const SessionDescription& offer, std::size_t section, std::string* error) {
+std::optional<Transport> transportOf(const SessionDescription& offer, size_t section, std::string* error) {
     const Section& offered = offer.sections[section];
     Transport transport;
     transport.user = offer.inherited(offered, "ice-ufrag").value_or("");

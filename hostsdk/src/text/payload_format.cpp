@@ -28,8 +28,8 @@ std::optional<int> readPayloadType(const std::string& word) {
 // Of the first "96 text" among the values.
 std::string textFor(const std::string& payloadType, const std::vector<std::string>& values) {
     for (const std::string& value : values) {
-        const std::size_t space = value.find(' ');
-        const std::size_t start = value.find_first_not_of(' ', space);
+        const size_t space = value.find(' ');
+        const size_t start = value.find_first_not_of(' ', space);
         if (value.substr(0, space) == payloadType && start != std::string::npos) {
             return value.substr(start);
         }
@@ -42,7 +42,7 @@ std::string parameter(const std::string& parameters, const char* name) {
     for (std::string entry; std::getline(stream, entry, ';');) {
         const std::vector<std::string> words = splitWords(entry);
         const std::string text = words.empty() ? "" : words[0];
-        const std::size_t equals = text.find('=');
+        const size_t equals = text.find('=');
         if (equals != std::string::npos && equalsIgnoringCase(text.substr(0, equals), name)) {
             return text.substr(equals + 1);
         }

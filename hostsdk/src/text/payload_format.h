@@ -1,4 +1,4 @@
-// The formats of a section, and which of them to answer with.
+/** @file payload_format.h The formats of a section, and which of them to answer with. */
 #ifndef HOSTSDK_SRC_TEXT_PAYLOAD_FORMAT_H
 #define HOSTSDK_SRC_TEXT_PAYLOAD_FORMAT_H
 

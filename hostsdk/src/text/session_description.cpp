@@ -8,10 +8,10 @@ namespace zelrtc::hostsdk {
 
 namespace {
 
-constexpr std::size_t kMostSections = 64;
+constexpr size_t kMostSections = 64;
 constexpr int kHighestPort = 65535;
 // Enough to see which line an error is about.
-constexpr std::size_t kLongestQuotation = 40;
+constexpr size_t kLongestQuotation = 40;
 
 std::string quote(const std::string& line) {
     std::string text = line.substr(0, kLongestQuotation);
@@ -20,7 +20,7 @@ std::string quote(const std::string& line) {
     return "\"" + text + (line.size() > kLongestQuotation ? "...\"" : "\"");
 }
 
-bool isBlankAt(const std::string& line, std::size_t position) {
+bool isBlankAt(const std::string& line, size_t position) {
     return line[position] == ' ' || line[position] == '\t' || line[position] == '\r';
 }
 
@@ -50,21 +50,21 @@ std::optional<int> readPort(const std::string& word) {
 class Reader {
 public:
     // What is wrong with the line; empty when nothing is.
-    std::string read(const std::string& line, std::size_t number);
+    std::string read(const std::string& line, size_t number);
 
     SessionDescription take() {
         return std::move(description_);
     }
 
 private:
-    std::string readMedia(const std::string& line, std::size_t number);
+    std::string readMedia(const std::string& line, size_t number);
     std::string readAttribute(const std::string& text);
 
     SessionDescription description_;
     bool hasVersion_ = false;
 };
 
-std::string Reader::read(const std::string& line, std::size_t number) {
+std::string Reader::read(const std::string& line, size_t number) {
     if (!hasVersion_) {
         hasVersion_ = line == "v=0";
         return hasVersion_ ? "" : "it does not begin with v=0";
@@ -85,7 +85,7 @@ std::string Reader::read(const std::string& line, std::size_t number) {
 }
 
 // "m=video 9 UDP/TLS/RTP/SAVPF 96 97"
-std::string Reader::readMedia(const std::string& line, std::size_t number) {
+std::string Reader::readMedia(const std::string& line, size_t number) {
     const std::vector<std::string> words = splitWords(line.substr(2));
     if (words.size() < 4) {
         return "an m-line has four fields: medium, port, protocol and formats";
@@ -108,7 +108,7 @@ std::string Reader::readMedia(const std::string& line, std::size_t number) {
 }
 
 std::string Reader::readAttribute(const std::string& text) {
-    const std::size_t colon = text.find(':');
+    const size_t colon = text.find(':');
     const std::string name = text.substr(0, colon);
     if (name.empty()) {
         return "the attribute has no name";
@@ -157,7 +157,7 @@ std::optional<std::string> SessionDescription::inherited(const Section& section,
 std::optional<SessionDescription> parseDescription(const std::string& sdp, std::string* error) {
     Reader reader;
     std::istringstream lines(sdp);
-    std::size_t number = 0;
+    size_t number = 0;
     for (std::string line; std::getline(lines, line);) {
         number++;
         const std::string text = withoutTrailingBlanks(line);

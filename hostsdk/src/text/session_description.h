@@ -1,4 +1,7 @@
-// A session description (RFC 8866) as this side reads it: its sections and their attributes, in their order.
+/**
+ * @file session_description.h A session description (RFC 8866) as this side reads it: its sections and their
+ * attributes, in their order.
+ */
 #ifndef HOSTSDK_SRC_TEXT_SESSION_DESCRIPTION_H
 #define HOSTSDK_SRC_TEXT_SESSION_DESCRIPTION_H
 
@@ -32,8 +35,8 @@ private:
 };
 
 struct Section {
-    std::size_t line = 0;  // where its m-line stands, counted from 1
-    std::string kind;      // "audio", "video", "application"
+    size_t line = 0;   // where its m-line stands, counted from 1
+    std::string kind;  // "audio", "video", "application"
     int port = 0;
     std::string protocol;
     std::vector<std::string> formats;  // never empty

@@ -104,8 +104,8 @@ void addSource(const PlannedSection& planned, const Section& engine, Lines* line
     }
 }
 
-void addCandidates(const AnswerPlan& plan, const LocalSide& local, std::size_t section, Lines* lines) {
-    const std::size_t engineLine = plan.engineLineOf(section);
+void addCandidates(const AnswerPlan& plan, const LocalSide& local, size_t section, Lines* lines) {
+    const size_t engineLine = plan.engineLineOf(section);
     if (plan.transportOfEngineLine(engineLine).section != section) {
         return;
     }
@@ -119,7 +119,7 @@ void addCandidates(const AnswerPlan& plan, const LocalSide& local, std::size_t s
     }
 }
 
-std::string acceptedSection(const AnswerPlan& plan, const LocalSide& local, std::size_t index) {
+std::string acceptedSection(const AnswerPlan& plan, const LocalSide& local, size_t index) {
     const PlannedSection& planned = plan.sections[index];
     const Section& engine = local.engineAnswer.sections.at(plan.engineLineOf(index));
     Lines lines;
@@ -136,9 +136,9 @@ std::string acceptedSection(const AnswerPlan& plan, const LocalSide& local, std:
     return lines.text();
 }
 
-std::string groupLine(const AnswerPlan& plan, const std::vector<std::size_t>& group) {
+std::string groupLine(const AnswerPlan& plan, const std::vector<size_t>& group) {
     std::string text = "BUNDLE";
-    for (const std::size_t section : group) {
+    for (const size_t section : group) {
         text += " " + plan.sections[section].offered.attributes.value("mid").value_or("");
     }
     return text;
@@ -152,12 +152,12 @@ std::string writeAnswer(const AnswerPlan& plan, const LocalSide& local) {
     head.add("o=- " + std::to_string(local.sessionId) + " 1 IN IP4 0.0.0.0");
     head.add("s=-");
     head.add("t=0 0");
-    for (const std::vector<std::size_t>& group : plan.groups) {
+    for (const std::vector<size_t>& group : plan.groups) {
         head.addAttribute("group", groupLine(plan, group));
     }
     head.addAttribute("ice-options", "trickle");
     std::string text = head.text();
-    for (std::size_t i = 0; i < plan.sections.size(); i++) {
+    for (size_t i = 0; i < plan.sections.size(); i++) {
         const PlannedSection& planned = plan.sections[i];
         text += planned.outcome == Outcome::kRejected ? rejectedSection(planned.offered, local.engineAnswer)
                                                       : acceptedSection(plan, local, i);

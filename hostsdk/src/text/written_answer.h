@@ -1,4 +1,4 @@
-// The answer that the viewer gets in place of the engine's.
+/** @file written_answer.h The answer that the viewer gets in place of the engine's. */
 #ifndef HOSTSDK_SRC_TEXT_WRITTEN_ANSWER_H
 #define HOSTSDK_SRC_TEXT_WRITTEN_ANSWER_H
 
@@ -13,12 +13,12 @@
 namespace zelrtc::hostsdk {
 
 struct LocalCandidate {
-    std::size_t engineLine = 0;
+    size_t engineLine = 0;
     std::string line;  // as the engine writes it: "candidate:..."
 };
 
 struct LocalSide {
-    std::uint64_t sessionId = 0;  // of the o= line
+    uint64_t sessionId = 0;  // of the o= line
     SessionDescription engineAnswer;
     std::vector<LocalCandidate> candidates;
     bool hasAllCandidates = false;
