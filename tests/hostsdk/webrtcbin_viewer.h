@@ -57,6 +57,4 @@ private:
 
 }  // namespace zelrtc::test
 
-}  // namespace zelrtc::test
-
 #endif
