@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "http/letter_case.h"
 #include "call/sdk_limits.h"
+#include "http/letter_case.h"
 
 namespace zelrtc::camera {
 

@@ -13,6 +13,7 @@
 
 #include "camera_process.h"
 #include "sdk_limits.h"
+#include "switched_environment.h"
 #include "viewer_process.h"
 #include "waiting.h"
 
@@ -112,6 +113,7 @@ TEST(HungUpCall, TellsTheViewerWhyWhenSomeoneElseEndsIt) {
 }
 
 TEST(KilledViewer, IsNoticed) {
+    const FasterSilence faster;
     CameraProcess camera;
     ViewerProcess viewer(camera.url(), {"--keep"});
     ASSERT_TRUE(camera.hasConnectedCalls(1));
@@ -151,12 +153,14 @@ class LeavesNothing : public ::testing::TestWithParam<Departure> {
 protected:
     // What belongs to the first call of a process stays: certificate, thread pools, sockets of the registry.
     void warmUp() {
-        view(camera_.url(), {"--seconds", "1"});
+        const auto outcome = view(camera_.url(), {"--seconds", "1"});
+        ASSERT_EQ(outcome.status, 0) << outcome.report.dump(2);
         view(camera_.url(), {"--seconds", "1", "--no-trickle"});
         ASSERT_TRUE(camera_.hasNoCalls(sdkLimit("release")));
         ASSERT_TRUE(eventually([this] { return camera_.runningEncoders() == 0; }, 10s));
     }
 
+    const FasterSilence faster_;
     CameraProcess camera_;
 };
 

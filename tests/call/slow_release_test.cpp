@@ -13,7 +13,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::size_t kCalls = 8;
+constexpr size_t kCalls = 8;
 // One after the other they would take twice as long as any limit here.
 constexpr const char* kReleaseMs = "2200";
 

@@ -17,12 +17,16 @@ namespace {
 
 const size_t kLargestEscape = sizeof("\\u0000") - 1;
 
-// JSON text is UTF-8, and a field ends at its terminator; everything else may stand in either.
+// JSON text is UTF-8, and a field ends at its terminator. Of what JSON escapes only line ends come back: other escapes
+// stay in the text as they are.
+bool comesBack(unsigned char byte) {
+    return byte == '\r' || byte == '\n' || (byte >= 0x20 && byte < 0x80 && byte != '"' && byte != '\\');
+}
+
 std::string plainText(FuzzedDataProvider* input, size_t limit) {
     std::string text = input->ConsumeRandomLengthString(limit);
     for (CHAR& character : text) {
-        const auto byte = static_cast<unsigned char>(character);
-        character = static_cast<CHAR>(byte == 0 || byte >= 0x80 ? 'x' : byte);
+        character = comesBack(static_cast<unsigned char>(character)) ? character : 'x';
     }
     return text;
 }

@@ -120,8 +120,8 @@ void AnsweringSide::close() {
     EXPECT_EQ(closePeerConnection(connection_), STATUS_SUCCESS);
 }
 
-bool AnsweringSide::waitForState(RTC_PEER_CONNECTION_STATE state) {
-    return waitFor([&] { return std::find(states_.begin(), states_.end(), state) != states_.end(); });
+bool AnsweringSide::waitForState(RTC_PEER_CONNECTION_STATE state, std::chrono::milliseconds limit) {
+    return waitFor([&] { return std::find(states_.begin(), states_.end(), state) != states_.end(); }, limit);
 }
 
 bool AnsweringSide::waitForGathering(std::chrono::milliseconds limit) {
@@ -158,16 +158,20 @@ std::vector<UINT64> AnsweringSide::audioTimes() {
     return audioTimes_;
 }
 
-bool AnsweringSide::allOnOneForeignThread() {
+std::set<std::thread::id> AnsweringSide::timerThreads() {
     const std::lock_guard<std::mutex> lock(mutex_);
-    return !threads_.empty() && threads_[0] != std::this_thread::get_id() &&
-           std::all_of(threads_.begin(), threads_.end(), [&](std::thread::id thread) { return thread == threads_[0]; });
+    return timerThreads_;
 }
 
-void AnsweringSide::note(const std::function<void()>& change) {
+std::set<std::thread::id> AnsweringSide::listenerThreads() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return listenerThreads_;
+}
+
+void AnsweringSide::note(std::set<std::thread::id>* threads, const std::function<void()>& change) {
     const std::lock_guard<std::mutex> lock(mutex_);
     change();
-    threads_.push_back(std::this_thread::get_id());
+    threads->insert(std::this_thread::get_id());
     changed_.notify_all();
 }
 
@@ -178,7 +182,7 @@ AnsweringSide& AnsweringSide::from(UINT64 customData) {
 
 VOID AnsweringSide::onCandidate(UINT64 customData, PCHAR json) {
     AnsweringSide& side = from(customData);
-    side.note([&] {
+    side.note(&side.timerThreads_, [&] {
         if (json == nullptr) {
             side.ends_++;
         } else {
@@ -189,7 +193,8 @@ VOID AnsweringSide::onCandidate(UINT64 customData, PCHAR json) {
 
 VOID AnsweringSide::onState(UINT64 customData, RTC_PEER_CONNECTION_STATE state) {
     AnsweringSide& side = from(customData);
-    side.note([&] { side.states_.push_back(state); });
+    const bool isConnected = state == RTC_PEER_CONNECTION_STATE_CONNECTED;
+    side.note(isConnected ? &side.listenerThreads_ : &side.timerThreads_, [&] { side.states_.push_back(state); });
     if (side.duringState) {
         side.duringState(state);
     }
@@ -197,7 +202,7 @@ VOID AnsweringSide::onState(UINT64 customData, RTC_PEER_CONNECTION_STATE state) 
 
 VOID AnsweringSide::onAudio(UINT64 customData, PFrame frame) {
     AnsweringSide& side = from(customData);
-    side.note([&] {
+    side.note(&side.listenerThreads_, [&] {
         side.audioSizes_.push_back(frame->size);
         side.audioTimes_.push_back(frame->presentationTs);
     });

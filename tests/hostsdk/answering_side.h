@@ -10,6 +10,7 @@
 #include <condition_variable>
 #include <functional>
 #include <mutex>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -44,7 +45,7 @@ public:
     void close();
 
     // Each false at the deadline.
-    bool waitForState(RTC_PEER_CONNECTION_STATE state);
+    bool waitForState(RTC_PEER_CONNECTION_STATE state, std::chrono::milliseconds limit = kDeadline);
     bool waitForGathering(std::chrono::milliseconds limit = kDeadline);
     bool waitFor(const std::function<bool()>& condition, std::chrono::milliseconds limit = kDeadline);
 
@@ -54,7 +55,9 @@ public:
     int ends();
     std::vector<UINT32> audioSizes();
     std::vector<UINT64> audioTimes();
-    bool allOnOneForeignThread();
+    // On which threads candidates, the end of gathering and states other than CONNECTED came, and on which the others.
+    std::set<std::thread::id> timerThreads();
+    std::set<std::thread::id> listenerThreads();
 
     PRtcPeerConnection connection() const {
         return connection_;
@@ -78,7 +81,7 @@ private:
     static VOID onAudio(UINT64 customData, PFrame frame);
 
     PRtcRtpTransceiver addTrack(RTC_CODEC codec, MEDIA_STREAM_TRACK_KIND kind);
-    void note(const std::function<void()>& change);
+    void note(std::set<std::thread::id>* threads, const std::function<void()>& change);
 
     PRtcPeerConnection connection_ = nullptr;
     PRtcRtpTransceiver video_ = nullptr;
@@ -92,7 +95,8 @@ private:
     int ends_ = 0;
     std::vector<UINT32> audioSizes_;
     std::vector<UINT64> audioTimes_;
-    std::vector<std::thread::id> threads_;
+    std::set<std::thread::id> timerThreads_;
+    std::set<std::thread::id> listenerThreads_;
 };
 
 }  // namespace zelrtc::test

@@ -11,8 +11,6 @@ namespace zelrtc::test {
 
 namespace {
 
-constexpr STATUS kSdpUnreadable = 0x55000008;
-constexpr STATUS kNoRemoteDescription = 0x5e000001;
 constexpr STATUS kIceServerIndex = 0x5a000028;
 
 VOID ignoreCandidate(UINT64, PCHAR) {

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <set>
+#include <thread>
 
 #include "answering_side.h"
 #include "statuses.h"
@@ -89,10 +91,30 @@ TEST_F(Call, takesFramesFromInsideTheConnectedHandler) {
     EXPECT_EQ(written, STATUS_SUCCESS);
 }
 
-TEST_F(Call, runsAllItsHandlersOnOneThreadOfItsOwn) {
+TEST_F(Call, runsItsHandlersOnTwoThreadsOfItsOwn) {
     place("video audio");
     ASSERT_TRUE(side.writeUntil([&] { return !side.audioSizes().empty(); }));
-    EXPECT_TRUE(side.allOnOneForeignThread());
+    const std::set<std::thread::id> timer = side.timerThreads();
+    const std::set<std::thread::id> listener = side.listenerThreads();
+    ASSERT_EQ(timer.size(), 1U);
+    ASSERT_EQ(listener.size(), 1U);
+    EXPECT_NE(*timer.begin(), *listener.begin());
+    EXPECT_EQ(timer.count(std::this_thread::get_id()) + listener.count(std::this_thread::get_id()), 0U);
+}
+
+TEST_F(Call, dropsTheAudioOfASourceThatTheOfferDoesNotName) {
+    viewer = std::make_unique<WebrtcbinViewer>("video audio");
+    std::string offer = viewer->makeOffer();
+    for (size_t line = offer.find("a=ssrc:"); line != std::string::npos; line = offer.find("a=ssrc:")) {
+        offer.erase(line, offer.find('\n', line) + 1 - line);
+    }
+    ASSERT_EQ(side.answer(offer), STATUS_SUCCESS);
+    ASSERT_TRUE(side.waitForGathering());
+    viewer->setAnswer(side.localSdp());
+    ASSERT_TRUE(side.waitForState(RTC_PEER_CONNECTION_STATE_CONNECTED));
+    const int talked = viewer->talkPackets();
+    EXPECT_TRUE(side.writeUntil([&] { return viewer->audioFrames() >= 20 && viewer->talkPackets() >= talked + 50; }));
+    EXPECT_TRUE(side.audioSizes().empty());
 }
 
 TEST_F(Call, tellsTheSelectedCandidates) {

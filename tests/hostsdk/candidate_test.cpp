@@ -92,6 +92,12 @@ TEST(CandidateJson, needsBothItsArguments) {
     EXPECT_EQ(deserializeRtcIceCandidateInit(json, 2, nullptr), STATUS_NULL_ARG);
 }
 
+TEST(CandidateJson, keepsEscapesOtherThanLineEndsAsTheyAre) {
+    RtcIceCandidateInit candidate{};
+    ASSERT_EQ(read(R"({"candidate":"candidate:1\/a 1 udp\r\n"})", &candidate), STATUS_SUCCESS);
+    EXPECT_STREQ(candidate.candidate, "candidate:1\\/a 1 udp\r\n");
+}
+
 TEST(CandidateJson, isWrittenInTheSdksForm) {
     EXPECT_EQ(zelrtc::hostsdk::writeCandidateJson("candidate:1 1 udp 1 192.0.2.2 9 typ host", "0", 0),
               R"({"candidate":"candidate:1 1 udp 1 192.0.2.2 9 typ host","sdpMid":"0","sdpMLineIndex":0})");
@@ -110,6 +116,13 @@ TEST(CandidateLine, ofARelayKeepsItsRelatedAddress) {
         zelrtc::hostsdk::sdkCandidate("candidate:3 1 UDP 1 198.51.100.1 5000 typ relay raddr 192.0.2.2 rport 45020"),
         "candidate:3 1 udp 1 198.51.100.1 5000 typ relay raddr 192.0.2.2 rport 45020 generation 0 "
         "network-cost 999");
+}
+
+TEST(CandidateLine, saysWhetherItIsOfARelay) {
+    EXPECT_TRUE(zelrtc::hostsdk::isRelayCandidate("candidate:3 1 UDP 1 198.51.100.1 5000 typ relay raddr 192.0.2.2"));
+    EXPECT_TRUE(zelrtc::hostsdk::isRelayCandidate("a=candidate:3 1 UDP 1 198.51.100.1 5000 typ relay raddr 192.0.2.2"));
+    EXPECT_FALSE(zelrtc::hostsdk::isRelayCandidate("candidate:1 1 udp 1 192.0.2.2 9 typ host"));
+    EXPECT_FALSE(zelrtc::hostsdk::isRelayCandidate("a=x 3 1 UDP 1 198.51.100.1 typ relay"));
 }
 
 TEST(CandidateLine, withANumericAddressOverUdpIsUsable) {

@@ -92,6 +92,70 @@ TEST(HandlerExecutor, dropsWhatHasNotStartedWhenItStops) {
     EXPECT_EQ(late, 0);
 }
 
+TEST(HandlerExecutor, runsIncomingTasksBesideTheOthers) {
+    HandlerExecutor executor(doNothing, kNever);
+    std::promise<std::thread::id> timer;
+    std::promise<std::thread::id> listener;
+    std::promise<void> bothRun;
+    const std::shared_future<void> wait = bothRun.get_future().share();
+    executor.post([&] {
+        timer.set_value(std::this_thread::get_id());
+        wait.wait();
+    });
+    executor.postIncoming([&] {
+        listener.set_value(std::this_thread::get_id());
+        wait.wait();
+    });
+    auto timerThread = timer.get_future();
+    auto listenerThread = listener.get_future();
+    ASSERT_EQ(timerThread.wait_for(kDeadline), std::future_status::ready);
+    ASSERT_EQ(listenerThread.wait_for(kDeadline), std::future_status::ready);
+    EXPECT_NE(timerThread.get(), listenerThread.get());
+    bothRun.set_value();
+    executor.stop();
+}
+
+TEST(HandlerExecutor, waitsForTheOtherThreadWhenATaskStopsIt) {
+    HandlerExecutor executor(doNothing, kNever);
+    std::promise<void> started;
+    std::promise<void> release;
+    std::promise<bool> stopped;
+    std::atomic<bool> finished{false};
+    executor.postIncoming([&] {
+        started.set_value();
+        release.get_future().wait();
+        finished = true;
+    });
+    started.get_future().wait();
+    executor.post([&] {
+        executor.stop();
+        stopped.set_value(finished);
+    });
+    auto result = stopped.get_future();
+    EXPECT_EQ(result.wait_for(50ms), std::future_status::timeout);
+    release.set_value();
+    EXPECT_TRUE(result.get());
+}
+
+TEST(HandlerExecutor, canBeStoppedFromInsideATaskOfEitherThreadAtOnce) {
+    HandlerExecutor executor(doNothing, kNever);
+    std::promise<void> timer;
+    std::promise<void> listener;
+    std::atomic<int> running{0};
+    const auto stopTogether = [&](std::promise<void>* done) {
+        running++;
+        while (running < 2) {
+            std::this_thread::yield();
+        }
+        executor.stop();
+        done->set_value();
+    };
+    executor.post([&] { stopTogether(&timer); });
+    executor.postIncoming([&] { stopTogether(&listener); });
+    EXPECT_EQ(timer.get_future().wait_for(kDeadline), std::future_status::ready);
+    EXPECT_EQ(listener.get_future().wait_for(kDeadline), std::future_status::ready);
+}
+
 TEST(HandlerExecutor, canBeStoppedFromInsideATask) {
     HandlerExecutor executor(doNothing, kNever);
     std::promise<void> done;

@@ -3,10 +3,14 @@
 #include <nlohmann/json.hpp>
 
 #include "answering_side.h"
+#include "statuses.h"
+#include "stun_server.h"
 #include "text/session_description.h"
 #include "webrtcbin_viewer.h"
 
 namespace zelrtc::test {
+
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -14,6 +18,26 @@ std::string offerOf(const std::string& sections) {
     initKvsWebRtc();
     WebrtcbinViewer viewer(sections);
     return viewer.makeOffer();
+}
+
+std::string without(std::string text, const std::string& lineStart) {
+    const std::string start = "\n" + lineStart;
+    for (size_t line = text.find(start); line != std::string::npos; line = text.find(start)) {
+        text.erase(line, text.find('\n', line + 1) - line);
+    }
+    return text;
+}
+
+STATUS statusOf(const std::string& offer) {
+    AnsweringSide side;
+    return side.setOffer(offer);
+}
+
+RtcIceServerStats serverStatistics(AnsweringSide* side) {
+    RtcStats stats{};
+    stats.requestedTypeOfStats = RTC_STATS_TYPE_ICE_SERVER;
+    EXPECT_EQ(rtcPeerConnectionGetMetrics(side->connection(), nullptr, &stats), STATUS_SUCCESS);
+    return stats.rtcStatsObject.iceServerStats;
 }
 
 int count(const std::string& text, const std::string& part) {
@@ -117,12 +141,59 @@ TEST(Gathering, endsWithoutCandidatesWhenOnlyRelaysAreAllowedAndThereIsNone) {
     EXPECT_TRUE(side.candidates().empty());
 }
 
-TEST(Statistics, ofAnIceServerThatWasAskedAreNotInvented) {
+TEST(Gathering, lastsTenSecondsBesideADeadServerAndTheCallConnects) {
+    ASSERT_EQ(initKvsWebRtc(), STATUS_SUCCESS);
     AnsweringSide side("stun:127.0.0.1:1");
+    WebrtcbinViewer viewer("video audio");
+    const auto started = std::chrono::steady_clock::now();
+    ASSERT_EQ(side.answer(viewer.makeOffer()), STATUS_SUCCESS);
+    ASSERT_TRUE(side.waitForGathering());
+    EXPECT_GE(std::chrono::steady_clock::now() - started, 10s);
+    viewer.setAnswer(side.localSdp());
+    EXPECT_TRUE(side.waitForState(RTC_PEER_CONNECTION_STATE_CONNECTED));
+    EXPECT_EQ(side.states(), (std::vector<RTC_PEER_CONNECTION_STATE>{RTC_PEER_CONNECTION_STATE_CONNECTING,
+                                                                     RTC_PEER_CONNECTION_STATE_CONNECTED}));
+}
+
+TEST(Gathering, isShortWhenEveryServerAnswers) {
+    const StunServer server;
+    AnsweringSide side(server.url());
     ASSERT_EQ(side.answer(offerOf("video audio")), STATUS_SUCCESS);
-    RtcStats stats{};
-    stats.requestedTypeOfStats = RTC_STATS_TYPE_ICE_SERVER;
-    EXPECT_EQ(rtcPeerConnectionGetMetrics(side.connection(), nullptr, &stats), STATUS_NOT_IMPLEMENTED);
+    EXPECT_TRUE(side.waitForGathering(9s));
+}
+
+TEST(Offer, isRefusedWithTheSdksStatuses) {
+    const std::string offer = offerOf("video audio");
+    EXPECT_EQ(statusOf(without(offer, "a=fingerprint:")), kFingerprintMissing);
+    EXPECT_EQ(statusOf(without(offer, "a=ice-ufrag:")), kSdpUnreadable);
+}
+
+TEST(Offer, withoutASessionNameIsTakenAndNotAnswered) {
+    AnsweringSide side;
+    RtcSessionDescriptionInit answer{};
+    ASSERT_EQ(side.setOffer(without(offerOf("video audio"), "s=")), STATUS_SUCCESS);
+    EXPECT_EQ(createAnswer(side.connection(), &answer), kNoRemoteDescription);
+}
+
+TEST(Statistics, ofAnIceServerAreOfWhatWasAsked) {
+    const StunServer server;
+    AnsweringSide side(server.url());
+    EXPECT_EQ(serverStatistics(&side).totalRequestsSent, 0U);
+    ASSERT_EQ(side.answer(offerOf("video audio")), STATUS_SUCCESS);
+    ASSERT_TRUE(side.waitForGathering());
+    const RtcIceServerStats asked = serverStatistics(&side);
+    EXPECT_EQ(asked.url, server.url());
+    EXPECT_GE(asked.totalRequestsSent, 1U);
+    EXPECT_EQ(asked.totalResponsesReceived, 1U);
+    EXPECT_GT(asked.totalRoundTripTime, 0U);
+    EXPECT_STREQ(asked.protocol, "");
+}
+
+TEST(Statistics, giveAPortAsTheSdkDoes) {
+    AnsweringSide low("stun:127.0.0.1:32767");
+    EXPECT_EQ(serverStatistics(&low).port, 32767);
+    AnsweringSide high("stun:127.0.0.1:40000");
+    EXPECT_EQ(serverStatistics(&high).port, 40000 - 65536);
 }
 
 }  // namespace zelrtc::test

@@ -6,6 +6,10 @@
 #include <thread>
 #include <vector>
 
+#if !defined(STATUS) || !defined(VOID) || !defined(INLINE) || !defined(TRUE) || !defined(FALSE) || !defined(PUBLIC_API)
+#error "a macro on the SDK's side that a caller may rely on"
+#endif
+
 namespace zelrtc::test {
 
 namespace {

@@ -7,6 +7,9 @@
 namespace zelrtc::test {
 
 constexpr STATUS kNotJson = 0x1500000c;
+constexpr STATUS kSdpUnreadable = 0x55000008;
+constexpr STATUS kFingerprintMissing = 0x55000009;
+constexpr STATUS kNoRemoteDescription = 0x5e000001;
 constexpr STATUS kTransportNotReady = 0x5b000006;
 
 }  // namespace zelrtc::test

@@ -19,9 +19,11 @@ from harness.programs import Camera, Viewer, wait_for  # noqa: E402
 
 SKIPPED = 77
 ABORT_POINTS = ("offer", "gathering", "dtls", "0.3")
-# Without the two whose release takes half a minute.
+# Without the two whose release takes ten seconds.
 QUICK_ABORT_POINTS = ("gathering", "0.3")
 RELEASE_SECONDS = max(sdk_limits.seconds("neverConnected"), sdk_limits.seconds("vanished")) + 15
+# The stand-in's silence of a vanished viewer passes this many times as fast.
+SILENCE_RATE = 5
 # What may stay: some memory once, and next to nothing for each call.
 RSS_KB_ONCE = 4096
 RSS_KB_PER_CALL = 8
@@ -38,7 +40,7 @@ SETTLE_SECONDS = 60
 POOL_SECONDS = 40
 WARM_UP_CALLS = 5
 WARM_UP_AT_ONCE = 20
-# Broken-off calls are held for half a minute, fifty at a time: memory is at its highest only after many of them.
+# Broken-off calls are held for ten seconds, many at a time: memory is at its highest only after many of them.
 HELD_AT_ONCE = 50
 WARM_UP_BROKEN_OFF = 200
 COUNTED = ("descriptors", "threads")
@@ -175,7 +177,7 @@ def warm_up(churn, short):
 def churn_camera(network, options, abort_points):
     rows = []
     with Camera(sdk_limits.camera_under_test(options.camera), ["--listen", "127.0.0.1:0", "--max-calls", "64", "--log-level", "5"],
-                network.command_in, watched=False) as camera:
+                network.command_in, watched=False, silence_rate=SILENCE_RATE) as camera:
         churn = Churn(network, camera, options.viewer, abort_points)
         baseline = warm_up(churn, options.short)
         for name, play, short, full in (("in a row", churn.in_a_row, 12, options.in_a_row),

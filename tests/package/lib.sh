@@ -40,7 +40,7 @@ copy_sdk_headers() {
     local platform=com/amazonaws/kinesis/video/common
     cp -r "$SOURCE/tests/support/sdk-other-layout/include" "$1/include"
     mkdir -p "$1/include/$platform"
-    cp "$SOURCE/hostsdk/include/$platform/PlatformUtils.h" "$1/include/$platform/"
+    cp "$SOURCE/hostsdk/include/$platform/"*.h "$1/include/$platform/"
 }
 
 # make_stub_sdk PREFIX KIND CLIENT-NAME PLATFORM-NAME: an installed SDK, KIND shared or static. With an empty platform

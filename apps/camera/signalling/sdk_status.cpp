@@ -68,7 +68,7 @@ HttpError errorOfStatus(const std::string& what, int status) {
 }
 
 HttpError errorOfOffer(const std::string& what, int status) {
-    const HttpError error = errorOfStatus(what, status);
+    HttpError error = errorOfStatus(what, status);
     if (error.httpStatus() == 500 && isAboutText(static_cast<uint32_t>(status))) {
         return {400, error.what()};
     }

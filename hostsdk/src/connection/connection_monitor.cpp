@@ -4,12 +4,19 @@
 
 namespace zelrtc::hostsdk {
 
-ConnectionMonitor::ConnectionMonitor(Report report) : report_(std::move(report)) {
+ConnectionMonitor::ConnectionMonitor(Report report, double silenceRate)
+    : report_(std::move(report)), silenceRate_(silenceRate) {
 }
 
 void ConnectionMonitor::start(Clock::time_point now) {
     if (state_ == RTC_PEER_CONNECTION_STATE_NONE) {
         enter(RTC_PEER_CONNECTION_STATE_CONNECTING, now);
+    }
+}
+
+void ConnectionMonitor::restartConnecting(Clock::time_point now) {
+    if (state_ == RTC_PEER_CONNECTION_STATE_CONNECTING) {
+        since_ = now;
     }
 }
 
@@ -23,12 +30,6 @@ void ConnectionMonitor::onTransport(TransportEvent event, Clock::time_point now)
                 enter(RTC_PEER_CONNECTION_STATE_CONNECTED, now);
             }
             break;
-        case TransportEvent::kFailed:
-            // Once connected, silence decides: the ICE agent's own verdict can be a passing one.
-            if (state_ == RTC_PEER_CONNECTION_STATE_CONNECTING) {
-                enter(RTC_PEER_CONNECTION_STATE_FAILED, now);
-            }
-            break;
         case TransportEvent::kClosedByFarEnd:
             enter(RTC_PEER_CONNECTION_STATE_CLOSED, now);
             break;
@@ -37,9 +38,9 @@ void ConnectionMonitor::onTransport(TransportEvent event, Clock::time_point now)
 
 void ConnectionMonitor::check(std::optional<Clock::time_point> lastPacket, Clock::time_point now) {
     // A far end that vanished before its first packet has been silent since the connection.
-    const bool isSilent = lastPacket
-                              ? now - *lastPacket >= kSilenceLimit
-                              : state_ == RTC_PEER_CONNECTION_STATE_DISCONNECTED || now - since_ >= kSilenceLimit;
+    const bool isSilent =
+        lastPacket ? hasBeenSilent(kSilenceLimit, *lastPacket, now)
+                   : state_ == RTC_PEER_CONNECTION_STATE_DISCONNECTED || hasBeenSilent(kSilenceLimit, since_, now);
     switch (state_) {
         case RTC_PEER_CONNECTION_STATE_CONNECTING:
             if (now - since_ >= kConnectingLimit) {
@@ -54,13 +55,18 @@ void ConnectionMonitor::check(std::optional<Clock::time_point> lastPacket, Clock
         case RTC_PEER_CONNECTION_STATE_DISCONNECTED:
             if (!isSilent) {
                 enter(RTC_PEER_CONNECTION_STATE_CONNECTED, now);
-            } else if (now - since_ >= kDisconnectedLimit) {
+            } else if (hasBeenSilent(kDisconnectedLimit, since_, now)) {
                 enter(RTC_PEER_CONNECTION_STATE_FAILED, now);
             }
             break;
         default:
             break;
     }
+}
+
+bool ConnectionMonitor::hasBeenSilent(std::chrono::seconds limit, Clock::time_point since,
+                                      Clock::time_point now) const {
+    return std::chrono::duration<double>(now - since) * silenceRate_ >= limit;
 }
 
 bool ConnectionMonitor::isOver() const {

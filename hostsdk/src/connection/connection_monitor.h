@@ -19,25 +19,29 @@ public:
     using Clock = hostsdk::Clock;
     using Report = std::function<void(RTC_PEER_CONNECTION_STATE)>;
 
-    // A live viewer's longest gap between packets is a little over a second.
-    static constexpr std::chrono::seconds kSilenceLimit{5};
-    // Neither ICE nor DTLS gives up when the far end never answers.
-    static constexpr std::chrono::seconds kConnectingLimit{30};
-    static constexpr std::chrono::seconds kDisconnectedLimit{30};
+    // The SDK's times.
+    static constexpr std::chrono::seconds kConnectingLimit{10};
+    static constexpr std::chrono::seconds kSilenceLimit{30};
+    static constexpr std::chrono::seconds kDisconnectedLimit{15};
 
-    explicit ConnectionMonitor(Report report);
+    // `silenceRate`: how many times as fast as the clock the silence of a far end passes. 1 but for tests.
+    explicit ConnectionMonitor(Report report, double silenceRate = 1);
 
     // The answer is set: connecting begins.
     void start(Clock::time_point now);
+    // The far end can have the answer only now: the limit of connecting begins again.
+    void restartConnecting(Clock::time_point now);
     void onTransport(TransportEvent event, Clock::time_point now);
-    // `lastPacket`: when media or control packets last came in; nothing when none ever did.
+    // `lastPacket`: when a packet last came in from the far end; nothing when none ever did.
     void check(std::optional<Clock::time_point> lastPacket, Clock::time_point now);
 
 private:
     bool isOver() const;
+    bool hasBeenSilent(std::chrono::seconds limit, Clock::time_point since, Clock::time_point now) const;
     void enter(RTC_PEER_CONNECTION_STATE state, Clock::time_point now);
 
     Report report_;
+    double silenceRate_;
     RTC_PEER_CONNECTION_STATE state_ = RTC_PEER_CONNECTION_STATE_NONE;
     Clock::time_point since_;
 };

@@ -7,76 +7,132 @@
 
 namespace zelrtc::hostsdk {
 
-// Shared with the thread, which outlives the executor when a task destroys it.
-struct HandlerExecutor::Queue {
-    std::mutex mutex;
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct Lane {
     std::condition_variable changed;
-    std::condition_variable finished;
-    std::deque<Task> tasks;
-    Task periodic;
-    std::chrono::milliseconds period{};
-    bool stopped = false;
+    std::deque<HandlerExecutor::Task> tasks;
+    HandlerExecutor::Task periodic;
+    Clock::time_point nextPeriod = Clock::time_point::max();
+    std::thread::id thread;
     bool running = false;
+    bool stopping = false;  // its task waits in stop()
+
+    // Nothing when it was woken for nothing.
+    HandlerExecutor::Task take(std::chrono::milliseconds period) {
+        if (Clock::now() >= nextPeriod) {
+            nextPeriod = Clock::now() + period;
+            return periodic;
+        }
+        if (tasks.empty()) {
+            return nullptr;
+        }
+        HandlerExecutor::Task task = std::move(tasks.front());
+        tasks.pop_front();
+        return task;
+    }
 };
 
-HandlerExecutor::HandlerExecutor(Task periodic, std::chrono::milliseconds period) : queue_(std::make_shared<Queue>()) {
-    queue_->periodic = std::move(periodic);
-    queue_->period = period;
-    thread_ = std::thread([queue = queue_] { run(queue); });
+}  // namespace
+
+// Shared with the threads, one of which outlives the executor when its task destroys it.
+struct HandlerExecutor::Shared {
+    std::mutex mutex;
+    std::condition_variable finished;
+    std::array<Lane, 2> lanes;
+    std::chrono::milliseconds period{};
+    bool stopped = false;
+};
+
+HandlerExecutor::HandlerExecutor(Task periodic, std::chrono::milliseconds period)
+    : shared_(std::make_shared<Shared>()) {
+    shared_->period = period;
+    shared_->lanes[kTimer].periodic = std::move(periodic);
+    shared_->lanes[kTimer].nextPeriod = Clock::now() + period;
+    for (size_t lane = 0; lane < threads_.size(); lane++) {
+        threads_[lane] = std::thread([shared = shared_, lane] { run(shared, lane); });
+    }
 }
 
 HandlerExecutor::~HandlerExecutor() {
     stop();
-    if (thread_.get_id() == std::this_thread::get_id()) {
-        thread_.detach();
-    } else {
-        thread_.join();
+    for (std::thread& thread : threads_) {
+        if (thread.get_id() == std::this_thread::get_id()) {
+            thread.detach();
+        } else {
+            thread.join();
+        }
     }
 }
 
 void HandlerExecutor::post(Task task) {
-    const std::lock_guard<std::mutex> lock(queue_->mutex);
-    if (!queue_->stopped) {
-        queue_->tasks.push_back(std::move(task));
-        queue_->changed.notify_one();
+    post(kTimer, std::move(task));
+}
+
+void HandlerExecutor::postIncoming(Task task) {
+    post(kListener, std::move(task));
+}
+
+void HandlerExecutor::post(size_t lane, Task task) {
+    const std::lock_guard<std::mutex> lock(shared_->mutex);
+    if (!shared_->stopped) {
+        shared_->lanes[lane].tasks.push_back(std::move(task));
+        shared_->lanes[lane].changed.notify_one();
     }
 }
 
 void HandlerExecutor::stop() {
-    std::deque<Task> dropped;
-    std::unique_lock<std::mutex> lock(queue_->mutex);
-    queue_->stopped = true;
-    dropped.swap(queue_->tasks);
-    queue_->changed.notify_one();
-    if (thread_.get_id() != std::this_thread::get_id()) {
-        queue_->finished.wait(lock, [this] { return !queue_->running; });
+    std::array<std::deque<Task>, 2> dropped;
+    std::unique_lock<std::mutex> lock(shared_->mutex);
+    shared_->stopped = true;
+    Lane* own = nullptr;
+    for (size_t i = 0; i < shared_->lanes.size(); i++) {
+        Lane& lane = shared_->lanes[i];
+        dropped[i].swap(lane.tasks);
+        lane.changed.notify_one();
+        own = lane.thread == std::this_thread::get_id() ? &lane : own;
+    }
+    if (own != nullptr) {
+        own->stopping = true;
+        shared_->finished.notify_all();
+    }
+    shared_->finished.wait(lock, [this, own] {
+        for (const Lane& lane : shared_->lanes) {
+            if (&lane != own && lane.running && !(own != nullptr && lane.stopping)) {
+                return false;
+            }
+        }
+        return true;
+    });
+    if (own != nullptr) {
+        own->stopping = false;
     }
 }
 
-void HandlerExecutor::run(const std::shared_ptr<Queue>& queue) {
-    auto nextPeriod = std::chrono::steady_clock::now() + queue->period;
-    std::unique_lock<std::mutex> lock(queue->mutex);
-    while (!queue->stopped) {
-        queue->changed.wait_until(lock, nextPeriod, [&queue] { return queue->stopped || !queue->tasks.empty(); });
-        if (queue->stopped) {
-            break;
-        }
-        Task task = queue->periodic;
-        if (std::chrono::steady_clock::now() >= nextPeriod) {
-            nextPeriod = std::chrono::steady_clock::now() + queue->period;
-        } else if (!queue->tasks.empty()) {
-            task = std::move(queue->tasks.front());
-            queue->tasks.pop_front();
+void HandlerExecutor::run(const std::shared_ptr<Shared>& shared, size_t index) {
+    Lane& lane = shared->lanes[index];
+    std::unique_lock<std::mutex> lock(shared->mutex);
+    lane.thread = std::this_thread::get_id();
+    while (!shared->stopped) {
+        const auto isDue = [&] { return shared->stopped || !lane.tasks.empty(); };
+        if (lane.periodic == nullptr) {
+            lane.changed.wait(lock, isDue);
         } else {
+            lane.changed.wait_until(lock, lane.nextPeriod, isDue);
+        }
+        Task task = shared->stopped ? nullptr : lane.take(shared->period);
+        if (task == nullptr) {
             continue;
         }
-        queue->running = true;
+        lane.running = true;
         lock.unlock();
         task();
         task = nullptr;
         lock.lock();
-        queue->running = false;
-        queue->finished.notify_all();
+        lane.running = false;
+        shared->finished.notify_all();
     }
 }
 

@@ -1,16 +1,19 @@
-/** @file handler_executor.h The thread on which a connection's handlers run. */
+/** @file handler_executor.h The threads on which a connection's handlers run. */
 #ifndef HOSTSDK_SRC_CONNECTION_HANDLER_EXECUTOR_H
 #define HOSTSDK_SRC_CONNECTION_HANDLER_EXECUTOR_H
 
+#include <array>
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <thread>
 
 namespace zelrtc::hostsdk {
 
-// Runs tasks one after another, in the order of their posting, on one thread, and between them a periodic one.
-// No lock is held while a task runs.
+// Two threads, as the SDK has them: one for what time brings, one for what the network brings. Each runs its tasks one
+// after another, in the order of their posting; the first also runs a periodic one. The two run at the same time. No
+// lock is held while a task runs.
 class HandlerExecutor {
 public:
     using Task = std::function<void()>;
@@ -22,20 +25,25 @@ public:
     HandlerExecutor& operator=(HandlerExecutor&&) = delete;
     ~HandlerExecutor();
 
-    // Any thread. Dropped when the executor has stopped.
+    // For the timer thread. Any thread may post; dropped when the executor has stopped.
     void post(Task task);
+    // For the listener thread.
+    void postIncoming(Task task);
 
-    // After it has returned no task runs: it waits for the running one, except when that one itself is the caller.
-    // Tasks that have not started are dropped.
+    // After it has returned no task runs: it waits for those that do, except for one that is itself the caller and for
+    // one that waits in here as well. Tasks that have not started are dropped.
     void stop();
 
 private:
-    struct Queue;
+    struct Shared;
+    static constexpr size_t kTimer = 0;
+    static constexpr size_t kListener = 1;
 
-    static void run(const std::shared_ptr<Queue>& queue);
+    void post(size_t lane, Task task);
+    static void run(const std::shared_ptr<Shared>& shared, size_t lane);
 
-    std::shared_ptr<Queue> queue_;
-    std::thread thread_;
+    std::shared_ptr<Shared> shared_;
+    std::array<std::thread, 2> threads_;
 };
 
 }  // namespace zelrtc::hostsdk

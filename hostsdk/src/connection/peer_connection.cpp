@@ -4,13 +4,17 @@
 #include <cstdint>
 #include <cstring>
 #include <random>
+#include <sstream>
+#include <thread>
 #include <utility>
 
 #include "connection/statistics.h"
+#include "connection/test_switches.h"
 #include "text/candidate_json.h"
 #include "text/candidate_line.h"
 #include "text/engine_offer.h"
 #include "text/log.h"
+#include "text/offer_rules.h"
 #include "text/record_text.h"
 #include "text/status.h"
 
@@ -18,7 +22,7 @@ namespace zelrtc::hostsdk {
 
 namespace {
 
-constexpr std::chrono::milliseconds kCheckPeriod{250};
+constexpr std::chrono::milliseconds kCheckPeriod{50};
 
 // webrtcbin takes one STUN server, not over TLS, and any number of TURN servers.
 std::vector<IceServer> readServers(const RtcConfiguration& configuration) {
@@ -46,6 +50,21 @@ uint64_t makeSessionId() {
     return (uint64_t{random()} << 31) ^ random();
 }
 
+std::optional<SessionDescription> readOffer(const RtcSessionDescriptionInit& description, std::string* error) {
+    if (description.type != SDP_TYPE_OFFER) {
+        *error = "it is not an offer";
+        return std::nullopt;
+    }
+    return parseDescription(getField(description.sdp), error);
+}
+
+STATUS refuseOffer(STATUS status, const std::string& reason) {
+    std::ostringstream text;
+    text << "the offer is refused with 0x" << std::hex << status << ": " << reason;
+    logError(text.str());
+    return status;
+}
+
 void logRejected(const AnswerPlan& plan) {
     for (const PlannedSection& planned : plan.sections) {
         if (planned.outcome != Outcome::kServed) {
@@ -54,27 +73,41 @@ void logRejected(const AnswerPlan& plan) {
     }
 }
 
+// Every server is asked, whether the ICE agent takes it or not; one without an address has a place and no answer.
+std::vector<IceServerUrl> probedUrls(const std::vector<IceServer>& servers) {
+    std::vector<IceServerUrl> urls;
+    for (const IceServer& server : servers) {
+        urls.push_back(server.url.value_or(IceServerUrl{"stun", "", 0, "udp"}));
+    }
+    return urls;
+}
+
 }  // namespace
 
 std::unique_ptr<PeerConnection> PeerConnection::create(const RtcConfiguration& configuration) {
     std::unique_ptr<PeerConnection> connection(new PeerConnection(configuration));
-    const TaskPoster post = [executor = connection->executor_](HandlerExecutor::Task task) {
-        executor->post(std::move(task));
-    };
+    const auto executor = connection->executor_;
+    const PipelinePosters posters = {
+        [executor](HandlerExecutor::Task task) { executor->post(std::move(task)); },
+        [executor](HandlerExecutor::Task task) { executor->postIncoming(std::move(task)); }};
     connection->pipeline_ = WebRtcPipeline::create(configuration.iceTransportPolicy == ICE_TRANSPORT_POLICY_RELAY,
-                                                   connection->servers_, post, connection->makeEvents());
+                                                   connection->servers_, posters, connection->makeEvents());
     return connection->pipeline_ == nullptr ? nullptr : std::move(connection);
 }
 
 PeerConnection::PeerConnection(const RtcConfiguration& configuration)
     : RtcPeerConnection(),
       servers_(readServers(configuration)),
-      monitor_([this](RTC_PEER_CONNECTION_STATE state) { reportState(state); }),
-      executor_(std::make_shared<HandlerExecutor>([this] { checkConnection(); }, kCheckPeriod)) {
+      monitor_([this](RTC_PEER_CONNECTION_STATE state) { onState(state); }, silenceRate()),
+      executor_(std::make_shared<HandlerExecutor>([this] { checkConnection(); }, kCheckPeriod)),
+      stateReports_(executor_, [this](RTC_PEER_CONNECTION_STATE state) { reportState(state); }) {
 }
 
 PeerConnection::~PeerConnection() {
     close();
+    if (hasBeenConnected_) {
+        std::this_thread::sleep_for(slowRelease());
+    }
 }
 
 void PeerConnection::close() {
@@ -116,7 +149,12 @@ void PeerConnection::setStateHandler(UINT64 customData, RtcOnConnectionStateChan
 }
 
 void PeerConnection::reportCandidate(unsigned int mLineIndex, const std::string& line) {
-    gathering_.onCandidate();
+    relayCandidates_ += isRelayCandidate(line) ? 1 : 0;
+    const bool isTold = gathering_.onCandidate();
+    if (!isTold || (isRelayCandidate(line) && relayCandidates_ > kMostRelayCandidates)) {
+        logDetail("candidate left out: " + line);
+        return;
+    }
     std::unique_lock<std::mutex> lock(mutex_);
     local_.candidates.push_back({mLineIndex, line});
     const size_t section = plan_->transportOfEngineLine(mLineIndex).section;
@@ -127,20 +165,28 @@ void PeerConnection::reportCandidate(unsigned int mLineIndex, const std::string&
     reportGatheringEnd();
 }
 
-// Without a candidate on this side there can be no pair, whatever the far end still sends; the ICE agent, which has
-// nothing to check then, would never say so.
 void PeerConnection::reportGatheringEnd() {
-    if (!gathering_.takeEnd(Gathering::Clock::now())) {
+    if (!gathering_.takeEnd(haveServersAnswered(), Gathering::Clock::now())) {
         return;
     }
+    if (!gathering_.hasCandidate()) {
+        logWarning("gathering ended without a candidate");
+    }
+    tellGatheringEnd();
+}
+
+// The handler may ask for the complete answer.
+void PeerConnection::tellGatheringEnd() {
     std::unique_lock<std::mutex> lock(mutex_);
     local_.hasAllCandidates = true;
     lock.unlock();
     callCandidateHandler(nullptr);
-    if (!gathering_.hasCandidate()) {
-        logWarning("gathering ended without a candidate");
-        monitor_.onTransport(TransportEvent::kFailed, ConnectionMonitor::Clock::now());
-    }
+}
+
+// A far end whose offer holds its candidates gets an answer that holds this side's, and so can do nothing before
+// gathering has ended.
+bool PeerConnection::isAwaitedByFarEnd() const {
+    return isOfferComplete_ && gathering_.hasCandidate() && !gathering_.hasEnded();
 }
 
 void PeerConnection::callCandidateHandler(PCHAR json) {
@@ -150,6 +196,14 @@ void PeerConnection::callCandidateHandler(PCHAR json) {
     lock.unlock();
     if (handler != nullptr) {
         handler(customData, json);
+    }
+}
+
+void PeerConnection::onState(RTC_PEER_CONNECTION_STATE state) {
+    hasBeenConnected_ = hasBeenConnected_ || state == RTC_PEER_CONNECTION_STATE_CONNECTED;
+    stateReports_.add(state);
+    if (state == RTC_PEER_CONNECTION_STATE_FAILED && gathering_.cutShort()) {
+        executor_->post([this] { tellGatheringEnd(); });
     }
 }
 
@@ -173,7 +227,7 @@ void PeerConnection::setReady(bool ready) {
 
 void PeerConnection::reportFrame(RTC_CODEC codec, Frame* frame) {
     for (const auto& transceiver : transceivers_) {
-        if (transceiver->receiver.track.codec == codec) {
+        if (transceiver->receiver.track.codec == codec && transceiver->isSourceNamed()) {
             transceiver->handleFrame(frame);
             return;
         }
@@ -190,11 +244,15 @@ void PeerConnection::reportBandwidth(double bitsPerSecond) {
 }
 
 void PeerConnection::checkConnection() {
-    reportGatheringEnd();
+    const auto now = ConnectionMonitor::Clock::now();
     const std::shared_ptr<WebRtcPipeline> pipeline = currentPipeline();
     if (pipeline != nullptr) {
-        monitor_.check(pipeline->lastPacket(), ConnectionMonitor::Clock::now());
+        if (isAwaitedByFarEnd()) {
+            monitor_.restartConnecting(now);
+        }
+        monitor_.check(pipeline->lastPacket(), now);
     }
+    reportGatheringEnd();
 }
 
 STATUS PeerConnection::addTransceiver(const RtcMediaStreamTrack& track, RTC_RTP_TRANSCEIVER_DIRECTION direction,
@@ -204,22 +262,13 @@ STATUS PeerConnection::addTransceiver(const RtcMediaStreamTrack& track, RTC_RTP_
     return STATUS_SUCCESS;
 }
 
-std::optional<AnswerPlan> PeerConnection::readOffer(const RtcSessionDescriptionInit& description,
-                                                    std::string* error) const {
-    if (description.type != SDP_TYPE_OFFER) {
-        *error = "it is not an offer";
-        return std::nullopt;
-    }
-    const std::optional<SessionDescription> offer = parseDescription(getField(description.sdp), error);
-    if (!offer) {
-        return std::nullopt;
-    }
+std::vector<AnsweringTrack> PeerConnection::answeringTracks() const {
     std::vector<AnsweringTrack> tracks;
     for (const auto& transceiver : transceivers_) {
         const RtcMediaStreamTrack& track = transceiver->receiver.track;
         tracks.push_back({track.codec, transceiver->direction, getField(track.streamId), getField(track.trackId)});
     }
-    return planAnswer(*offer, tracks, error);
+    return tracks;
 }
 
 STATUS PeerConnection::setRemoteDescription(const RtcSessionDescriptionInit& description) {
@@ -227,15 +276,25 @@ STATUS PeerConnection::setRemoteDescription(const RtcSessionDescriptionInit& des
         return STATUS_INVALID_OPERATION;
     }
     std::string error;
-    std::optional<AnswerPlan> plan = readOffer(description, &error);
+    const std::optional<SessionDescription> offer = readOffer(description, &error);
+    if (!offer) {
+        return refuseOffer(kStatusSdpUnreadable, error);
+    }
+    const std::string sdp = getField(description.sdp);
+    const STATUS status = checkOffer(sdp);
+    if (status != STATUS_SUCCESS) {
+        return refuseOffer(status, "the SDK does not take one like it");
+    }
+    std::optional<AnswerPlan> plan = planAnswer(*offer, answeringTracks(), &error);
     if (!plan) {
-        logError("the offer is refused: " + error);
-        return kStatusSdpUnreadable;
+        return refuseOffer(kStatusSdpUnreadable, error);
     }
     if (!pipeline_->setRemoteDescription(engineOffer(*plan), plan->transports.size())) {
         return kStatusSdpUnreadable;
     }
     logRejected(*plan);
+    hasSessionName_ = hasSessionName(sdp);
+    isOfferComplete_ = sdp.find("\na=candidate:") != std::string::npos;
     std::unique_lock<std::mutex> lock(mutex_);
     plan_ = std::make_shared<const AnswerPlan>(std::move(*plan));
     local_.sessionId = makeSessionId();
@@ -254,6 +313,7 @@ void PeerConnection::addMedia() {
         media.payloadType = planned.format.payloadType;
         media.direction = planned.direction;
         media.streamId = planned.streamId;
+        transceiver.setSourceNamed(planned.offered.attributes.has("ssrc"));
         transceiver.setSender(pipeline_->addMedia(media));
     }
 }
@@ -262,7 +322,7 @@ STATUS PeerConnection::createAnswer(PRtcSessionDescriptionInit description) {
     if (pipeline_ == nullptr) {
         return STATUS_INVALID_OPERATION;
     }
-    if (plan_ == nullptr) {
+    if (plan_ == nullptr || !hasSessionName_) {
         return kStatusNoRemoteDescription;
     }
     const std::string engineAnswer = pipeline_->createAnswer().value_or("");
@@ -301,8 +361,13 @@ STATUS PeerConnection::setLocalDescription(const RtcSessionDescriptionInit& desc
         logError("the answer is refused: " + error);
         return kStatusSdpUnreadable;
     }
-    hasAskedServers_ = true;
-    executor_->post([this] { monitor_.start(ConnectionMonitor::Clock::now()); });
+    std::unique_lock<std::mutex> lock(mutex_);
+    probe_ = std::make_shared<ServerProbe>(probedUrls(servers_));
+    lock.unlock();
+    executor_->post([this] {
+        gathering_.start(Gathering::Clock::now());
+        monitor_.start(ConnectionMonitor::Clock::now());
+    });
     // Before gathering begins, whose end may come first: its handler may ask for the complete answer.
     hasLocalDescription_ = true;
     return pipeline_->setLocalDescription(engineAnswer_) ? STATUS_SUCCESS : kStatusSdpUnreadable;
@@ -366,11 +431,8 @@ STATUS PeerConnection::iceServer(PRtcIceServerStats record) {
     if (index >= servers_.size()) {
         return kStatusIceServerIndex;
     }
-    // The ICE agent counts nothing per server: of one that it has asked, the figures are unknown.
-    if (hasAskedServers_ && servers_[index].inUse) {
-        return STATUS_NOT_IMPLEMENTED;
-    }
-    *record = untouchedServerStatistics(servers_[index], index);
+    const std::shared_ptr<ServerProbe> probe = currentProbe();
+    *record = serverStatistics(servers_[index], index, probe == nullptr ? ServerExchange() : probe->exchange(index));
     return STATUS_SUCCESS;
 }
 
@@ -382,6 +444,16 @@ std::shared_ptr<const AnswerPlan> PeerConnection::currentPlan() {
 std::shared_ptr<WebRtcPipeline> PeerConnection::currentPipeline() {
     const std::lock_guard<std::mutex> lock(mutex_);
     return pipeline_;
+}
+
+std::shared_ptr<ServerProbe> PeerConnection::currentProbe() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return probe_;
+}
+
+bool PeerConnection::haveServersAnswered() {
+    const std::shared_ptr<ServerProbe> probe = currentProbe();
+    return probe == nullptr || probe->haveAllAnswered();
 }
 
 }  // namespace zelrtc::hostsdk

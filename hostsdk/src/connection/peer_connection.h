@@ -14,6 +14,8 @@
 #include "connection/connection_monitor.h"
 #include "connection/gathering.h"
 #include "connection/handler_executor.h"
+#include "connection/server_probe.h"
+#include "connection/state_reports.h"
 #include "connection/statistics.h"
 #include "connection/transceiver.h"
 #include "engine/webrtc_pipeline.h"
@@ -56,38 +58,50 @@ private:
     PipelineEvents makeEvents();
     void reportCandidate(unsigned int mLineIndex, const std::string& line);
     void reportGatheringEnd();
+    void tellGatheringEnd();
     void callCandidateHandler(PCHAR json);
+    bool isAwaitedByFarEnd() const;
+    void onState(RTC_PEER_CONNECTION_STATE state);
     void reportState(RTC_PEER_CONNECTION_STATE state);
     void reportFrame(RTC_CODEC codec, Frame* frame);
     void reportBandwidth(double bitsPerSecond);
     void checkConnection();
     void setReady(bool ready);
-    std::optional<AnswerPlan> readOffer(const RtcSessionDescriptionInit& description, std::string* error) const;
+    std::vector<AnsweringTrack> answeringTracks() const;
     void addMedia();
     STATUS writeAnswer(PRtcSessionDescriptionInit description);
     std::shared_ptr<const AnswerPlan> currentPlan();
     std::shared_ptr<WebRtcPipeline> currentPipeline();
+    std::shared_ptr<ServerProbe> currentProbe();
+    bool haveServersAnswered();
     STATUS selectedCandidate(Side side, PRtcIceCandidateStats record);
     STATUS iceServer(PRtcIceServerStats record);
 
     std::vector<IceServer> servers_;
-    ConnectionMonitor monitor_;
-    std::shared_ptr<HandlerExecutor> executor_;
-    // Guards the pipeline's pointer; it is shared so that a call into it does not hold the lock.
+    // Guards the pointers to pipeline and probe, which are shared so that a call into them does not hold the lock.
     std::mutex mutex_;
     std::shared_ptr<WebRtcPipeline> pipeline_;
+    std::shared_ptr<ServerProbe> probe_;
     std::vector<std::unique_ptr<Transceiver>> transceivers_;
     // Guarded by the mutex, too: what is answered, with what so far.
     std::shared_ptr<const AnswerPlan> plan_;
     LocalSide local_;
     std::string engineAnswer_;
+    bool hasSessionName_ = false;
+    std::atomic<bool> isOfferComplete_{false};
     std::atomic<bool> hasLocalDescription_{false};
-    std::atomic<bool> hasAskedServers_{false};
-    Gathering gathering_;  // of the handlers' thread alone
+    std::atomic<bool> hasBeenConnected_{false};
+    // Of the timer thread alone.
+    ConnectionMonitor monitor_;
+    Gathering gathering_;
+    size_t relayCandidates_ = 0;
     RtcOnIceCandidate onCandidate_ = nullptr;
     UINT64 onCandidateData_ = 0;
     RtcOnConnectionStateChange onState_ = nullptr;
     UINT64 onStateData_ = 0;
+    // After everything that its threads, which run from construction on, look at.
+    std::shared_ptr<HandlerExecutor> executor_;
+    StateReports stateReports_;
 };
 
 }  // namespace zelrtc::hostsdk

@@ -9,6 +9,7 @@ namespace zelrtc::hostsdk {
 namespace {
 
 constexpr const char* kNotApplicable = "N/A";
+constexpr UINT64 kNanosecondsPerTick = 100;
 
 // webrtcbin names the sides right in the ids of its records, but swaps them in their types.
 const GstStructure* findCandidate(const GstStructure* statistics, Side side) {
@@ -48,11 +49,8 @@ const IceServer* findServer(const std::vector<IceServer>& servers, const std::st
 void setOrigin(RtcIceCandidateStats* record, const std::string& host, const std::vector<IceServer>& servers) {
     const bool isRelay = getField(record->candidateType) == "relay";
     const IceServer* const server = findServer(servers, host, isRelay);
-    setField(record->url, server == nullptr ? host : server->text);
+    setField(record->url, host.empty() ? kNotApplicable : host);
     setField(record->relayProtocol, isRelay && server != nullptr ? server->url->transport : kNotApplicable);
-    if (host.empty()) {
-        setField(record->url, kNotApplicable);
-    }
 }
 
 }  // namespace
@@ -76,11 +74,18 @@ RtcIceCandidateStats candidateStatistics(const gst::Reply& statistics, Side side
     return record;
 }
 
-RtcIceServerStats untouchedServerStatistics(const IceServer& server, UINT32 index) {
+RtcIceServerStats serverStatistics(const IceServer& server, UINT32 index, const ServerExchange& exchange) {
     RtcIceServerStats record{};
     setField(record.url, server.text);
-    record.port = server.url ? server.url->port : 0;
+    // Of 16 bits with a sign, in the SDK.
+    record.port = server.url ? static_cast<int16_t>(server.url->port) : 0;
     record.iceServerIndex = index;
+    record.totalRequestsSent = exchange.requests;
+    record.totalResponsesReceived = exchange.responses;
+    record.totalRoundTripTime = static_cast<UINT64>(exchange.roundTrip.count()) / kNanosecondsPerTick;
+    if (exchange.requests > 0 && server.url->isRelay()) {
+        setField(record.protocol, server.url->transport);
+    }
     return record;
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "connection/server_probe.h"
 #include "engine/ice_servers.h"
 #include "gst/reply.h"
 
@@ -14,13 +15,13 @@ namespace zelrtc::hostsdk {
 
 enum class Side { kLocal, kRemote };
 
-// The selected pair's candidate of that side; empty fields while no pair is selected. `servers` tell the address and
-// the transport of the server that a local candidate was learnt from, of which webrtcbin knows only the host.
+// The selected pair's candidate of that side; empty fields while no pair is selected. The server that a local
+// candidate was learnt from is its bare host; `servers` tell a relay's transport where one server alone is at the host.
 RtcIceCandidateStats candidateStatistics(const gst::Reply& statistics, Side side,
                                          const std::vector<IceServer>& servers);
 
-// A server that nothing was sent to.
-RtcIceServerStats untouchedServerStatistics(const IceServer& server, UINT32 index);
+// `exchange`: what the stand-in itself has asked the server; nothing before gathering.
+RtcIceServerStats serverStatistics(const IceServer& server, UINT32 index, const ServerExchange& exchange);
 
 }  // namespace zelrtc::hostsdk
 

@@ -29,6 +29,14 @@ void Transceiver::setSender(std::unique_ptr<MediaSender> sender) {
     sender_ = std::move(sender);
 }
 
+void Transceiver::setSourceNamed(bool named) {
+    sourceNamed_ = named;
+}
+
+bool Transceiver::isSourceNamed() const {
+    return sourceNamed_;
+}
+
 void Transceiver::setReady(bool ready) {
     const std::lock_guard<std::mutex> lock(mutex_);
     ready_ = ready;

@@ -4,6 +4,7 @@
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 
@@ -21,6 +22,9 @@ public:
 
     // Attaches what negotiation made; null detaches it.
     void setSender(std::unique_ptr<MediaSender> sender);
+    // Whether the offer named the source of the far end's media. The SDK drops packets of others.
+    void setSourceNamed(bool named);
+    bool isSourceNamed() const;
     // Opens or closes the way for frames.
     void setReady(bool ready);
     STATUS write(const Frame& frame);
@@ -33,6 +37,7 @@ private:
     std::mutex mutex_;
     std::unique_ptr<MediaSender> sender_;
     bool ready_ = false;
+    std::atomic<bool> sourceNamed_{false};
     RtcOnFrame onFrame_ = nullptr;
     UINT64 onFrameData_ = 0;
     RtcOnBandwidthEstimation onBandwidth_ = nullptr;

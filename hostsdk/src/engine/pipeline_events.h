@@ -14,12 +14,18 @@ namespace zelrtc::hostsdk {
 // The clock of everything that the engine times.
 using Clock = std::chrono::steady_clock;
 
-enum class TransportEvent { kConnected, kFailed, kClosedByFarEnd };
+enum class TransportEvent { kConnected, kClosedByFarEnd };
 
 // Runs a task later, on another thread than the caller's, after those posted before. Any thread; never waits.
 using TaskPoster = std::function<void(std::function<void()>)>;
 
-// Each runs as a posted task.
+// The SDK tells of what comes in from the far end on another thread than of everything else.
+struct PipelinePosters {
+    TaskPoster timer;
+    TaskPoster incoming;
+};
+
+// Each runs as a posted task: bandwidth and frames as incoming ones.
 struct PipelineEvents {
     std::function<void(unsigned int mLineIndex, const std::string& candidate)> onCandidate;
     // With the number of candidates found, of which the last may still be on their way to onCandidate.

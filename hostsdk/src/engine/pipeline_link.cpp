@@ -2,6 +2,9 @@
 
 #include <gst/rtp/gstrtcpbuffer.h>
 
+#include <algorithm>
+
+#include "engine/last_datagram.h"
 #include "engine/media_receiver.h"
 #include "gst/camera_end.h"
 #include "gst/dtls.h"
@@ -10,17 +13,9 @@
 
 namespace zelrtc::hostsdk {
 
-namespace {
-
-// RTP and RTCP packets, among everything that shares the transport (RFC 7983).
-bool isMediaPacket(guint8 firstByte) {
-    return firstByte >= 128 && firstByte <= 191;
-}
-
-}  // namespace
-
 void PipelineLink::connect(const Shared& link, GstElement* webrtcbin) {
-    gst::connectSignal(gst::niceAgent(webrtcbin).get(), "candidate-gathering-done", G_CALLBACK(onGatheringDone), link);
+    link->agent_ = gst::niceAgent(webrtcbin);
+    gst::connectSignal(link->agent_.get(), "candidate-gathering-done", G_CALLBACK(onGatheringDone), link);
     gst::connectSignal(webrtcbin, "on-ice-candidate", G_CALLBACK(onCandidate), link);
     gst::connectSignal(webrtcbin, "notify::connection-state", G_CALLBACK(onConnectionState), link);
     gst::connectSignal(webrtcbin, "deep-element-added", G_CALLBACK(onElementAdded), link);
@@ -40,37 +35,54 @@ void PipelineLink::watchFeedback(const Shared& link, GstElement* webrtcbin) {
 }
 
 std::optional<Clock::time_point> PipelineLink::lastPacket() const {
+    std::optional<Clock::time_point> last;
     const Clock::rep count = lastPacket_;
-    if (count == 0) {
-        return std::nullopt;
+    if (count != 0) {
+        last = Clock::time_point(Clock::duration(count));
     }
-    return Clock::time_point(Clock::duration(count));
+    for (const guint stream : gathered()) {
+        // An empty optional is before every other.
+        last = std::max(last, lastDatagram(agent_.get(), stream));
+    }
+    return last;
+}
+
+// How many are done with it.
+size_t PipelineLink::addGathered(guint stream) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    gathered_.push_back(stream);
+    return gathered_.size();
+}
+
+std::vector<guint> PipelineLink::gathered() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return gathered_;
 }
 
 void PipelineLink::postTransport(const Shared& link, TransportEvent event) {
-    link->post_([link, event] { link->events_.onTransport(event); });
+    link->posters_.timer([link, event] { link->events_.onTransport(event); });
 }
 
 void PipelineLink::onCandidate(GstElement*, guint mLineIndex, gchar* text, Shared* link) {
-    (*link)->post_(
+    (*link)->posters_.timer(
         [link = *link, mLineIndex, text = std::string(text)] { link->events_.onCandidate(mLineIndex, text); });
 }
 
 // Asked of the agent: webrtcbin (1.22) never calls gathering complete when a candidate arrives while it decides.
 void PipelineLink::onGatheringDone(GObject* agent, guint stream, Shared* link) {
+    const size_t gathered = (*link)->addGathered(stream);
     (*link)->foundCandidates_ += gst::countCandidates(agent, stream);
-    if (++(*link)->gatheredTransports_ < (*link)->transports_) {
+    if (gathered < (*link)->transports_) {
         return;
     }
-    (*link)->post_([link = *link, found = (*link)->foundCandidates_] { link->events_.onGatheringDone(found); });
+    const size_t found = (*link)->foundCandidates_;
+    (*link)->posters_.timer([link = *link, found] { link->events_.onGatheringDone(found); });
 }
 
 void PipelineLink::onConnectionState(GstElement* webrtcbin, GParamSpec*, Shared* link) {
     const auto state = gst::plainProperty<GstWebRTCPeerConnectionState>(webrtcbin, "connection-state");
     if (state == GST_WEBRTC_PEER_CONNECTION_STATE_CONNECTED) {
         postTransport(*link, TransportEvent::kConnected);
-    } else if (state == GST_WEBRTC_PEER_CONNECTION_STATE_FAILED) {
-        postTransport(*link, TransportEvent::kFailed);
     }
 }
 
@@ -98,7 +110,7 @@ void PipelineLink::onPadAdded(GstElement* webrtcbin, GstPad* pad, Shared* shared
     const gst::GstPtr<GstElement> pipeline(GST_ELEMENT(gst_element_get_parent(webrtcbin)));
     if (GST_PAD_DIRECTION(pad) == GST_PAD_SRC && codec && pipeline != nullptr) {
         const Shared link = *shared;
-        receiveMedia(pipeline.get(), pad, *codec, link->post_,
+        receiveMedia(pipeline.get(), pad, *codec, link->posters_.incoming,
                      [link](RTC_CODEC received, Frame* frame) { link->events_.onFrame(received, frame); });
     }
 }
@@ -112,15 +124,13 @@ void PipelineLink::onFeedback(GObject*, guint type, guint format, guint, guint, 
     const std::optional<double> limit = readRemb(map.data, map.size);
     gst_buffer_unmap(control, &map);
     if (limit) {
-        (*link)->post_([link = *link, limit = *limit] { link->events_.onBandwidth(limit); });
+        (*link)->posters_.incoming([link = *link, limit = *limit] { link->events_.onBandwidth(limit); });
     }
 }
 
-GstPadProbeReturn PipelineLink::onPacket(GstPad*, GstPadProbeInfo* info, gpointer link) {
-    guint8 firstByte = 0;
-    if (gst_buffer_extract(GST_PAD_PROBE_INFO_BUFFER(info), 0, &firstByte, 1) == 1 && isMediaPacket(firstByte)) {
-        (*static_cast<Shared*>(link))->lastPacket_ = Clock::now().time_since_epoch().count();
-    }
+// Media, its control packets and DTLS.
+GstPadProbeReturn PipelineLink::onPacket(GstPad*, GstPadProbeInfo*, gpointer link) {
+    (*static_cast<Shared*>(link))->lastPacket_ = Clock::now().time_since_epoch().count();
     return GST_PAD_PROBE_OK;
 }
 

@@ -5,8 +5,10 @@
 #include <atomic>
 #include <cstddef>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "engine/pipeline_events.h"
 #include "gst/handles.h"
@@ -16,7 +18,8 @@ namespace zelrtc::hostsdk {
 // What webrtcbin's callbacks need; it outlives each of them, because they share it.
 class PipelineLink {
 public:
-    PipelineLink(TaskPoster post, PipelineEvents events) : post_(std::move(post)), events_(std::move(events)) {
+    PipelineLink(PipelinePosters posters, PipelineEvents events)
+        : posters_(std::move(posters)), events_(std::move(events)) {
     }
 
     // Before webrtcbin starts.
@@ -29,12 +32,14 @@ public:
     // After the local description is set: each transport has an RTP session, which exists then.
     static void watchFeedback(const std::shared_ptr<PipelineLink>& link, GstElement* webrtcbin);
 
-    // When media or control packets last arrived. Any thread.
+    // When the far end was last heard of. Any thread.
     std::optional<Clock::time_point> lastPacket() const;
 
 private:
     using Shared = std::shared_ptr<PipelineLink>;
 
+    size_t addGathered(guint stream);
+    std::vector<guint> gathered() const;
     static void postTransport(const Shared& link, TransportEvent event);
     static void onCandidate(GstElement*, guint mLineIndex, gchar* text, Shared* link);
     static void onGatheringDone(GObject* agent, guint stream, Shared* link);
@@ -44,16 +49,17 @@ private:
     static void onPadAdded(GstElement* webrtcbin, GstPad* pad, Shared* shared);
     static void onFeedback(GObject*, guint type, guint format, guint senderSsrc, guint mediaSsrc, GstBuffer* control,
                            Shared* link);
-    static GstPadProbeReturn onPacket(GstPad*, GstPadProbeInfo* info, gpointer link);
+    static GstPadProbeReturn onPacket(GstPad*, GstPadProbeInfo*, gpointer link);
 
-    const TaskPoster post_;
+    const PipelinePosters posters_;
     const PipelineEvents events_;
     std::atomic<Clock::rep> lastPacket_{0};
     std::atomic<bool> dtlsConnected_{false};
     std::atomic<size_t> transports_{1};
-    // Of the agent's thread alone.
-    size_t gatheredTransports_ = 0;
-    size_t foundCandidates_ = 0;
+    gst::GstPtr<GObject> agent_;
+    size_t foundCandidates_ = 0;  // of the agent's thread alone
+    mutable std::mutex mutex_;
+    std::vector<guint> gathered_;  // the agent's streams that are done; guarded by the mutex
 };
 
 }  // namespace zelrtc::hostsdk

@@ -63,7 +63,7 @@ void dropMessages(GstElement* pipeline) {
 }  // namespace
 
 std::unique_ptr<WebRtcPipeline> WebRtcPipeline::create(bool relayOnly, const std::vector<IceServer>& servers,
-                                                       TaskPoster post, PipelineEvents events) {
+                                                       PipelinePosters posters, PipelineEvents events) {
     GstElement* const webrtcbin = gst_element_factory_make("webrtcbin", nullptr);
     if (webrtcbin == nullptr) {
         logError("GStreamer has no webrtcbin: its plugins bad and nice are needed");
@@ -71,7 +71,7 @@ std::unique_ptr<WebRtcPipeline> WebRtcPipeline::create(bool relayOnly, const std
     }
     gst::GstPtr<GstElement> pipeline(gst_pipeline_new(nullptr));
     gst_bin_add(GST_BIN(pipeline.get()), webrtcbin);
-    auto link = std::make_shared<PipelineLink>(std::move(post), std::move(events));
+    auto link = std::make_shared<PipelineLink>(std::move(posters), std::move(events));
 
     std::unique_ptr<WebRtcPipeline> result(new WebRtcPipeline(std::move(pipeline), webrtcbin, std::move(link)));
     result->configure(relayOnly, servers);

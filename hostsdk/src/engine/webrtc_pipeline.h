@@ -33,7 +33,7 @@ class WebRtcPipeline {
 public:
     // Null when GStreamer lacks an element.
     static std::unique_ptr<WebRtcPipeline> create(bool relayOnly, const std::vector<IceServer>& servers,
-                                                  TaskPoster post, PipelineEvents events);
+                                                  PipelinePosters posters, PipelineEvents events);
 
     WebRtcPipeline(const WebRtcPipeline&) = delete;
     WebRtcPipeline& operator=(const WebRtcPipeline&) = delete;
@@ -51,7 +51,7 @@ public:
     void addCandidate(size_t transport, const std::string& candidateLine);
     // webrtcbin's statistics of the connection; nothing before there are any. Any thread but webrtcbin's.
     std::unique_ptr<gst::Reply> statistics() const;
-    // When media or control packets last arrived. Any thread.
+    // When the far end was last heard of. Any thread.
     std::optional<Clock::time_point> lastPacket() const;
 
 private:

@@ -34,11 +34,10 @@ STATUS readCandidateJson(std::string_view json, PRtcIceCandidateInit candidate) 
     if (!object.is_object()) {
         return kStatusCandidateNotAnObject;
     }
-    const std::string line = stringMember(object, "candidate").value_or("");
-    if (line.empty()) {
+    if (stringMember(object, "candidate").value_or("").empty()) {
         return kStatusCandidateMissing;
     }
-    fillRecord(line, candidate);
+    fillRecord(withLineEnds(escapedMember(json, "candidate")), candidate);
     return STATUS_SUCCESS;
 }
 

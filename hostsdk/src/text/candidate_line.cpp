@@ -82,6 +82,12 @@ std::string candidateUser(const std::string& line) {
     return words.end() - name < 2 ? "" : *(name + 1);
 }
 
+bool isRelayCandidate(const std::string& line) {
+    const std::vector<std::string> words = splitWords(line);
+    return words.size() >= kFieldCount && words[kTyp] == "typ" && words[kType] == "relay" &&
+           words[0].find("candidate:") != std::string::npos;
+}
+
 std::string sdkCandidate(const std::string& line) {
     std::vector<std::string> words = splitWords(line);
     if (words.size() < kFieldCount) {

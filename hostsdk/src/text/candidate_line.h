@@ -17,6 +17,12 @@ std::string standardCandidate(const std::string& line);
 // The ICE user that the line names as an extension; empty when it names none.
 std::string candidateUser(const std::string& line);
 
+// The SDK's limit for one connection, however many relays are configured.
+constexpr size_t kMostRelayCandidates = 4;
+
+// Of a relay, in a candidate line or in a description's a= line.
+bool isRelayCandidate(const std::string& line);
+
 // The agent's line with the attributes that the SDK writes.
 std::string sdkCandidate(const std::string& line);
 

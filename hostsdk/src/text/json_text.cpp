@@ -82,6 +82,23 @@ std::string_view escapedMember(std::string_view text, std::string_view name) {
     return value;
 }
 
+std::string withLineEnds(std::string_view escaped) {
+    std::string result;
+    for (size_t position = 0; position < escaped.size(); position++) {
+        if (escaped[position] != '\\' || position + 1 == escaped.size()) {
+            result += escaped[position];
+            continue;
+        }
+        const char code = escaped[++position];
+        if (code == 'r' || code == 'n') {
+            result += code == 'r' ? '\r' : '\n';
+        } else {
+            result += {'\\', code};
+        }
+    }
+    return result;
+}
+
 std::string withoutRawLineEnds(std::string_view text) {
     std::string result;
     for (size_t position = 0; position < text.size();) {

@@ -19,6 +19,10 @@ std::optional<std::string> stringMember(const nlohmann::json& object, const char
 // empty when there is no such member. `text` must be readable JSON.
 std::string_view escapedMember(std::string_view text, std::string_view name);
 
+// What the SDK makes of the escaped characters of a JSON string: `\r` and `\n` become line ends, every other escape
+// stays in the text as it is.
+std::string withLineEnds(std::string_view escaped);
+
 // The text without the line ends that stand unescaped inside its strings, where JSON forbids them.
 std::string withoutRawLineEnds(std::string_view text);
 

@@ -39,15 +39,15 @@ STATUS readSessionDescription(std::string_view json, PRtcSessionDescriptionInit 
     if (status != STATUS_SUCCESS) {
         return status;
     }
-    const std::string sdp = stringMember(object, "sdp").value_or("");
-    if (sdp.empty() || hasRawLineEnds) {
+    if (stringMember(object, "sdp").value_or("").empty() || hasRawLineEnds) {
         return kStatusDescriptionSdpMissing;
     }
-    if (std::max(sdp.size(), escapedMember(json, "sdp").size()) > MAX_SESSION_DESCRIPTION_INIT_SDP_LEN) {
+    const std::string_view escaped = escapedMember(json, "sdp");
+    if (escaped.size() > MAX_SESSION_DESCRIPTION_INIT_SDP_LEN) {
         return kStatusDescriptionSdpTooLong;
     }
     description->type = type;
-    setField(description->sdp, sdp);
+    setField(description->sdp, withLineEnds(escaped));
     return STATUS_SUCCESS;
 }
 

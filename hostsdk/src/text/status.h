@@ -15,6 +15,8 @@ constexpr STATUS kStatusDescriptionSdpMissing = 0x55000004;
 constexpr STATUS kStatusDescriptionTypeMissing = 0x55000005;
 constexpr STATUS kStatusDescriptionSdpTooLong = 0x55000006;
 constexpr STATUS kStatusSdpUnreadable = 0x55000008;
+constexpr STATUS kStatusFingerprintMissing = 0x55000009;
+constexpr STATUS kStatusTooManyAttributes = 0x40000002;
 
 constexpr STATUS kStatusCandidateNotAnObject = 0x5a000011;
 constexpr STATUS kStatusCandidateMissing = 0x5a000012;

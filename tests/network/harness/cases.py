@@ -50,11 +50,12 @@ class Outcome:
 class Scene:
     """A network with a running camera in it."""
 
-    def __init__(self, programs, network, camera_options=()):
+    def __init__(self, programs, network, camera_options=(), silence_rate=1):
         self._programs = programs
         self.network = network
         options = ["--all-addresses", "--listen", f":{getattr(network, 'http_port', 0)}", "--log-level", "2"]
-        self.camera = Camera(programs.camera, [*options, *camera_options], network.command_in)
+        self.camera = Camera(programs.camera, [*options, *camera_options], network.command_in,
+                             silence_rate=silence_rate)
 
     def viewer(self, *options):
         # Late packets wait in the viewer for as long as the links here can hold one back.
@@ -176,25 +177,27 @@ def outage(seconds, before, after, same_call):
     return case
 
 
-def killed(programs, seed):
-    outcome = Outcome("viewer killed", "the viewer's process disappears", 3)
-    with namespaces.Network(programs.link, seed) as network:
-        scene = Scene(programs, network)
-        with scene.camera:
-            viewer = scene.viewer("--keep")
-            scene.wait_for_state("connected")
-            scene.wait_for_sound()
-            killed_at = time.monotonic()
-            viewer.kill()
-            finish(outcome, scene)
-            noticed = [event["at"] for event in scene.camera.events if event["event"] == "ended"]
-            outcome.came_back = f"call released {noticed[0] - killed_at:.1f} s later" if noticed else "call not released"
-            limit = sdk_limits.seconds("vanished")
-            outcome.expect(noticed and noticed[0] - killed_at < limit, f"the camera did not notice within {limit} s")
-    return outcome
+def killed(silence_rate):
+    """The SDK takes 30 s to notice; the stand-in's time can pass faster, where nobody reads the figure."""
+    def case(programs, seed):
+        outcome = Outcome("viewer killed", "the viewer's process disappears", 3)
+        with namespaces.Network(programs.link, seed) as network:
+            scene = Scene(programs, network, silence_rate=silence_rate)
+            with scene.camera:
+                viewer = scene.viewer("--keep")
+                scene.wait_for_state("connected")
+                scene.wait_for_sound()
+                killed_at = time.monotonic()
+                viewer.kill()
+                finish(outcome, scene)
+                noticed = [event["at"] - killed_at for event in scene.camera.events if event["event"] == "ended"]
+                outcome.came_back = f"call released {noticed[0]:.1f} s later" if noticed else "call not released"
+                limit = sdk_limits.seconds("vanished")
+                outcome.expect(noticed and noticed[0] < limit, f"the camera did not notice within {limit} s")
+        return outcome
 
-
-killed.title = "viewer killed"
+    case.title = "viewer killed"
+    return case
 
 
 def suspended(seconds):
@@ -211,10 +214,8 @@ def suspended(seconds):
                 let_pass(seconds)
                 viewer.signal(signal.SIGCONT)
                 outcome.report = viewer.report()
-                if outcome.call()["ended"]:
-                    outcome.came_back = "needs a new call, the camera ended this one"
-                else:
-                    outcome.came_back = f"by itself, after {outcome.call()['video']['largestGapMs'] / 1000:.1f} s"
+                outcome.came_back = f"by itself, after {outcome.call()['video']['largestGapMs'] / 1000:.1f} s"
+                outcome.expect(not outcome.call()["ended"], "the camera gave the call up")
                 finish(outcome, scene)
         return outcome
 
@@ -318,7 +319,7 @@ SHORT = [
     steady("5 % loss", "5 % of the packets lost, both ways", "loss 5", 5, 0.7, 0.8),
     steady("delay", "200 ms delay, 50 ms jitter, both ways", "delay 200 50", 5, 0.7, 0.8),
     outage(3, 2, 4, same_call=True),
-    killed,
+    killed(silence_rate=10),
     viewer_behind_nat,
 ]
 
@@ -334,7 +335,7 @@ FULL = [
            ("--stream", "0")),
     outage(3, 5, 10, same_call=True),
     outage(60, 5, 5, same_call=False),
-    killed,
+    killed(silence_rate=1),
     suspended(3),
     suspended(20),
     viewer_behind_nat,

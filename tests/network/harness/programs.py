@@ -28,12 +28,14 @@ def no_prefix(_role, command):
 class Camera:
     """A running camera and the events of its calls. Use it in a with statement."""
 
-    def __init__(self, program, options=(), command_in=no_prefix, log_path=os.devnull, watched=True):
+    def __init__(self, program, options=(), command_in=no_prefix, log_path=os.devnull, watched=True, silence_rate=1):
+        """silence_rate: how fast the silence of a vanished viewer passes, on the stand-in."""
         self.events = []
         self._command_in = command_in
         with open(log_path, "w", encoding="utf-8") as log:
             self.process = subprocess.Popen(command_in("camera", [program, *options]), stdout=subprocess.PIPE,
-                                            stderr=log, text=True)
+                                            stderr=log, text=True,
+                                            env={**os.environ, "ZELRTC_HOSTSDK_SILENCE_RATE": str(silence_rate)})
         line = self.process.stdout.readline()
         found = re.match(r"listening on http://[^/]*:(\d+)/", line)
         if not found:

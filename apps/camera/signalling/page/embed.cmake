@@ -1,4 +1,4 @@
-# Writes INPUT into OUTPUT as a C++ array, so that the program carries its page with it.
+# Writes INPUT to OUTPUT as a C++ array, so that the page is part of the program.
 file(READ ${INPUT} bytes HEX)
 string(REGEX REPLACE "(................................)" "\\1\n" bytes "${bytes}")
 string(REGEX REPLACE "([0-9a-f][0-9a-f])" "'\\\\x\\1'," bytes "${bytes}")

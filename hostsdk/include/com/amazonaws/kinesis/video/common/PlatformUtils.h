@@ -5,14 +5,19 @@
 #ifndef HOSTSDK_PLATFORM_UTILS_H
 #define HOSTSDK_PLATFORM_UTILS_H
 
+#include <dirent.h>
+#include <malloc.h>
+#include <math.h>
+#include <pthread.h>
 #include <stddef.h>
 #include <stdint.h>
+#include <sys/prctl.h>
+
+#include <com/amazonaws/kinesis/video/common/PlatformMacros.h>
 
 #ifdef __cplusplus
 extern "C" {
 #endif
-
-#define VOID void
 
 typedef char CHAR;
 typedef CHAR* PCHAR;
@@ -27,17 +32,9 @@ typedef UINT32* PUINT32;
 typedef uint64_t UINT64;
 typedef double DOUBLE;
 typedef size_t SIZE_T;
-typedef UINT32 STATUS;
 
 /** A flag shared between threads: read and written only through the functions below. */
 typedef volatile SIZE_T ATOMIC_BOOL;
-
-#ifndef TRUE
-#define TRUE (1)
-#endif
-#ifndef FALSE
-#define FALSE (0)
-#endif
 
 #define STATUS_SUCCESS ((STATUS) 0x00000000)
 #define STATUS_NULL_ARG ((STATUS) 0x00000001)
