@@ -14,8 +14,7 @@
 namespace zelrtc::hostsdk {
 
 void PipelineLink::connect(const Shared& link, GstElement* webrtcbin) {
-    link->agent_ = gst::niceAgent(webrtcbin);
-    gst::connectSignal(link->agent_.get(), "candidate-gathering-done", G_CALLBACK(onGatheringDone), link);
+    gst::connectSignal(gst::niceAgent(webrtcbin).get(), "candidate-gathering-done", G_CALLBACK(onGatheringDone), link);
     gst::connectSignal(webrtcbin, "on-ice-candidate", G_CALLBACK(onCandidate), link);
     gst::connectSignal(webrtcbin, "notify::connection-state", G_CALLBACK(onConnectionState), link);
     gst::connectSignal(webrtcbin, "deep-element-added", G_CALLBACK(onElementAdded), link);
@@ -34,7 +33,7 @@ void PipelineLink::watchFeedback(const Shared& link, GstElement* webrtcbin) {
     }
 }
 
-std::optional<Clock::time_point> PipelineLink::lastPacket() const {
+std::optional<Clock::time_point> PipelineLink::lastPacket(GObject* agent) const {
     std::optional<Clock::time_point> last;
     const Clock::rep count = lastPacket_;
     if (count != 0) {
@@ -42,7 +41,7 @@ std::optional<Clock::time_point> PipelineLink::lastPacket() const {
     }
     for (const guint stream : gathered()) {
         // An empty optional is before every other.
-        last = std::max(last, lastDatagram(agent_.get(), stream));
+        last = std::max(last, lastDatagram(agent, stream));
     }
     return last;
 }

@@ -32,8 +32,9 @@ public:
     // After the local description is set: each transport has an RTP session, which exists then.
     static void watchFeedback(const std::shared_ptr<PipelineLink>& link, GstElement* webrtcbin);
 
-    // When the far end was last heard of. Any thread.
-    std::optional<Clock::time_point> lastPacket() const;
+    // When the far end was last heard of. The agent is the caller's: its signals hold the link, so that a link which
+    // held the agent would keep both, and the agent's sockets, for good. Any thread.
+    std::optional<Clock::time_point> lastPacket(GObject* agent) const;
 
 private:
     using Shared = std::shared_ptr<PipelineLink>;
@@ -56,7 +57,6 @@ private:
     std::atomic<Clock::rep> lastPacket_{0};
     std::atomic<bool> dtlsConnected_{false};
     std::atomic<size_t> transports_{1};
-    gst::GstPtr<GObject> agent_;
     size_t foundCandidates_ = 0;  // of the agent's thread alone
     mutable std::mutex mutex_;
     std::vector<guint> gathered_;  // the agent's streams that are done; guarded by the mutex

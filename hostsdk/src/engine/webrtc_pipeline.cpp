@@ -139,7 +139,7 @@ std::unique_ptr<gst::Reply> WebRtcPipeline::statistics() const {
 }
 
 std::optional<Clock::time_point> WebRtcPipeline::lastPacket() const {
-    return link_->lastPacket();
+    return link_->lastPacket(gst::niceAgent(webrtcbin_).get());
 }
 
 }  // namespace zelrtc::hostsdk
