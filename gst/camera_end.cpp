@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "gst/ice_agent.h"
+#include "gst/payload_type.h"
 
 namespace zelrtc::gst {
 
@@ -29,27 +30,53 @@ GstPtr<GstCaps> packetCaps(const Track& track, guint ssrc) {
     return caps;
 }
 
+int ownPayloadType(Codec codec) {
+    constexpr int kNone = -1;
+    return codec == Codec::kMulaw ? 0 : kNone;
+}
+
 // h264parse repeats the parameter sets with each key frame, so that late joiners see a picture. The audio packetiser
 // must not count samples for its timestamps: a pause in the frames is a pause in the call.
-std::string senderChain(const Track& track, guint ssrc) {
-    const std::string numbers = " pt=" + std::to_string(track.payloadType) + " ssrc=" + std::to_string(ssrc);
-    if (track.codec == Codec::kMulaw) {
+const char* packetiserChain(Codec codec) {
+    if (codec == Codec::kMulaw) {
         return "appsrc name=source is-live=true format=time caps=audio/x-mulaw,rate=8000,channels=1 ! "
-               "rtppcmupay min-ptime=20000000 max-ptime=20000000 perfect-rtptime=false" +
-               numbers;
+               "rtppcmupay min-ptime=20000000 max-ptime=20000000 perfect-rtptime=false";
     }
     return "appsrc name=source is-live=true format=time caps=video/x-h264,stream-format=byte-stream,alignment=au ! "
            "h264parse config-interval=-1 ! "
-           "rtph264pay aggregate-mode=zero-latency config-interval=-1 mtu=1200" +
-           numbers;
+           "rtph264pay aggregate-mode=zero-latency config-interval=-1 mtu=1200";
 }
 
-const char* receiverChain(Codec codec) {
+const char* depacketiserChain(Codec codec) {
     if (codec == Codec::kMulaw) {
         return "rtppcmudepay ! appsink name=sink sync=false async=false max-buffers=50 drop=true";
     }
     return "rtph264depay ! video/x-h264,stream-format=byte-stream,alignment=au ! "
            "appsink name=sink sync=false async=false max-buffers=50 drop=true";
+}
+
+// Floating.
+GstElement* makeSender(const Track& track, guint ssrc) {
+    const int packetiserNumber = packetiserType(track.payloadType, ownPayloadType(track.codec));
+    const std::string chain = packetiserChain(track.codec) + std::string(" pt=") + std::to_string(packetiserNumber) +
+                              " ssrc=" + std::to_string(ssrc);
+    if (packetiserNumber == track.payloadType) {
+        return makeBin(chain);
+    }
+    GstElement* const sender = makeBin(chain + " ! " + renumberedCaps(track.payloadType));
+    const GstPtr<GstPad> output(gst_element_get_static_pad(sender, "src"));
+    renumberPackets(output.get(), track.payloadType);
+    return sender;
+}
+
+// Floating.
+GstElement* makeReceiver(GstPad* webrtcPad, Codec codec) {
+    gint payloadType = 0;
+    const GstPtr<GstCaps> caps(gst_pad_get_current_caps(webrtcPad));
+    gst_structure_get_int(gst_caps_get_structure(caps.get(), 0), "payload", &payloadType);
+    const int known = packetiserType(payloadType, ownPayloadType(codec));
+    const std::string renumbering = known == payloadType ? "" : renumberedCaps(known) + " ! ";
+    return makeBin(renumbering + depacketiserChain(codec));
 }
 
 GstPtr<GstPad> requestPad(GstElement* webrtcbin, const Track& track, GstCaps* caps) {
@@ -108,7 +135,7 @@ GstPtr<GstElement> addTrack(GstElement* pipeline, GstElement* webrtcbin, const T
     const GstPtr<GstPad> input = requestPad(webrtcbin, track, caps.get());
     configureTransceiver(input.get(), track, caps.get());
 
-    GstElement* const sender = makeBin(senderChain(track, ssrc));
+    GstElement* const sender = makeSender(track, ssrc);
     gst_bin_add(GST_BIN(pipeline), sender);
     const GstPtr<GstPad> output(gst_element_get_static_pad(sender, "src"));
     gst_pad_link(output.get(), input.get());
@@ -117,7 +144,7 @@ GstPtr<GstElement> addTrack(GstElement* pipeline, GstElement* webrtcbin, const T
 }
 
 bool receiveTrack(GstElement* pipeline, GstPad* webrtcPad, Codec codec, std::function<void(GstAppSink*)> handler) {
-    GstElement* const receiver = makeBin(receiverChain(codec));
+    GstElement* const receiver = makeReceiver(webrtcPad, codec);
     handleSamples(elementOf(receiver, "sink").get(), std::move(handler));
     return addReceiver(pipeline, webrtcPad, receiver);
 }

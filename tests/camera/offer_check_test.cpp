@@ -9,7 +9,7 @@ namespace {
 
 using ::testing::HasSubstr;
 
-constexpr const char* kSdp = "v=0\r\nm=audio 9 UDP/TLS/RTP/SAVPF 0\r\nm=video 9 UDP/TLS/RTP/SAVPF 96\r\n";
+constexpr const char* kSdp = "v=0\r\nm=audio 9 UDP/TLS/RTP/SAVPF 0\r\na=rtcp-mux\r\nm=video 9 UDP/TLS/RTP/SAVPF 96\r\n";
 
 struct Refusal {
     int status;
@@ -79,9 +79,25 @@ TEST(OfferCheckTest, AViewerWithoutH264IsToldSo) {
 
 TEST(OfferCheckTest, H264AmongOtherCodecsPassesInAnyCase) {
     for (const char* name : {"H264", "h264"}) {
-        const std::string mappings = "a=rtpmap:96 VP8/90000\r\na=rtpmap:102 " + std::string(name) + "/90000\r\n";
+        const std::string mappings = "a=rtpmap:96 VP8/90000\r\na=rtpmap:102 " + std::string(name) +
+                                     "/90000\r\na=fmtp:102 profile-level-id=42e01f; packetization-mode=1\r\n";
         EXPECT_EQ(refusalOf(checkOfferedSdp, kSdp + mappings).status, 0) << name;
     }
+}
+
+TEST(OfferCheckTest, AViewerThatTakesH264OnlyInWholeUnitsIsToldSo) {
+    const std::string h264 = std::string(kSdp) + "a=rtpmap:96 H264/90000\r\n";
+    for (const char* parameters : {"", "a=fmtp:96 packetization-mode=0\r\n", "a=fmtp:97 packetization-mode=1\r\n"}) {
+        const Refusal refusal = refusalOf(checkOfferedSdp, h264 + parameters);
+        EXPECT_EQ(refusal.status, 422) << parameters;
+        EXPECT_THAT(refusal.reason, HasSubstr("packetization-mode=1")) << parameters;
+    }
+}
+
+TEST(OfferCheckTest, AViewerThatWantsTwoPortsIsToldSo) {
+    const Refusal refusal = refusalOf(checkOfferedSdp, "v=0\r\nm=video 9 UDP/TLS/RTP/SAVPF 96\r\n");
+    EXPECT_EQ(refusal.status, 422);
+    EXPECT_THAT(refusal.reason, HasSubstr("rtcp-mux"));
 }
 
 TEST(OfferCheckTest, TheCodecsOfOtherSectionsAreNotThoseOfTheVideo) {
@@ -92,7 +108,7 @@ TEST(OfferCheckTest, TheCodecsOfOtherSectionsAreNotThoseOfTheVideo) {
 // As the SDK counts: each of the line ends takes four characters.
 TEST(OfferCheckTest, AnOfferOf25000EscapedCharactersPassesAndALongerOneDoesNot) {
     const std::string sdp = kSdp;
-    const size_t escaped = sdp.size() + 2 * 3;
+    const size_t escaped = sdp.size() + 2 * 4;
     const std::string fill(25000 - escaped, 'a');
     EXPECT_EQ(refusalOf(checkOfferedSdp, sdp + fill).status, 0);
     const Refusal refusal = refusalOf(checkOfferedSdp, sdp + fill + "a");

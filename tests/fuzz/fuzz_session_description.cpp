@@ -8,27 +8,38 @@
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
 #include "promise.h"
-#include "text/answer.h"
-#include "text/offer.h"
+#include "text/answer_plan.h"
+#include "text/engine_offer.h"
+#include "text/written_answer.h"
 
 using zelrtc::fuzz::require;
+using zelrtc::hostsdk::LocalSide;
+using zelrtc::hostsdk::parseDescription;
 
 namespace {
 
 const CHAR kUntouched = '#';
 
+// What the engine gets and what the viewer gets are descriptions again, of as many sections as they must have.
 void negotiate(const std::string& sdp) {
-    for (const zelrtc::hostsdk::OfferedMedia& media : zelrtc::hostsdk::parseOffer(sdp)) {
-        for (const RTC_CODEC codec :
-             {RTC_CODEC_H264_PROFILE_42E01F_LEVEL_ASYMMETRY_ALLOWED_PACKETIZATION_MODE, RTC_CODEC_MULAW}) {
-            const auto chosen = zelrtc::hostsdk::chooseFormat(media, codec);
-            if (chosen) {
-                const std::string profile = zelrtc::hostsdk::profileLevelId(chosen->parameters);
-                require(chosen->parameters.find(profile) != std::string::npos, "the profile is one of the offer's");
-                zelrtc::hostsdk::completeAnswer(sdp, {{chosen->payloadType, profile}});
-            }
-        }
+    constexpr RTC_CODEC kH264 = RTC_CODEC_H264_PROFILE_42E01F_LEVEL_ASYMMETRY_ALLOWED_PACKETIZATION_MODE;
+    std::string error;
+    const auto offer = parseDescription(sdp, &error);
+    const auto plan = offer ? planAnswer(*offer,
+                                         {{kH264, RTC_RTP_TRANSCEIVER_DIRECTION_SENDRECV, "stream", "picture"},
+                                          {RTC_CODEC_MULAW, RTC_RTP_TRANSCEIVER_DIRECTION_SENDRECV, "stream", "sound"}},
+                                         &error)
+                            : std::nullopt;
+    require(plan || !error.empty(), "a refused offer is refused with a reason");
+    if (!plan) {
+        return;
     }
+    const auto forEngine = parseDescription(engineOffer(*plan), &error);
+    require(forEngine && forEngine->sections.size() == plan->served.size(), "the engine sees what is served");
+    LocalSide local;
+    local.engineAnswer = *forEngine;
+    const auto answer = parseDescription(writeAnswer(*plan, local), &error);
+    require(answer && answer->sections.size() == offer->sections.size(), "the answer has the offer's sections");
 }
 
 }  // namespace

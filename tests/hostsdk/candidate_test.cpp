@@ -125,18 +125,6 @@ TEST(CandidateLine, saysWhetherItIsOfARelay) {
     EXPECT_FALSE(zelrtc::hostsdk::isRelayCandidate("a=x 3 1 UDP 1 198.51.100.1 typ relay"));
 }
 
-TEST(Description, holdsNoMoreThanFourRelays) {
-    std::string sdp = "v=0\r\n";
-    std::string expected = sdp;
-    for (int i = 0; i < 6; i++) {
-        const std::string relay = "a=candidate:" + std::to_string(i) + " 1 UDP 1 198.51.100.1 5000 typ relay\r\n";
-        const std::string host = "a=candidate:" + std::to_string(i) + " 1 UDP 1 192.0.2.1 5000 typ host\r\n";
-        sdp += relay + host;
-        expected += (i < 4 ? relay : "") + host;
-    }
-    EXPECT_EQ(zelrtc::hostsdk::withoutExcessRelays(sdp), expected);
-}
-
 TEST(CandidateLine, withANumericAddressOverUdpIsUsable) {
     for (const char* const line : {"candidate:1 1 udp 2130706431 192.0.2.2 45020 typ host",
                                    "candidate:1 1 UDP 1 2001:db8::1 9 typ srflx raddr :: "

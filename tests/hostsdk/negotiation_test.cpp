@@ -5,7 +5,7 @@
 #include "answering_side.h"
 #include "statuses.h"
 #include "stun_server.h"
-#include "text/offer.h"
+#include "text/session_description.h"
 #include "webrtcbin_viewer.h"
 
 namespace zelrtc::test {
@@ -48,50 +48,63 @@ int count(const std::string& text, const std::string& part) {
     return found;
 }
 
+std::vector<hostsdk::Section> sectionsOf(const std::string& sdp) {
+    std::string error;
+    return hostsdk::parseDescription(sdp, &error).value().sections;
+}
+
 }  // namespace
 
 TEST(Answer, sendsVideoAndSharesAudio) {
     AnsweringSide side;
     ASSERT_EQ(side.answer(offerOf("video audio")), STATUS_SUCCESS);
-    const auto media = zelrtc::hostsdk::parseOffer(side.answerSdp());
-    ASSERT_EQ(media.size(), 2U);
-    EXPECT_EQ(media[0].kind, "video");
-    EXPECT_EQ(media[0].direction, RTC_RTP_TRANSCEIVER_DIRECTION_SENDONLY);
-    EXPECT_EQ(media[0].formats.at(0).payloadType, 96);
-    EXPECT_EQ(zelrtc::hostsdk::profileLevelId(media[0].formats.at(0).parameters), "42e01f");
-    EXPECT_EQ(media[1].kind, "audio");
-    EXPECT_EQ(media[1].direction, RTC_RTP_TRANSCEIVER_DIRECTION_SENDRECV);
-    EXPECT_NE(side.answerSdp().find(" msid:stream "), std::string::npos);
-    EXPECT_EQ(side.answerSdp().find("FID 0"), std::string::npos);
+    const auto sections = sectionsOf(side.answerSdp());
+    ASSERT_EQ(sections.size(), 2U);
+    EXPECT_EQ(sections[0].kind, "video");
+    EXPECT_TRUE(sections[0].attributes.has("sendonly"));
+    EXPECT_EQ(sections[0].formats.at(0), "96");
+    EXPECT_NE(sections[0].attributes.value("fmtp").value_or("").find("profile-level-id=42e01f"), std::string::npos);
+    EXPECT_EQ(sections[1].kind, "audio");
+    EXPECT_TRUE(sections[1].attributes.has("sendrecv"));
+    EXPECT_EQ(sections[0].attributes.value("msid").value_or("").find("stream "), 0U);
+    EXPECT_FALSE(sections[0].attributes.has("ssrc-group"));
 }
 
 TEST(Answer, followsTheOrderOfTheOffer) {
     AnsweringSide side;
     ASSERT_EQ(side.answer(offerOf("audio video")), STATUS_SUCCESS);
-    const auto media = zelrtc::hostsdk::parseOffer(side.answerSdp());
-    ASSERT_EQ(media.size(), 2U);
-    EXPECT_EQ(media[0].kind, "audio");
-    EXPECT_EQ(media[0].direction, RTC_RTP_TRANSCEIVER_DIRECTION_SENDRECV);
-    EXPECT_EQ(media[1].kind, "video");
-    EXPECT_EQ(media[1].direction, RTC_RTP_TRANSCEIVER_DIRECTION_SENDONLY);
+    const auto sections = sectionsOf(side.answerSdp());
+    ASSERT_EQ(sections.size(), 2U);
+    EXPECT_EQ(sections[0].kind, "audio");
+    EXPECT_TRUE(sections[0].attributes.has("sendrecv"));
+    EXPECT_EQ(sections[1].kind, "video");
+    EXPECT_TRUE(sections[1].attributes.has("sendonly"));
 }
 
-TEST(Answer, leavesASectionWithoutACommonCodecInactive) {
+TEST(Answer, rejectsASectionWithoutACommonCodec) {
     AnsweringSide side;
     ASSERT_EQ(side.answer(offerOf("vp8 audio")), STATUS_SUCCESS);
-    const auto media = zelrtc::hostsdk::parseOffer(side.answerSdp());
-    ASSERT_EQ(media.size(), 2U);
-    EXPECT_EQ(media[0].direction, RTC_RTP_TRANSCEIVER_DIRECTION_INACTIVE);
-    EXPECT_EQ(media[1].direction, RTC_RTP_TRANSCEIVER_DIRECTION_SENDRECV);
+    const auto sections = sectionsOf(side.answerSdp());
+    ASSERT_EQ(sections.size(), 2U);
+    EXPECT_EQ(sections[0].port, 0);
+    EXPECT_TRUE(sections[1].attributes.has("sendrecv"));
 }
 
 TEST(Answer, leavesASecondVideoSectionInactive) {
     AnsweringSide side;
     ASSERT_EQ(side.answer(offerOf("video video")), STATUS_SUCCESS);
-    const auto media = zelrtc::hostsdk::parseOffer(side.answerSdp());
-    ASSERT_EQ(media.size(), 2U);
-    EXPECT_EQ(media[0].direction, RTC_RTP_TRANSCEIVER_DIRECTION_SENDONLY);
-    EXPECT_EQ(media[1].direction, RTC_RTP_TRANSCEIVER_DIRECTION_INACTIVE);
+    const auto sections = sectionsOf(side.answerSdp());
+    ASSERT_EQ(sections.size(), 2U);
+    EXPECT_TRUE(sections[0].attributes.has("sendonly"));
+    EXPECT_NE(sections[1].port, 0);
+    EXPECT_TRUE(sections[1].attributes.has("inactive"));
+}
+
+TEST(Offer, isRefusedWhenItIsTheSecond) {
+    AnsweringSide side;
+    const std::string offer = offerOf("video audio");
+    ASSERT_EQ(side.setOffer(offer), STATUS_SUCCESS);
+    EXPECT_EQ(side.setOffer(offer), STATUS_INVALID_OPERATION);
 }
 
 TEST(Gathering, reportsEachCandidateOnceAndThenItsEnd) {
@@ -117,6 +130,8 @@ TEST(LocalDescription, holdsAllCandidatesWhenGatheringHasEnded) {
     EXPECT_EQ(count(side.answerSdp(), "a=candidate:"), 0);
     ASSERT_TRUE(side.waitForGathering());
     EXPECT_EQ(count(side.localSdp(), "a=candidate:"), static_cast<int>(side.candidates().size()));
+    EXPECT_EQ(count(side.answerSdp(), "a=end-of-candidates"), 0);
+    EXPECT_EQ(count(side.localSdp(), "a=end-of-candidates"), 1);
 }
 
 TEST(Gathering, endsWithoutCandidatesWhenOnlyRelaysAreAllowedAndThereIsNone) {

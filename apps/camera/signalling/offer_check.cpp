@@ -1,8 +1,10 @@
 #include "signalling/offer_check.h"
 
+#include <algorithm>
 #include <cstring>
 #include <nlohmann/json.hpp>
 #include <sstream>
+#include <vector>
 
 #include "call/sdk_limits.h"
 #include "http/http_error.h"
@@ -48,16 +50,27 @@ std::string videoSection(const std::string& sdp) {
     return lowerCase(sdp.substr(start, sdp.find("\nm=", start + 1) - start));
 }
 
-// Whether a section maps a payload type to a codec whose name begins so.
-bool namesCodec(const std::string& section, const std::string& name) {
+// The payload types that a section maps to codecs whose name begins so.
+std::vector<std::string> payloadTypesOf(const std::string& section, const std::string& name) {
     constexpr const char* kMapping = "\na=rtpmap:";
+    std::vector<std::string> found;
     for (size_t at = section.find(kMapping); at != std::string::npos; at = section.find(kMapping, at + 1)) {
+        const size_t start = at + std::strlen(kMapping);
         const size_t space = section.find(' ', at);
         if (space != std::string::npos && section.compare(space + 1, name.size(), name) == 0) {
-            return true;
+            found.push_back(section.substr(start, space - start));
         }
     }
-    return false;
+    return found;
+}
+
+bool takesFragments(const std::string& section, const std::string& payloadType) {
+    const size_t start = section.find("\na=fmtp:" + payloadType + " ");
+    if (start == std::string::npos) {
+        return false;
+    }
+    const std::string line = section.substr(start, section.find('\n', start + 1) - start);
+    return line.find("packetization-mode=1") != std::string::npos;
 }
 
 void checkLength(const std::string& sdp) {
@@ -95,9 +108,24 @@ void checkVideo(const std::string& sdp) {
     if (video.empty()) {
         throw HttpError(422, "the offer asks for no video: it has no \"m=video\" section");
     }
-    if (namesCodec(video, "") && !namesCodec(video, "h264/")) {
+    if (payloadTypesOf(video, "").empty()) {
+        return;
+    }
+    const std::vector<std::string> h264 = payloadTypesOf(video, "h264/");
+    if (h264.empty()) {
         throw HttpError(422,
                         "the viewer cannot show H.264, which is what the camera sends: it offers other video codecs");
+    }
+    // Pictures are larger than packets.
+    if (std::none_of(h264.begin(), h264.end(),
+                     [&video](const std::string& payloadType) { return takesFragments(video, payloadType); })) {
+        throw HttpError(422, "the viewer takes H.264 only in whole units: it offers it without packetization-mode=1");
+    }
+}
+
+void checkMultiplexing(const std::string& sdp) {
+    if (sdp.find("\na=rtcp-mux") == std::string::npos) {
+        throw HttpError(422, "the offer has no a=rtcp-mux: the camera sends RTP and RTCP through one port");
     }
 }
 
@@ -118,6 +146,7 @@ void checkOfferedSdp(const std::string& sdp) {
     }
     checkMediaLines(sdp);
     checkVideo(sdp);
+    checkMultiplexing(sdp);
 }
 
 void checkCandidateLine(const std::string& line) {

@@ -14,8 +14,8 @@ std::string sdpOfOffer(const std::string& text);
 
 /**
  * Refuses what cannot be the SDP of a viewer's offer.
- * @throw HttpError 400 for what is no session description, 413 for one that is too long, 422 for one without video or
- * without H.264
+ * @throw HttpError 400 for what is no session description, 413 for one that is too long, 422 for one without video,
+ * without H.264 in packetization mode 1 or without rtcp-mux
  */
 void checkOfferedSdp(const std::string& sdp);
 

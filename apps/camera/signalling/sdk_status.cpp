@@ -31,7 +31,7 @@ constexpr std::array<Meaning, 22> kMeanings = {{
     {0x55000004, 400, "its sdp is missing or empty"},
     {0x55000005, 400, "it has no type"},
     {0x55000006, 413, "its sdp is too long"},
-    {0x55000008, 400, "its sdp is not a session description, or has no ICE user and password in a media section"},
+    {0x55000008, 400, "its sdp is not a session description, or a media section has no a=ice-ufrag and a=ice-pwd"},
     {0x55000009, 400, "its sdp has no certificate fingerprint"},
     {0x5600000f, 400, "its sdp holds something that cannot be taken"},
     {0x5a000007, 500, kBadServer},

@@ -1,15 +1,18 @@
 #include "connection/peer_connection.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
+#include <random>
+#include <sstream>
 #include <thread>
 #include <utility>
 
 #include "connection/statistics.h"
 #include "connection/test_switches.h"
-#include "text/answer.h"
 #include "text/candidate_json.h"
 #include "text/candidate_line.h"
+#include "text/engine_offer.h"
 #include "text/log.h"
 #include "text/offer_rules.h"
 #include "text/record_text.h"
@@ -41,6 +44,35 @@ std::vector<IceServer> readServers(const RtcConfiguration& configuration) {
     return servers;
 }
 
+// Unlike every other session's (RFC 8866); half the range, because some readers take it for signed.
+uint64_t makeSessionId() {
+    std::random_device random;
+    return (uint64_t{random()} << 31) ^ random();
+}
+
+std::optional<SessionDescription> readOffer(const RtcSessionDescriptionInit& description, std::string* error) {
+    if (description.type != SDP_TYPE_OFFER) {
+        *error = "it is not an offer";
+        return std::nullopt;
+    }
+    return parseDescription(getField(description.sdp), error);
+}
+
+STATUS refuseOffer(STATUS status, const std::string& reason) {
+    std::ostringstream text;
+    text << "the offer is refused with 0x" << std::hex << status << ": " << reason;
+    logError(text.str());
+    return status;
+}
+
+void logRejected(const AnswerPlan& plan) {
+    for (const PlannedSection& planned : plan.sections) {
+        if (planned.outcome != Outcome::kServed) {
+            logWarning("not served, " + planned.offered.name() + ": " + planned.reason);
+        }
+    }
+}
+
 // Every server is asked, whether the ICE agent takes it or not; one without an address has a place and no answer.
 std::vector<IceServerUrl> probedUrls(const std::vector<IceServer>& servers) {
     std::vector<IceServerUrl> urls;
@@ -48,10 +80,6 @@ std::vector<IceServerUrl> probedUrls(const std::vector<IceServer>& servers) {
         urls.push_back(server.url.value_or(IceServerUrl{"stun", "", 0, "udp"}));
     }
     return urls;
-}
-
-const char* kindName(MEDIA_STREAM_TRACK_KIND kind) {
-    return kind == MEDIA_STREAM_TRACK_KIND_AUDIO ? "audio" : "video";
 }
 
 }  // namespace
@@ -127,8 +155,12 @@ void PeerConnection::reportCandidate(unsigned int mLineIndex, const std::string&
         logDetail("candidate left out: " + line);
         return;
     }
-    const std::string mid = mLineIndex < offer_.size() ? offer_[mLineIndex].mid : "";
-    std::string json = writeCandidateJson(sdkCandidate(line), mid, mLineIndex);
+    std::unique_lock<std::mutex> lock(mutex_);
+    local_.candidates.push_back({mLineIndex, line});
+    const size_t section = plan_->transportOfEngineLine(mLineIndex).section;
+    const std::string mid = plan_->sections[section].offered.attributes.value("mid").value_or("");
+    lock.unlock();
+    std::string json = writeCandidateJson(sdkCandidate(line), mid, static_cast<unsigned int>(section));
     callCandidateHandler(json.data());
     reportGatheringEnd();
 }
@@ -140,6 +172,14 @@ void PeerConnection::reportGatheringEnd() {
     if (!gathering_.hasCandidate()) {
         logWarning("gathering ended without a candidate");
     }
+    tellGatheringEnd();
+}
+
+// The handler may ask for the complete answer.
+void PeerConnection::tellGatheringEnd() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    local_.hasAllCandidates = true;
+    lock.unlock();
     callCandidateHandler(nullptr);
 }
 
@@ -163,7 +203,7 @@ void PeerConnection::onState(RTC_PEER_CONNECTION_STATE state) {
     hasBeenConnected_ = hasBeenConnected_ || state == RTC_PEER_CONNECTION_STATE_CONNECTED;
     stateReports_.add(state);
     if (state == RTC_PEER_CONNECTION_STATE_FAILED && gathering_.cutShort()) {
-        executor_->post([this] { callCandidateHandler(nullptr); });
+        executor_->post([this] { tellGatheringEnd(); });
     }
 }
 
@@ -222,62 +262,59 @@ STATUS PeerConnection::addTransceiver(const RtcMediaStreamTrack& track, RTC_RTP_
     return STATUS_SUCCESS;
 }
 
+std::vector<AnsweringTrack> PeerConnection::answeringTracks() const {
+    std::vector<AnsweringTrack> tracks;
+    for (const auto& transceiver : transceivers_) {
+        const RtcMediaStreamTrack& track = transceiver->receiver.track;
+        tracks.push_back({track.codec, transceiver->direction, getField(track.streamId), getField(track.trackId)});
+    }
+    return tracks;
+}
+
 STATUS PeerConnection::setRemoteDescription(const RtcSessionDescriptionInit& description) {
-    if (pipeline_ == nullptr) {
+    if (pipeline_ == nullptr || plan_ != nullptr) {
         return STATUS_INVALID_OPERATION;
     }
-    const std::string sdp = getField(description.sdp);
-    std::vector<OfferedMedia> offer = parseOffer(sdp);
-    if (description.type != SDP_TYPE_OFFER || offer.empty()) {
-        return kStatusSdpUnreadable;
+    std::string error;
+    const std::optional<SessionDescription> offer = readOffer(description, &error);
+    if (!offer) {
+        return refuseOffer(kStatusSdpUnreadable, error);
     }
+    const std::string sdp = getField(description.sdp);
     const STATUS status = checkOffer(sdp);
     if (status != STATUS_SUCCESS) {
-        return status;
+        return refuseOffer(status, "the SDK does not take one like it");
     }
-    if (!pipeline_->setRemoteDescription(sdp)) {
+    std::optional<AnswerPlan> plan = planAnswer(*offer, answeringTracks(), &error);
+    if (!plan) {
+        return refuseOffer(kStatusSdpUnreadable, error);
+    }
+    if (!pipeline_->setRemoteDescription(engineOffer(*plan), plan->transports.size())) {
         return kStatusSdpUnreadable;
     }
-    offer_ = std::move(offer);
+    logRejected(*plan);
     hasSessionName_ = hasSessionName(sdp);
     isOfferComplete_ = sdp.find("\na=candidate:") != std::string::npos;
+    std::unique_lock<std::mutex> lock(mutex_);
+    plan_ = std::make_shared<const AnswerPlan>(std::move(*plan));
+    local_.sessionId = makeSessionId();
+    lock.unlock();
     addMedia();
     return STATUS_SUCCESS;
 }
 
-Transceiver* PeerConnection::claimTransceiver(const std::string& kind, std::vector<Transceiver*>* claimed) {
-    for (const auto& transceiver : transceivers_) {
-        const bool isFree = std::find(claimed->begin(), claimed->end(), transceiver.get()) == claimed->end();
-        if (isFree && kind == kindName(transceiver->receiver.track.kind)) {
-            claimed->push_back(transceiver.get());
-            return transceiver.get();
-        }
-    }
-    return nullptr;
-}
-
 void PeerConnection::addMedia() {
-    std::vector<Transceiver*> claimed;
-    for (size_t i = 0; i < offer_.size(); i++) {
-        Transceiver* const transceiver = offer_[i].rejected ? nullptr : claimTransceiver(offer_[i].kind, &claimed);
-        if (transceiver == nullptr) {
-            continue;
-        }
-        const RtcMediaStreamTrack& track = transceiver->receiver.track;
-        const std::optional<PayloadFormat> format = chooseFormat(offer_[i], track.codec);
-        if (!format) {
-            logWarning("the offer has no codec for m-line " + std::to_string(i) + " that this side can answer");
-            continue;
-        }
+    for (size_t line = 0; line < plan_->served.size(); line++) {
+        const PlannedSection& planned = plan_->sections[plan_->served[line]];
+        Transceiver& transceiver = *transceivers_[planned.track];
         NegotiatedMedia media;
-        media.mLineIndex = static_cast<unsigned int>(i);
-        media.codec = track.codec;
-        media.format = *format;
-        media.direction = answerDirection(offer_[i].direction, transceiver->direction);
-        media.streamId = getField(track.streamId);
-        transceiver->setSourceNamed(offer_[i].namesSource);
-        transceiver->setSender(pipeline_->addMedia(media));
-        answered_.push_back({format->payloadType, profileLevelId(format->parameters)});
+        media.mLineIndex = static_cast<unsigned int>(line);
+        media.codec = transceiver.receiver.track.codec;
+        media.payloadType = planned.format.payloadType;
+        media.direction = planned.direction;
+        media.streamId = planned.streamId;
+        transceiver.setSourceNamed(planned.offered.attributes.has("ssrc"));
+        transceiver.setSender(pipeline_->addMedia(media));
     }
 }
 
@@ -285,25 +322,44 @@ STATUS PeerConnection::createAnswer(PRtcSessionDescriptionInit description) {
     if (pipeline_ == nullptr) {
         return STATUS_INVALID_OPERATION;
     }
-    if (offer_.empty() || !hasSessionName_) {
+    if (plan_ == nullptr || !hasSessionName_) {
         return kStatusNoRemoteDescription;
     }
-    const std::optional<std::string> sdp = pipeline_->createAnswer();
-    if (!sdp) {
+    const std::string engineAnswer = pipeline_->createAnswer().value_or("");
+    std::string error;
+    std::optional<SessionDescription> read = parseDescription(engineAnswer, &error);
+    if (!read || read->sections.size() != plan_->served.size()) {
+        logError("the engine gives no answer: " + error);
         return STATUS_INVALID_OPERATION;
     }
-    const std::string complete = completeAnswer(*sdp, answered_);
-    if (complete.size() > MAX_SESSION_DESCRIPTION_INIT_SDP_LEN) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    engineAnswer_ = engineAnswer;
+    local_.engineAnswer = std::move(*read);
+    lock.unlock();
+    description->type = SDP_TYPE_ANSWER;
+    return writeAnswer(description);
+}
+
+STATUS PeerConnection::writeAnswer(PRtcSessionDescriptionInit description) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    const std::string sdp = hostsdk::writeAnswer(*plan_, local_);
+    lock.unlock();
+    if (sdp.size() > MAX_SESSION_DESCRIPTION_INIT_SDP_LEN) {
         return STATUS_BUFFER_TOO_SMALL;
     }
-    description->type = SDP_TYPE_ANSWER;
-    setField(description->sdp, complete);
+    setField(description->sdp, sdp);
     return STATUS_SUCCESS;
 }
 
+// The engine gets the answer that it made; what the caller has is that answer as the viewer gets it.
 STATUS PeerConnection::setLocalDescription(const RtcSessionDescriptionInit& description) {
-    if (pipeline_ == nullptr || offer_.empty()) {
+    if (pipeline_ == nullptr || engineAnswer_.empty()) {
         return STATUS_INVALID_OPERATION;
+    }
+    std::string error;
+    if (!parseDescription(getField(description.sdp), &error)) {
+        logError("the answer is refused: " + error);
+        return kStatusSdpUnreadable;
     }
     std::unique_lock<std::mutex> lock(mutex_);
     probe_ = std::make_shared<ServerProbe>(probedUrls(servers_));
@@ -312,22 +368,18 @@ STATUS PeerConnection::setLocalDescription(const RtcSessionDescriptionInit& desc
         gathering_.start(Gathering::Clock::now());
         monitor_.start(ConnectionMonitor::Clock::now());
     });
-    return pipeline_->setLocalDescription(getField(description.sdp)) ? STATUS_SUCCESS : kStatusSdpUnreadable;
+    // Before gathering begins, whose end may come first: its handler may ask for the complete answer.
+    hasLocalDescription_ = true;
+    return pipeline_->setLocalDescription(engineAnswer_) ? STATUS_SUCCESS : kStatusSdpUnreadable;
 }
 
 STATUS PeerConnection::currentLocalDescription(PRtcSessionDescriptionInit description) {
-    const std::shared_ptr<WebRtcPipeline> pipeline = currentPipeline();
-    const std::string sdp = pipeline == nullptr ? "" : withoutExcessRelays(pipeline->localDescription());
-    if (sdp.empty()) {
+    if (currentPipeline() == nullptr || !hasLocalDescription_) {
         return STATUS_INVALID_OPERATION;
-    }
-    if (sdp.size() > MAX_SESSION_DESCRIPTION_INIT_SDP_LEN) {
-        return STATUS_BUFFER_TOO_SMALL;
     }
     // The SDK leaves the type open here.
     std::memset(&description->type, 0, sizeof(description->type));
-    setField(description->sdp, sdp);
-    return STATUS_SUCCESS;
+    return writeAnswer(description);
 }
 
 STATUS PeerConnection::addIceCandidate(const std::string& line) {
@@ -335,11 +387,18 @@ STATUS PeerConnection::addIceCandidate(const std::string& line) {
     if (pipeline == nullptr) {
         return STATUS_INVALID_OPERATION;
     }
+    const std::shared_ptr<const AnswerPlan> plan = currentPlan();
     const std::optional<std::string> candidate = usableCandidate(line);
-    if (candidate) {
-        pipeline->addCandidate(*candidate);
-    } else {
+    if (!candidate || plan == nullptr) {
         logDetail("candidate ignored: " + line);
+        return STATUS_SUCCESS;
+    }
+    // The line says at most by its user which transport it is for. To another one it does no harm: no check succeeds.
+    const std::string user = candidateUser(*candidate);
+    for (size_t i = 0; i < plan->transports.size(); i++) {
+        if (user.empty() || user == plan->transports[i].user) {
+            pipeline->addCandidate(i, *candidate);
+        }
     }
     return STATUS_SUCCESS;
 }
@@ -375,6 +434,11 @@ STATUS PeerConnection::iceServer(PRtcIceServerStats record) {
     const std::shared_ptr<ServerProbe> probe = currentProbe();
     *record = serverStatistics(servers_[index], index, probe == nullptr ? ServerExchange() : probe->exchange(index));
     return STATUS_SUCCESS;
+}
+
+std::shared_ptr<const AnswerPlan> PeerConnection::currentPlan() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return plan_;
 }
 
 std::shared_ptr<WebRtcPipeline> PeerConnection::currentPipeline() {

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,7 +19,8 @@
 #include "connection/statistics.h"
 #include "connection/transceiver.h"
 #include "engine/webrtc_pipeline.h"
-#include "text/answer.h"
+#include "text/answer_plan.h"
+#include "text/written_answer.h"
 
 namespace zelrtc::hostsdk {
 
@@ -56,6 +58,7 @@ private:
     PipelineEvents makeEvents();
     void reportCandidate(unsigned int mLineIndex, const std::string& line);
     void reportGatheringEnd();
+    void tellGatheringEnd();
     void callCandidateHandler(PCHAR json);
     bool isAwaitedByFarEnd() const;
     void onState(RTC_PEER_CONNECTION_STATE state);
@@ -64,9 +67,10 @@ private:
     void reportBandwidth(double bitsPerSecond);
     void checkConnection();
     void setReady(bool ready);
-    // The first transceiver of the codec that answers none of the m-lines yet.
-    Transceiver* claimTransceiver(const std::string& kind, std::vector<Transceiver*>* claimed);
+    std::vector<AnsweringTrack> answeringTracks() const;
     void addMedia();
+    STATUS writeAnswer(PRtcSessionDescriptionInit description);
+    std::shared_ptr<const AnswerPlan> currentPlan();
     std::shared_ptr<WebRtcPipeline> currentPipeline();
     std::shared_ptr<ServerProbe> currentProbe();
     bool haveServersAnswered();
@@ -79,10 +83,13 @@ private:
     std::shared_ptr<WebRtcPipeline> pipeline_;
     std::shared_ptr<ServerProbe> probe_;
     std::vector<std::unique_ptr<Transceiver>> transceivers_;
-    std::vector<OfferedMedia> offer_;
-    std::vector<AnsweredFormat> answered_;
+    // Guarded by the mutex, too: what is answered, with what so far.
+    std::shared_ptr<const AnswerPlan> plan_;
+    LocalSide local_;
+    std::string engineAnswer_;
     bool hasSessionName_ = false;
     std::atomic<bool> isOfferComplete_{false};
+    std::atomic<bool> hasLocalDescription_{false};
     std::atomic<bool> hasBeenConnected_{false};
     // Of the timer thread alone.
     ConnectionMonitor monitor_;

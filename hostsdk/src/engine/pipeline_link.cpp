@@ -14,8 +14,7 @@
 namespace zelrtc::hostsdk {
 
 void PipelineLink::connect(const Shared& link, GstElement* webrtcbin) {
-    link->agent_ = gst::niceAgent(webrtcbin);
-    gst::connectSignal(link->agent_.get(), "candidate-gathering-done", G_CALLBACK(onGatheringDone), link);
+    gst::connectSignal(gst::niceAgent(webrtcbin).get(), "candidate-gathering-done", G_CALLBACK(onGatheringDone), link);
     gst::connectSignal(webrtcbin, "on-ice-candidate", G_CALLBACK(onCandidate), link);
     gst::connectSignal(webrtcbin, "notify::connection-state", G_CALLBACK(onConnectionState), link);
     gst::connectSignal(webrtcbin, "deep-element-added", G_CALLBACK(onElementAdded), link);
@@ -23,22 +22,40 @@ void PipelineLink::connect(const Shared& link, GstElement* webrtcbin) {
 }
 
 void PipelineLink::watchFeedback(const Shared& link, GstElement* webrtcbin) {
-    GObject* found = nullptr;
-    g_signal_emit_by_name(gst::elementOf(webrtcbin, "rtpbin").get(), "get-internal-session", 0U, &found);
-    const gst::GstPtr<GObject> session(found);
-    if (session != nullptr) {
-        gst::connectSignal(session.get(), "on-feedback-rtcp", G_CALLBACK(onFeedback), link);
+    const gst::GstPtr<GstElement> rtpbin = gst::elementOf(webrtcbin, "rtpbin");
+    for (size_t i = 0; i < link->transports_; i++) {
+        GObject* found = nullptr;
+        g_signal_emit_by_name(rtpbin.get(), "get-internal-session", static_cast<guint>(i), &found);
+        const gst::GstPtr<GObject> session(found);
+        if (session != nullptr) {
+            gst::connectSignal(session.get(), "on-feedback-rtcp", G_CALLBACK(onFeedback), link);
+        }
     }
 }
 
-std::optional<Clock::time_point> PipelineLink::lastPacket() const {
+std::optional<Clock::time_point> PipelineLink::lastPacket(GObject* agent) const {
     std::optional<Clock::time_point> last;
     const Clock::rep count = lastPacket_;
     if (count != 0) {
         last = Clock::time_point(Clock::duration(count));
     }
-    // An empty optional is before every other.
-    return stream_ == 0 ? last : std::max(last, lastDatagram(agent_.get(), stream_));
+    for (const guint stream : gathered()) {
+        // An empty optional is before every other.
+        last = std::max(last, lastDatagram(agent, stream));
+    }
+    return last;
+}
+
+// How many are done with it.
+size_t PipelineLink::addGathered(guint stream) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    gathered_.push_back(stream);
+    return gathered_.size();
+}
+
+std::vector<guint> PipelineLink::gathered() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return gathered_;
 }
 
 void PipelineLink::postTransport(const Shared& link, TransportEvent event) {
@@ -52,8 +69,12 @@ void PipelineLink::onCandidate(GstElement*, guint mLineIndex, gchar* text, Share
 
 // Asked of the agent: webrtcbin (1.22) never calls gathering complete when a candidate arrives while it decides.
 void PipelineLink::onGatheringDone(GObject* agent, guint stream, Shared* link) {
-    const size_t found = gst::countCandidates(agent, stream);
-    (*link)->stream_ = stream;
+    const size_t gathered = (*link)->addGathered(stream);
+    (*link)->foundCandidates_ += gst::countCandidates(agent, stream);
+    if (gathered < (*link)->transports_) {
+        return;
+    }
+    const size_t found = (*link)->foundCandidates_;
     (*link)->posters_.timer([link = *link, found] { link->events_.onGatheringDone(found); });
 }
 

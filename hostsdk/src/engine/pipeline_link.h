@@ -3,9 +3,12 @@
 #define HOSTSDK_SRC_ENGINE_PIPELINE_LINK_H
 
 #include <atomic>
+#include <cstddef>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "engine/pipeline_events.h"
 #include "gst/handles.h"
@@ -21,15 +24,23 @@ public:
 
     // Before webrtcbin starts.
     static void connect(const std::shared_ptr<PipelineLink>& link, GstElement* webrtcbin);
-    // After the local description is set: the bundled media share one RTP session, which exists then.
+    // Before the remote description is set: how many transports gather candidates.
+    void expectTransports(size_t count) {
+        transports_ = count;
+    }
+
+    // After the local description is set: each transport has an RTP session, which exists then.
     static void watchFeedback(const std::shared_ptr<PipelineLink>& link, GstElement* webrtcbin);
 
-    // When the far end was last heard of. Any thread.
-    std::optional<Clock::time_point> lastPacket() const;
+    // When the far end was last heard of. The agent is the caller's: its signals hold the link, so that a link which
+    // held the agent would keep both, and the agent's sockets, for good. Any thread.
+    std::optional<Clock::time_point> lastPacket(GObject* agent) const;
 
 private:
     using Shared = std::shared_ptr<PipelineLink>;
 
+    size_t addGathered(guint stream);
+    std::vector<guint> gathered() const;
     static void postTransport(const Shared& link, TransportEvent event);
     static void onCandidate(GstElement*, guint mLineIndex, gchar* text, Shared* link);
     static void onGatheringDone(GObject* agent, guint stream, Shared* link);
@@ -45,8 +56,10 @@ private:
     const PipelineEvents events_;
     std::atomic<Clock::rep> lastPacket_{0};
     std::atomic<bool> dtlsConnected_{false};
-    gst::GstPtr<GObject> agent_;
-    std::atomic<guint> stream_{0};  // of the agent, once it has gathered
+    std::atomic<size_t> transports_{1};
+    size_t foundCandidates_ = 0;  // of the agent's thread alone
+    mutable std::mutex mutex_;
+    std::vector<guint> gathered_;  // the agent's streams that are done; guarded by the mutex
 };
 
 }  // namespace zelrtc::hostsdk

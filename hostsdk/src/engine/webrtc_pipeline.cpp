@@ -30,7 +30,7 @@ gst::Track trackOf(const NegotiatedMedia& media) {
     gst::Track track;
     track.mLineIndex = media.mLineIndex;
     track.codec = media.codec == RTC_CODEC_MULAW ? gst::Codec::kMulaw : gst::Codec::kH264;
-    track.payloadType = media.format.payloadType;
+    track.payloadType = media.payloadType;
     track.direction = toGst(media.direction);
     track.streamId = media.streamId;
     return track;
@@ -105,7 +105,8 @@ void WebRtcPipeline::configure(bool relayOnly, const std::vector<IceServer>& ser
     dropMessages(pipeline_.get());
 }
 
-bool WebRtcPipeline::setRemoteDescription(const std::string& sdp) {
+bool WebRtcPipeline::setRemoteDescription(const std::string& sdp, size_t transports) {
+    link_->expectTransports(transports);
     return succeeds(
         [&] { gst::setRemoteDescription(webrtcbin_, gst::readDescription(GST_WEBRTC_SDP_TYPE_OFFER, sdp)); });
 }
@@ -129,14 +130,8 @@ std::optional<std::string> WebRtcPipeline::createAnswer() {
     return answer;
 }
 
-std::string WebRtcPipeline::localDescription() const {
-    const gst::Description description = gst::localDescription(webrtcbin_);
-    return description == nullptr ? "" : gst::writeDescription(description);
-}
-
-void WebRtcPipeline::addCandidate(const std::string& candidateLine) {
-    // Everything is bundled, so each candidate belongs to the transport of the first m-line.
-    g_signal_emit_by_name(webrtcbin_, "add-ice-candidate", 0U, candidateLine.c_str());
+void WebRtcPipeline::addCandidate(size_t transport, const std::string& candidateLine) {
+    g_signal_emit_by_name(webrtcbin_, "add-ice-candidate", static_cast<guint>(transport), candidateLine.c_str());
 }
 
 std::unique_ptr<gst::Reply> WebRtcPipeline::statistics() const {
@@ -144,7 +139,7 @@ std::unique_ptr<gst::Reply> WebRtcPipeline::statistics() const {
 }
 
 std::optional<Clock::time_point> WebRtcPipeline::lastPacket() const {
-    return link_->lastPacket();
+    return link_->lastPacket(gst::niceAgent(webrtcbin_).get());
 }
 
 }  // namespace zelrtc::hostsdk

@@ -4,6 +4,7 @@
 
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -15,15 +16,14 @@
 #include "engine/pipeline_link.h"
 #include "gst/description.h"
 #include "gst/reply.h"
-#include "text/offer.h"
 
 namespace zelrtc::hostsdk {
 
-// One m-line that a transceiver answers.
+// One m-line of the engine's offer that a transceiver answers.
 struct NegotiatedMedia {
     unsigned int mLineIndex = 0;
     RTC_CODEC codec = RTC_CODEC_MULAW;
-    PayloadFormat format;
+    int payloadType = 0;
     RTC_RTP_TRANSCEIVER_DIRECTION direction = RTC_RTP_TRANSCEIVER_DIRECTION_INACTIVE;
     std::string streamId;
 };
@@ -42,14 +42,13 @@ public:
     // Leaves the call and releases everything; afterwards none of the events is posted.
     ~WebRtcPipeline();
 
-    bool setRemoteDescription(const std::string& sdp);
+    // `transports`: one when everything is bundled, else one for each m-line.
+    bool setRemoteDescription(const std::string& sdp, size_t transports);
     // After the remote description. The sender is null when the direction does not send.
     std::unique_ptr<MediaSender> addMedia(const NegotiatedMedia& media);
     std::optional<std::string> createAnswer();
     bool setLocalDescription(const std::string& sdp);
-    // With the candidates gathered so far; empty before there is a local description.
-    std::string localDescription() const;
-    void addCandidate(const std::string& candidateLine);
+    void addCandidate(size_t transport, const std::string& candidateLine);
     // webrtcbin's statistics of the connection; nothing before there are any. Any thread but webrtcbin's.
     std::unique_ptr<gst::Reply> statistics() const;
     // When the far end was last heard of. Any thread.

@@ -4,8 +4,9 @@
 
 #include <algorithm>
 #include <cctype>
-#include <sstream>
 #include <vector>
+
+#include "text/session_description.h"
 
 namespace zelrtc::hostsdk {
 
@@ -13,13 +14,12 @@ namespace {
 
 enum Field { kFoundation, kComponent, kTransport, kPriority, kAddress, kPort, kTyp, kType, kFieldCount };
 
-std::vector<std::string> splitWords(const std::string& text) {
-    std::istringstream stream(text);
-    std::vector<std::string> words;
-    for (std::string word; stream >> word;) {
-        words.push_back(word);
+std::string joinWords(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += text.empty() ? word : " " + word;
     }
-    return words;
+    return text;
 }
 
 std::string lowerCase(std::string text) {
@@ -61,23 +61,31 @@ std::optional<std::string> usableCandidate(const std::string& line) {
     return candidate;
 }
 
+std::string standardCandidate(const std::string& line) {
+    std::vector<std::string> words = splitWords(line.compare(0, 2, "a=") == 0 ? line.substr(2) : line);
+    if (words.size() < kFieldCount) {
+        return line;
+    }
+    const auto related = std::find(words.begin() + kFieldCount, words.end(), "raddr");
+    const bool hasRelated = words.end() - related >= 4;
+    if (words[kType] == "host" && hasRelated) {
+        words.erase(related, related + 4);
+    } else if (words[kType] != "host" && !hasRelated) {
+        words.insert(words.begin() + kFieldCount, {"raddr", "0.0.0.0", "rport", "0"});
+    }
+    return joinWords(words);
+}
+
+std::string candidateUser(const std::string& line) {
+    const std::vector<std::string> words = splitWords(line);
+    const auto name = std::find(words.begin(), words.end(), "ufrag");
+    return words.end() - name < 2 ? "" : *(name + 1);
+}
+
 bool isRelayCandidate(const std::string& line) {
     const std::vector<std::string> words = splitWords(line);
     return words.size() >= kFieldCount && words[kTyp] == "typ" && words[kType] == "relay" &&
            words[0].find("candidate:") != std::string::npos;
-}
-
-std::string withoutExcessRelays(const std::string& sdp) {
-    std::istringstream lines(sdp);
-    std::string result;
-    size_t relays = 0;
-    for (std::string line; std::getline(lines, line);) {
-        relays += isRelayCandidate(line) ? 1 : 0;
-        if (!isRelayCandidate(line) || relays <= kMostRelayCandidates) {
-            result += line + "\n";
-        }
-    }
-    return result;
 }
 
 std::string sdkCandidate(const std::string& line) {
@@ -89,11 +97,7 @@ std::string sdkCandidate(const std::string& line) {
     if (!contains(words, "raddr")) {
         words.insert(words.begin() + kFieldCount, {"raddr", "0.0.0.0", "rport", "0"});
     }
-    std::string result;
-    for (const std::string& word : words) {
-        result += word + " ";
-    }
-    return result + "generation 0 network-cost 999";
+    return joinWords(words) + " generation 0 network-cost 999";
 }
 
 }  // namespace zelrtc::hostsdk

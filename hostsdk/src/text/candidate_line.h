@@ -11,14 +11,17 @@ namespace zelrtc::hostsdk {
 // without a numeric address (`.local` names need a resolver that cameras do not have).
 std::optional<std::string> usableCandidate(const std::string& line);
 
+// The agent's line as RFC 8839 has it: an address that a candidate was made from for all but host candidates.
+std::string standardCandidate(const std::string& line);
+
+// The ICE user that the line names as an extension; empty when it names none.
+std::string candidateUser(const std::string& line);
+
 // The SDK's limit for one connection, however many relays are configured.
 constexpr size_t kMostRelayCandidates = 4;
 
 // Of a relay, in a candidate line or in a description's a= line.
 bool isRelayCandidate(const std::string& line);
-
-// The description with no more relays' candidates than the limit.
-std::string withoutExcessRelays(const std::string& sdp);
 
 // The agent's line with the attributes that the SDK writes.
 std::string sdkCandidate(const std::string& line);

@@ -86,9 +86,17 @@ def check_directions(offer, answer):
             yield f"section {number} answers {offered.direction(default)} with {answered.direction()}"
 
 
+def carrier(offer, answer, media):
+    """The section of the offer whose transport the answered section has: the first of its group, or itself."""
+    mid = media.value("mid")
+    mids = [group[0] for group in answer.groups() if mid in group] or [mid]
+    return next((offered for offered in offer.media if mid and offered.value("mid") == mids[0]), None)
+
+
 def check_setup(offer, answer):
     for number, (offered, answered) in enumerate(zip(offer.media, answer.media)):
-        role, wanted = inherited(answer, answered, "setup"), inherited(offer, offered, "setup") or "active"
+        role = inherited(answer, answered, "setup")
+        wanted = inherited(offer, carrier(offer, answer, answered) or offered, "setup") or "active"
         if answered.port and role not in SETUPS.get(wanted, ("active", "passive")):
             yield f"section {number} answers the setup {wanted} with {role}"
 
