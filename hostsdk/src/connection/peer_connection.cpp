@@ -76,6 +76,7 @@ void logRejected(const AnswerPlan& plan) {
 // Every server is asked, whether the ICE agent takes it or not; one without an address has a place and no answer.
 std::vector<IceServerUrl> probedUrls(const std::vector<IceServer>& servers) {
     std::vector<IceServerUrl> urls;
+    urls.reserve(servers.size());
     for (const IceServer& server : servers) {
         urls.push_back(server.url.value_or(IceServerUrl{"stun", "", 0, "udp"}));
     }
@@ -264,6 +265,7 @@ STATUS PeerConnection::addTransceiver(const RtcMediaStreamTrack& track, RTC_RTP_
 
 std::vector<AnsweringTrack> PeerConnection::answeringTracks() const {
     std::vector<AnsweringTrack> tracks;
+    tracks.reserve(transceivers_.size());
     for (const auto& transceiver : transceivers_) {
         const RtcMediaStreamTrack& track = transceiver->receiver.track;
         tracks.push_back({track.codec, transceiver->direction, getField(track.streamId), getField(track.trackId)});
