@@ -12,8 +12,8 @@ constexpr std::chrono::milliseconds kSendingLimit{200};
 
 using Signal = std::promise<void>;
 
-// Fulfils the promise at the pad's next occasion of that kind. The probe owns its share of the promise, since the
-// occasion may come after the limit.
+// Fulfils the promise when the pad next fires such a probe. The probe shares ownership, because it may fire after the
+// time limit.
 void signalOnce(GstPad* pad, GstPadProbeType occasion, const std::shared_ptr<Signal>& signal) {
     const auto onOccasion = [](GstPad*, GstPadProbeInfo*, gpointer data) {
         (*static_cast<std::shared_ptr<Signal>*>(data))->set_value();
@@ -30,7 +30,7 @@ void closeEncoder(GstElement* encoder) {
     }
     const auto started = std::make_shared<Signal>();
     signalOnce(output.get(), GST_PAD_PROBE_TYPE_BUFFER, started);
-    // The end of the stream of application data is what makes the encoder close its side.
+    // The encoder closes its side when its stream of application data ends.
     gst_pad_send_event(input.get(), gst_event_new_eos());
     if (started->get_future().wait_for(kSendingLimit) != std::future_status::ready) {
         return;

@@ -16,8 +16,8 @@ DtlsState dtlsState(GstElement* element);
 // ends the receiving of everything. Before the pipeline starts.
 void dropData(GstElement* webrtcbin);
 
-// Sends the closing alert of DTLS on the connected transport inside the bin, and waits until it has left, but not for
-// long. webrtcbin by itself leaves without a word, and a browser would take half a minute to notice.
+// Sends the DTLS close alert on the connected transport inside the bin and waits briefly until it is out. webrtcbin
+// itself sends none, and a browser would take half a minute to notice.
 void sendDtlsClose(GstElement* webrtcbin);
 
 }  // namespace zelrtc::gst

@@ -62,8 +62,8 @@ std::string takeText(gchar* text);
 // The reason, of which this takes the ownership.
 std::string takeReason(GError* error);
 
-// Connects a signal to a plain function whose last argument is `*data`, a copy of which lives as long as the
-// connection; so the data outlives every call, also one that runs while the signal is disconnected.
+// Connects a signal to a plain function whose last argument points to a copy of `data`. The copy lives as long as the
+// signal's connection and so outlives every call, even one that is running while the signal is disconnected.
 template <typename Data>
 gulong connectSignal(gpointer object, const char* signal, GCallback callback, const std::shared_ptr<Data>& data) {
     auto* const copy = new std::shared_ptr<Data>(data);

@@ -4,8 +4,8 @@
 
 #include "gst/network_interfaces.h"
 
-// Of libnice's public interface. Its development package would bring a desktop's libraries along for these two
-// functions, and GStreamer's own list of candidates (1.22) crashes on a relayed one.
+// Declared here, as in libnice's public interface: for two functions, its development package would pull in half a
+// desktop. GStreamer's own list of candidates (1.22) crashes on a relayed one.
 extern "C" {
 GSList* nice_agent_get_local_candidates(GObject* agent, guint stream, guint component);
 void nice_candidate_free(gpointer candidate);

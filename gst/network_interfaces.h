@@ -4,7 +4,7 @@
 
 namespace zelrtc::gst {
 
-// True when no interface but the loopback one is up with an address.
+// Whether no interface but loopback is up with an address.
 bool hasOnlyLoopback();
 
 }  // namespace zelrtc::gst

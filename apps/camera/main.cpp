@@ -39,7 +39,7 @@ constexpr size_t kSpareHandlers = 8;
 constexpr size_t kDescriptorsPerCall = 64;
 constexpr size_t kOwnDescriptors = 256;
 
-// Every thread inherits the mask, so that the signals wait for the one that asks for them.
+// Every thread inherits the mask, so the signals stay pending until the main thread waits for them.
 sigset_t blockStopSignals() {
     sigset_t signals;
     sigemptyset(&signals);
@@ -53,11 +53,11 @@ void waitForStopSignal(const sigset_t& signals) {
     int received = 0;
     sigwait(&signals, &received);
     spdlog::info("stopping on signal {}", received);
-    // Whoever asks again does not want to wait.
+    // A second signal ends the program at once.
     pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
-// The SDK is up while this lives: before the first session and until after the last.
+// Keeps the SDK initialised from before the first session until after the last.
 class Sdk {
 public:
     Sdk() {

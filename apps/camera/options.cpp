@@ -17,7 +17,7 @@ namespace {
 constexpr int kMostCalls = 64;
 constexpr int kLastPort = 65535;
 
-// Texts as they stand on the command line, before they are taken apart.
+// Options as typed, before they are parsed further.
 struct Texts {
     std::string listen = "127.0.0.1:8080";
     bool onAllAddresses = false;

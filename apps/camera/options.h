@@ -1,4 +1,4 @@
-/** @file options.h What the command line says. */
+/** @file options.h The command line. */
 #ifndef APPS_CAMERA_OPTIONS_H
 #define APPS_CAMERA_OPTIONS_H
 
@@ -16,17 +16,17 @@ struct Options {
     std::string host = "127.0.0.1";
     int port = 8080;
     std::array<VideoInput, kVideoStreams> video;
-    std::string audioFile; /**< empty for the tone pattern */
+    std::string audioFile; /**< empty: the tone pattern */
     CallSettings calls;
     std::vector<std::string> allowedOrigins; /**< sites whose pages may use WHEP, as in "https://example.com" */
     int logLevel = 3;
-    std::string logFile; /**< empty for standard error */
+    std::string logFile; /**< empty: standard error */
 };
 
 /**
- * Reads the command line. What is wrong with it goes to standard error, help to standard output.
+ * Reads the command line. Mistakes are reported on standard error, help on standard output.
  * @param exitStatus set when nothing is returned: 0 after help or version, 2 after a mistake
- * @return nothing when the program is to end at once
+ * @return nothing if the program should exit at once
  */
 std::optional<Options> readOptions(int argc, char** argv, int& exitStatus);
 

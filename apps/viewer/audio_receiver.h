@@ -14,15 +14,15 @@ namespace zelrtc::viewer {
 
 class AudioReceiver {
 public:
-    /** `statistics` outlives this object; `keep` keeps every sample. @throws std::runtime_error, element missing */
+    /** `statistics` must outlive this object; `keep`: keep every sample. @throws std::runtime_error, element missing */
     AudioReceiver(CallStatistics& statistics, bool keep);
 
-    /** The bin that takes the RTP packets at its pad "sink"; the pipeline it is put into owns it from then on. */
+    /** The bin that takes RTP packets at its pad "sink". The pipeline it is added to owns it. */
     GstElement* bin() const {
         return bin_;
     }
 
-    /** Writes what was kept: 8 kHz, 16 bit, mono. @throws std::runtime_error when the file cannot be written */
+    /** Writes the kept samples: 8 kHz, 16 bit, mono. @throws std::runtime_error if the file cannot be written */
     void writeWav(const std::string& path) const;
 
 private:

@@ -6,7 +6,7 @@
 namespace zelrtc::viewer {
 namespace {
 
-// An older picture is a misread strip: nothing on the way keeps pictures this long.
+// An older picture means a misread strip: nothing on the way delays pictures this long.
 constexpr uint32_t kOldestBelievableMs = 10000;
 
 }  // namespace

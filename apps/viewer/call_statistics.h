@@ -48,13 +48,13 @@ struct CallRecord {
 
     std::string id;
     std::vector<State> states;        // as seen here
-    std::vector<State> cameraStates;  // as the camera reported them, in its own time
+    std::vector<State> cameraStates;  // as reported by the camera, on its own clock
     std::optional<double> answerMs;
     std::optional<double> connectedMs;
     std::optional<double> firstFrameMs;
     std::optional<double> firstDecodedMs;
     std::optional<double> lastFrameMs;
-    std::vector<State> streamsAsked;  // the name is the stream's number
+    std::vector<State> streamsAsked;  // the name is the stream number
     std::vector<SizeChange> sizes;
     uint64_t frames = 0;
     uint64_t keyFrames = 0;
@@ -65,15 +65,15 @@ struct CallRecord {
     std::vector<uint32_t> agesMs;
     uint64_t audioReceived = 0;  // packets
     uint64_t audioSent = 0;
-    uint64_t audioHeard = 0;  // frames of ours that the camera reported
-    double audioRms = 0;      // of all that was received, full scale is 1
+    uint64_t audioHeard = 0;  // our frames, as counted by the camera
+    double audioRms = 0;      // over all received audio; full scale is 1
     Transport transport;
     std::string ended;    // the reason the camera gave
-    std::string failure;  // why the call could not be placed or went wrong
+    std::string failure;  // why the call could not be placed or failed
     bool httpFailed = false;
 };
 
-/** Collects a CallRecord. Every operation may be called from any thread. */
+/** Collects a CallRecord. Any thread. */
 class CallStatistics {
 public:
     void offerSent();
@@ -82,7 +82,7 @@ public:
     void cameraStateReached(const std::string& name, double ms);
     void streamAsked(int stream);
     void frameReceived(const FrameMeasurement& frame);
-    /** A picture was decoded; `clock` is what its strip says, `now` the same clock at this moment. */
+    /** `clock` is the time in the picture's strip, `now` the same clock when it was decoded. */
     void pictureDecoded(std::optional<uint32_t> clock, uint32_t now);
     void audioPacketReceived();
     void audioPacketSent();

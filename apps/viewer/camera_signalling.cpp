@@ -10,7 +10,7 @@ namespace {
 
 constexpr const char* kJsonType = "application/json";
 constexpr std::chrono::seconds kResponseLimit(15);  // an answer with all candidates may take the camera 12
-constexpr std::chrono::hours kQuietLimit(24);       // events may stay out for as long as a call lasts
+constexpr std::chrono::hours kQuietLimit(24);       // a call may go on without any event
 
 void report(const ServerEvent& event, SignallingListener& listener) {
     const nlohmann::json data = nlohmann::json::parse(event.data);

@@ -13,12 +13,12 @@ struct ServerEvent {
     std::string data;
 };
 
-/** Cuts a text/event-stream into events; comments and fields that nobody here needs are skipped. */
+/** Splits a text/event-stream into events; skips comments and unused fields. */
 class EventStreamParser {
 public:
     explicit EventStreamParser(std::function<void(const ServerEvent&)> onEvent);
 
-    /** Takes the next piece, of any size, and reports each event that it completes. */
+    /** Takes the next piece, of any size, and reports the events it completes. */
     void feed(std::string_view piece);
 
 private:

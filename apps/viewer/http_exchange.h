@@ -10,19 +10,19 @@
 namespace zelrtc::viewer {
 
 /**
- * The response, when its status is a good one.
- * @throws SignallingError with the reason from the problem details, or with the transport's failure
+ * The response, if it reports success.
+ * @throws SignallingError with the reason from the problem details, or with the transport's error
  */
 const httplib::Response& expectSuccess(const httplib::Result& result, const std::string& what);
 
 /**
- * Sends a request that does no harm when it arrives twice. On a network that loses packets, a request can meet a
- * connection that the camera has just closed for being idle: it is sent again then, a few times.
- * @throws SignallingError like expectSuccess
+ * Sends a request that is harmless if it arrives twice. On a lossy network a request may hit a connection that the
+ * camera has just closed as idle; it is then sent again, a few times.
+ * @throws SignallingError as expectSuccess does
  */
 void sendUntilAnswered(const std::function<httplib::Result()>& send, const std::string& what);
 
-/** The response's Location as a path. @throws SignallingError when there is none */
+/** The path in the response's Location. @throws SignallingError if there is none */
 std::string locationPath(const httplib::Response& response);
 
 }  // namespace zelrtc::viewer

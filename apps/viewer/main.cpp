@@ -1,4 +1,4 @@
-// zelrtc-viewer: places calls at a camera and prints what arrived.
+// zelrtc-viewer: calls a camera and prints what arrived.
 
 #include <gst/gst.h>
 
@@ -55,7 +55,7 @@ int main(int argc, char** argv) try {
     std::cout << (options.json ? reportAsJson(records, options) : reportAsText(records, options)) << std::flush;
     const int status = exitStatus(records, options);
     if (options.abortPoint != zelrtc::viewer::AbortPoint::kNever) {
-        std::_Exit(status);  // ending in order would tell the camera goodbye
+        std::_Exit(status);  // an orderly exit would say goodbye to the camera
     }
     return status;
 } catch (const zelrtc::viewer::StartRefused& refused) {

@@ -9,7 +9,7 @@ namespace {
 
 constexpr int kUsageError = 2;
 
-// What CLI11 fills in before it is checked and put into the units of Options.
+// Options as CLI11 stores them, before they are checked and converted.
 struct RawOptions {
     double seconds = 5;
     double connectSeconds = 15;

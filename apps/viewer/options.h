@@ -18,13 +18,13 @@ struct StreamSwitch {
     int stream;
 };
 
-/** Where a call leaves without a word. */
+/** Where a call breaks off without a goodbye. */
 enum class AbortPoint { kNever, kAfterOffer, kWhileGathering, kInDtlsHandshake, kAfterTime };
 
 struct Options {
     std::string url;
-    Milliseconds duration{5000};         // of the picture, from the connection on
-    Milliseconds connectTimeout{15000};  // from the offer on
+    Milliseconds duration{5000};         // counted from the connection
+    Milliseconds connectTimeout{15000};  // counted from the offer
     Milliseconds jitterBuffer{1000};
     bool untilInterrupted = false;
     bool json = false;
@@ -43,14 +43,14 @@ struct Options {
     Milliseconds abortAfter{0};
 };
 
-/** Thrown when the program must not start: the text is already printed, `status` is what to exit with. */
+/** Thrown if the program must not start. The message is already printed; `status` is the exit status. */
 struct StartRefused {
     int status;
 };
 
 /**
  * Reads the command line.
- * @throws StartRefused after --help and for bad usage, which it reports on standard error
+ * @throws StartRefused after --help, and for bad usage, which is reported on standard error
  */
 Options parseOptions(int argc, const char* const* argv);
 

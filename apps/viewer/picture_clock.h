@@ -8,7 +8,7 @@
 
 namespace zelrtc::viewer {
 
-/** The brightness of a decoded picture; `data` belongs to the caller. */
+/** The luma plane of a decoded picture; the caller owns `data`. */
 struct LumaPlane {
     const uint8_t* data;
     size_t stride;
@@ -18,7 +18,7 @@ struct LumaPlane {
 
 /**
  * Reads the strip in the bottom twelfth: 32 cells, white 1, black 0, most significant first.
- * @return CLOCK_MONOTONIC in milliseconds modulo 2^32 at capture, or nothing when a cell is neither black nor white
+ * @return CLOCK_MONOTONIC at capture, in milliseconds modulo 2^32; nothing if a cell is neither black nor white
  */
 std::optional<uint32_t> readPictureClock(const LumaPlane& picture);
 

@@ -9,18 +9,18 @@
 namespace zelrtc::viewer {
 
 struct Candidate {
-    unsigned line;     // of the session description, from 0
-    std::string mid;   // that line's name
+    unsigned line;     // index of the m-line, from 0
+    std::string mid;   // the m-line's mid
     std::string text;  // "candidate:..."
 };
 
-/** The camera was not reached or refused; what() says why in words. */
+/** The camera could not be reached or refused the request; what() says why. */
 class SignallingError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/** What the camera tells during a call; called on the signalling's own thread. */
+/** Receives what the camera reports during a call, on the signalling's own thread. */
 class SignallingListener {
 public:
     virtual ~SignallingListener() = default;
@@ -30,7 +30,7 @@ public:
     virtual void onEnded(const std::string& reason) = 0;
 };
 
-/** One call's way to the camera. One thread uses it; every operation may throw SignallingError. */
+/** One call's connection to the camera. Used by one thread; every operation may throw SignallingError. */
 class Signalling {
 public:
     struct Answer {
@@ -40,9 +40,9 @@ public:
 
     virtual ~Signalling() = default;
 
-    /** Places the call. With `complete` the offer holds every candidate and the answer shall do so as well. */
+    /** Places the call. `complete`: the offer holds every candidate, and so must the answer. */
     virtual Answer place(const std::string& offerSdp, bool complete) = 0;
-    /** Starts to report what the camera tells, until this object goes; `listener` outlives it. */
+    /** Starts reporting to `listener`, which must outlive this object. */
     virtual void listen(SignallingListener& listener) = 0;
     virtual void sendCandidate(const Candidate& candidate) = 0;
     virtual void selectStream(int stream) = 0;

@@ -26,7 +26,7 @@ bool TaskQueue::runUntil(Clock::time_point deadline, const std::function<bool()>
 }
 
 std::function<void()> TaskQueue::next(Clock::time_point deadline) {
-    // An interruption by signal wakes nobody, hence the bound.
+    // A signal wakes nobody, so the wait has a limit.
     const Clock::time_point wake = std::min(deadline, Clock::now() + std::chrono::milliseconds(100));
     std::unique_lock<std::mutex> lock(mutex_);
     if (!posted_.wait_until(lock, wake, [this] { return !tasks_.empty(); })) {

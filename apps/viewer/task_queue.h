@@ -10,17 +10,17 @@
 
 namespace zelrtc::viewer {
 
-/** GStreamer and HTTP callbacks must not wait for each other, so they post here and return. */
+/** GStreamer's and HTTP's callbacks must not wait for each other, so they post here and return. */
 class TaskQueue {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /** Runs `task` later, on the thread inside runUntil. Any thread. */
+    /** Queues `task` for the thread in runUntil. Any thread. */
     void post(std::function<void()> task);
 
     /**
-     * Runs tasks until `done` or the deadline; `done` is asked after every task and at least ten times a second.
-     * @return what `done` said last
+     * Runs tasks until `done` or the deadline; checks `done` after every task and at least ten times a second.
+     * @return the last result of `done`
      */
     bool runUntil(Clock::time_point deadline, const std::function<bool()>& done);
 

@@ -9,10 +9,10 @@ namespace zelrtc::viewer {
 
 class VideoReceiver {
 public:
-    /** `statistics` outlives this object. @throws std::runtime_error when an element is missing */
+    /** `statistics` must outlive this object. @throws std::runtime_error if an element is missing */
     VideoReceiver(CallStatistics& statistics, bool decode);
 
-    /** The bin that takes the RTP packets at its pad "sink"; the pipeline it is put into owns it from then on. */
+    /** The bin that takes RTP packets at its pad "sink". The pipeline it is added to owns it. */
     GstElement* bin() const {
         return bin_;
     }

@@ -24,7 +24,7 @@ ViewerCall::ViewerCall(const Options& options, const std::atomic<bool>& interrup
     : options_(options), interrupted_(interrupted) {
 }
 
-// The signalling's thread and the peer's threads post into tasks_, so they go first.
+// The threads of signalling and peer post to tasks_, so they go first.
 ViewerCall::~ViewerCall() {
     signalling_.reset();
     peer_.reset();
@@ -69,7 +69,7 @@ void ViewerCall::place() {
 
 std::string ViewerCall::completeOffer() {
     tasks_.runUntil(TaskQueue::Clock::now() + kGatheringLimit, [this] { return gathered_ || interrupted_; });
-    // The end can overtake the only candidate of a call over a relay: another thread tells it.
+    // The end comes on another thread and can overtake the only candidate of a call over a relay.
     tasks_.runUntil(TaskQueue::Clock::now() + kLateCandidateLimit, [this] { return hasCandidate_ || interrupted_; });
     return peer_->currentOffer();
 }

@@ -15,13 +15,13 @@ namespace zelrtc::viewer {
 
 class ViewerCall : private PeerListener, private SignallingListener {
 public:
-    /** `options` and `interrupted` outlive the call; when `interrupted` turns true the call hangs up. */
+    /** `options` and `interrupted` must outlive the call; it hangs up once `interrupted` is true. */
     ViewerCall(const Options& options, const std::atomic<bool>& interrupted);
     ~ViewerCall() override;
     ViewerCall(const ViewerCall&) = delete;
     ViewerCall& operator=(const ViewerCall&) = delete;
 
-    /** Makes the whole call on the calling thread; failures stand in the record. Once only. */
+    /** Runs the whole call on the calling thread; failures go into the record. Once only. */
     void run();
 
     CallRecord record() const {
@@ -56,7 +56,7 @@ private:
     std::unique_ptr<ViewerPeer> peer_;
     std::unique_ptr<Signalling> signalling_;
 
-    // Used on the call's thread only.
+    // Used only on the call's thread.
     bool placed_ = false;
     bool gathered_ = false;
     bool hasCandidate_ = false;
@@ -65,7 +65,7 @@ private:
     bool broken_ = false;
     bool endedByCamera_ = false;
     bool left_ = false;
-    std::vector<Candidate> waitingCandidates_;  // found before the camera knew of the call
+    std::vector<Candidate> waitingCandidates_;  // found before the call was placed
     size_t switchesDone_ = 0;
     TaskQueue::Clock::time_point connectedAt_;
 };

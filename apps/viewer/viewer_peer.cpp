@@ -92,7 +92,7 @@ void ViewerPeer::configureIce(const Options& options) {
     }
 }
 
-// webrtcbin 1.22 negotiates retransmission and then does not ask for any.
+// webrtcbin 1.22 negotiates retransmission but never requests any.
 void ViewerPeer::askForLostPackets() {
     g_signal_connect(gst::elementOf(webrtc_, "rtpbin").get(), "new-jitterbuffer",
                      G_CALLBACK(&ViewerPeer::onJitterBuffer), nullptr);
@@ -165,7 +165,7 @@ void ViewerPeer::writeRecording(const std::string& path) const {
 
 void ViewerPeer::onJitterBuffer(GstElement* /*rtpbin*/, GstElement* jitterBuffer, guint /*session*/, guint /*ssrc*/,
                                 gpointer /*data*/) {
-    // The first packet shall not wait for earlier ones: there are none.
+    // The first packet must not wait for earlier ones: there are none.
     g_object_set(jitterBuffer, "do-retransmission", TRUE, "faststart-min-packets", 1U, nullptr);
 }
 
@@ -201,7 +201,7 @@ void ViewerPeer::onIceState(GstElement* webrtc, GParamSpec* /*spec*/, gpointer s
     }
 }
 
-// Asked of the agent: webrtcbin 1.22 never calls gathering complete when a candidate arrives while it decides.
+// From the agent, because webrtcbin 1.22 misses the end if a candidate arrives while it checks for it.
 void ViewerPeer::onGatheringDone(GObject* /*agent*/, guint /*stream*/, gpointer self) {
     static_cast<ViewerPeer*>(self)->listener_.onGathered();
 }

@@ -16,35 +16,35 @@
 
 namespace zelrtc::viewer {
 
-/** What happens to a peer; called on GStreamer's threads, which must not be held up. */
+/** Receives a peer's events on GStreamer's threads, which must not be blocked. */
 class PeerListener {
 public:
     virtual ~PeerListener() = default;
     virtual void onLocalCandidate(const Candidate& candidate) = 0;
-    virtual void onGathered() = 0;      // the last candidate can follow, if it came through a server
+    virtual void onGathered() = 0;      // the last candidate may still follow if it came from a server
     virtual void onIceConnected() = 0;  // the DTLS handshake begins
     virtual void onState(const std::string& name) = 0;
 };
 
-/** Receives video and audio and sends a tone. One thread uses it, which is none of GStreamer's. */
+/** Receives video and audio and sends a tone. Used by one thread, which is not one of GStreamer's. */
 class ViewerPeer {
 public:
-    /** `listener` and `statistics` outlive this object. @throws std::runtime_error when GStreamer lacks something */
+    /** `listener` and `statistics` must outlive this object. @throws std::runtime_error if an element is missing */
     ViewerPeer(const Options& options, PeerListener& listener, CallStatistics& statistics);
     ~ViewerPeer();
     ViewerPeer(const ViewerPeer&) = delete;
     ViewerPeer& operator=(const ViewerPeer&) = delete;
 
-    /** Makes the offer and starts to gather candidates. */
+    /** Creates the offer and starts gathering candidates. */
     std::string makeOffer();
-    /** The offer with the candidates that are known by now. */
+    /** The offer with the candidates gathered so far. */
     std::string currentOffer() const;
-    /** @throws std::runtime_error when the answer is no session description */
+    /** @throws std::runtime_error if the answer is not a session description */
     void takeAnswer(const std::string& sdp);
     void addRemoteCandidate(const Candidate& candidate);
-    /** Lets the tone through; before the connection nothing would take it. */
+    /** Starts sending the tone; before the connection nothing would take it. */
     void startTalking();
-    /** Looks up the selected candidates and the packet counts. */
+    /** The selected candidates and the packet counts. */
     CallRecord::Transport transport() const;
     void writeRecording(const std::string& path) const;
 
@@ -65,7 +65,7 @@ private:
 
     PeerListener& listener_;
     gst::GstPtr<GstElement> pipeline_;
-    GstElement* webrtc_;  // the pipeline's
+    GstElement* webrtc_;  // owned by the pipeline
     VideoReceiver video_;
     AudioReceiver audio_;
     std::unique_ptr<ToneSender> talk_;

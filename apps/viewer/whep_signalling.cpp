@@ -35,7 +35,7 @@ Signalling::Answer WhepSignalling::place(const std::string& offerSdp, bool /*com
 }
 
 void WhepSignalling::listen(SignallingListener& /*listener*/) {
-    // A WHEP server tells nothing after its answer.
+    // A WHEP server sends nothing after its answer.
 }
 
 void WhepSignalling::sendCandidate(const Candidate& candidate) {

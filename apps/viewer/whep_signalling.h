@@ -10,7 +10,7 @@
 
 namespace zelrtc::viewer {
 
-/** The answer always holds every candidate of the camera; our own may follow by PATCH. */
+/** The answer always holds all of the camera's candidates; ours may follow by PATCH. */
 class WhepSignalling : public Signalling {
 public:
     explicit WhepSignalling(const std::string& baseUrl);

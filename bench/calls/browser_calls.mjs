@@ -1,13 +1,13 @@
-// Calls from Chromium on the camera's own page, timed: browser_calls.mjs CALLS FILE. Writes JSON: for each way to
-// answer, the milliseconds from the offer's departure to the answer, to the connection and to the first picture shown.
-// The camera is the program in ZELRTC_CAMERA.
+// Times calls from Chromium on the camera's own page: browser_calls.mjs CALLS FILE. Writes JSON: for each kind of
+// answer, milliseconds from sending the offer to the answer, to the connection and to the first picture shown.
+// ZELRTC_CAMERA names the camera's executable.
 import { writeFile } from 'node:fs/promises';
 import { ViewerPage, ANSWER_STYLES } from '../../tests/browser/support/viewer_page.mjs';
 import { withCameraAndBrowser } from '../../tests/browser/support/scene.mjs';
 
 const LIMIT_MS = 20000;
 
-/** Runs in the page before its own script: notes when each step of a call is reached. */
+/** Runs in the page before its own script: notes the time of each step of a call. */
 function watchSteps() {
   const steps = (window.steps = {});
   const reach = (name, at) => (steps[name] ??= at);

@@ -12,8 +12,8 @@ def _text(x, y, text, anchor="start", weight="normal"):
 
 
 def bars(title, unit, groups, series, width=820):
-    """Horizontal bars: groups is [(label, [(value, far value or None), ...])], one pair for each name in series.
-    The far value (a 95th percentile, say) is drawn as a thin line beyond the bar."""
+    """Horizontal bars: groups is [(label, [(value, far value or None), ...])], with one pair for each name in series.
+    The far value, such as a 95th percentile, is drawn as a thin line beyond the bar."""
     most = max(far or value for _, pairs in groups for value, far in pairs)
     scale = (width - LABEL_WIDTH - 120) / most
     parts, y = [_text(8, 20, title, weight="bold")], 34

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Whole calls, timed and weighed: the demo camera, and beside it the engine used without session and SDK.
+"""Times and weighs whole calls: the demo camera, and beside it the engine without session and SDK.
 
-Both senders serve in turn within one run, so that what else the machine does falls on both alike. Needs root for a
-network namespace of its own.
+Both senders take turns within one run, so that other load on the machine affects both alike. Needs root for a network
+namespace of its own.
 """
 import os
 import platform
@@ -13,7 +13,7 @@ from stage import CLIP_SECONDS, Stage, namespaces, read_options, write_figures
 
 
 def call_times(stage, count):
-    """Milliseconds since the offer for each step of `count` calls, the ways taking turns."""
+    """For each step, milliseconds since the offer, over `count` calls with each sender in turn."""
     ways = {"camera": [], "camera, complete answer": [], "engine alone": []}
     with stage.camera() as camera, stage.plain() as plain:
         for sender in (camera, plain):
@@ -34,7 +34,7 @@ def loads(stage, viewer_counts, seconds):
 
 
 def frame_ages(stage, seconds):
-    """From the capture clock in the picture to its arrival, decoded, for each stream."""
+    """For each stream, the time from capture, as painted into the picture, to the decoded picture."""
     ages = {}
     with stage.camera() as camera:
         for stream in ("0", "1", "2"):

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 """What session and SDK stand-in cost beyond the engine: the demo camera against bench/plain_sender.
 
-Processor time: in each round both serve the same clip to as many viewers at the same time, and the same seconds are
-counted for both, so that whatever else the machine does weighs on both alike; each round has new processes, the other
-one started first. Instructions: each sender under callgrind, counted in user space for one pass of the clip and
-divided by the packets sent, which hardly depends on the machine's load. Needs root for a network namespace.
+Processor time: in each round both serve the same clip to the same number of viewers at the same time, and the same
+seconds count for both, so that other load on the machine affects both alike. Each round starts new processes, in the
+opposite order. Instructions: each sender under callgrind, counted in user space for one pass of the clip and divided by
+the packets sent, which hardly depends on the machine's load. Needs root for a network namespace.
 """
 import os
 import re
@@ -20,8 +20,8 @@ from stage import (CLIP_SECONDS, SETTLE_SECONDS, Stage, cpu_seconds, interval, n
 SENDERS = ("camera", "engine")
 # Under callgrind, connecting takes seconds.
 WARM_UP_SECONDS = 5
-# Where all that differs between the senders happens while a call is up: handing a frame to the engine, watching the
-# connection, looking after the calls.
+# Everything that differs between the senders during a call: passing a frame to the engine, watching the connection,
+# looking after the calls.
 DIFFERENT = [re.compile(pattern) for pattern in (
     r"camera::Call::onVideo\(", r"camera::Call::onAudio\(", r"camera::CallKeeper::run\(", r"Link::onPacket\(",
     r"HandlerExecutor::run\(", r"PlainPeer::onVideo\(", r"PlainPeer::onAudio\(")]
@@ -36,7 +36,7 @@ def start(stage, name, prefix=()):
 
 
 def cpu_round(stage, order, viewers, seconds):
-    """Processor seconds of each sender in the same seconds."""
+    """Processor seconds of each sender over the same interval."""
     with ExitStack() as running:
         senders = {name: running.enter_context(start(stage, name)) for name in order}
         views = {name: stage.watch(sender, viewers, SETTLE_SECONDS + seconds + 2) for name, sender in senders.items()}
@@ -57,8 +57,8 @@ def control(sender, action):
 
 
 def read_profile(path):
-    """Instructions in all, those of each function with what it calls, and how often each was called, from callgrind's
-    file. Not for functions that call themselves."""
+    """From callgrind's file: all instructions, those of each function including its callees, and its number of calls.
+    Not for recursive functions."""
     names, spent, calls = {}, {}, {}
     function = callee = None
     total = 0
@@ -86,7 +86,7 @@ def by_name(values, names):
 
 
 def count_instructions(stage, name, folder):
-    """What each packet costs a sender, in instructions, over one pass of the clip."""
+    """Instructions per packet of a sender, over one pass of the clip."""
     path = os.path.join(folder, f"callgrind.{name}")
     valgrind = ["valgrind", "--tool=callgrind", "--fair-sched=yes", "--instr-atstart=no",
                 f"--callgrind-out-file={path}"]
@@ -104,7 +104,7 @@ def count_instructions(stage, name, folder):
 def packet_costs(path):
     total, spent, calls = read_profile(path)
     packets = calls.get("srtp_protect_mki", 0) or calls.get("srtp_protect", 0)
-    # A function and the thunk in front of it count once.
+    # A function and its thunk count once.
     different = sum(max([count for name, count in spent.items() if pattern.search(name)], default=0)
                     for pattern in DIFFERENT)
     return {"packets": packets, "instructions": total / packets, "different": different / packets}
@@ -115,7 +115,7 @@ def cpu_ratios(rounds):
 
 
 def own_share(row):
-    """What session, stand-in and the care of a call cost more than the plain sender's part, of all instructions."""
+    """What session, stand-in and supervision cost beyond the plain sender, as a share of all instructions."""
     return (row["camera"]["different"] - row["engine"]["different"]) / row["engine"]["instructions"]
 
 

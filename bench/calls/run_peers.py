@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""The demo camera beside other programs that a user could take instead: Janus' streaming plugin and aiortc.
+"""The demo camera beside programs that one could use instead: Janus' streaming plugin and aiortc.
 
-All send the same clip, to the same viewer program, over the same HTTP interface, taking turns within one run; none
-encodes. What is not installed is left out. Needs root for a network namespace.
+All of them send the same clip to the same viewer over the same HTTP interface, taking turns within one run; none
+encodes. Whatever is not installed is left out. Needs root for a network namespace.
 """
 import os
 import shutil
@@ -16,14 +16,14 @@ from contextlib import ExitStack
 from stage import ROOT, Stage, namespaces, read_options, wait_for, wait_for_calls, write_figures
 
 PEERS = os.path.join(ROOT, "bench", "peers")
-# The one that Debian's Python packages belong to.
+# The interpreter that sees Debian's Python packages.
 PYTHON = "/usr/bin/python3"
 JANUS_PORT, VIDEO_PORT, AUDIO_PORT = 8088, 5004, 5006
 START_SECONDS = 20
-# The clip has a key frame a second, and none of its senders can make another one.
+# The clip has a key frame a second, and no sender can add another.
 KEY_FRAME_SECONDS = 1.2
 TRIAL_SECONDS = 3
-# With next to none, the viewer takes what Janus sends in bursts as too late.
+# Janus sends in bursts, which a viewer with hardly any buffer drops as late.
 BUFFER_MS = 50
 LONGEST_RUN_SECONDS = 600
 JANUS_FILES = {
@@ -40,7 +40,7 @@ JANUS_FILES = {
 
 
 class OneHost(namespaces.Loopback):
-    """With an interface besides the loopback one, which some peers do not take candidates from."""
+    """Adds an interface beside loopback, where some peers gather no candidates."""
 
     def _build(self):
         super()._build()
@@ -52,7 +52,7 @@ class OneHost(namespaces.Loopback):
 
 
 class Janus:
-    """Janus, something that feeds it the clip, and the camera's HTTP interface in front of it. Weighed is Janus."""
+    """Janus, a process that feeds it the clip, and the camera's HTTP interface before it. Only Janus is weighed."""
 
     def __init__(self, stage, folder):
         self._processes = ExitStack()
@@ -99,7 +99,7 @@ def end(process):
 
 
 def write_janus_files(folder):
-    """Janus with nothing but its streaming plugin and its HTTP interface."""
+    """Janus with only its streaming plugin and HTTP interface."""
     files = subprocess.run(["dpkg", "-L", "janus"], capture_output=True, text=True, check=True).stdout.splitlines()
     libraries = os.path.dirname(next(path for path in files if path.endswith("/plugins")))
     names = {"libraries": libraries, "other_plugins": others(libraries, "plugins", "libjanus_streaming.so"),
@@ -123,7 +123,7 @@ def has_modules(*names):
 
 
 def find_peers(folder):
-    """How to start each sender, and why the others are left out."""
+    """How to start each available sender, and why the others are left out."""
     starts, left_out = {"camera": lambda stage: stage.camera_with_clip()}, {}
     if shutil.which("janus") and has_modules("aiohttp"):
         starts["Janus"] = lambda stage: Janus(stage, folder)
@@ -138,7 +138,7 @@ def find_peers(folder):
 
 
 def leave_out_the_unable(stage, starts, left_out):
-    """Tries each sender once: can it answer the viewer on this machine?"""
+    """Tries each sender once, to see whether it can answer the viewer on this machine."""
     for name in list(starts):
         try:
             with starts[name](stage) as sender:
@@ -154,7 +154,7 @@ def call_times(stage, starts, count):
     with ExitStack() as running:
         senders = {name: running.enter_context(begin(stage)) for name, begin in starts.items()}
         for sender in senders.values():
-            # Keeps the source running: the camera stops its own while nobody watches, and starts with a key frame.
+            # Keeps the source running: the camera stops its own while nobody watches, and restarts with a key frame.
             running.callback(stage.watch(sender, 1, LONGEST_RUN_SECONDS).kill)
             wait_for_calls(sender, 1)
         for _ in range(count):

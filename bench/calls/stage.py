@@ -1,4 +1,4 @@
-"""What the call benchmarks share: the clip, the senders and viewers in their network, and the load of a sender."""
+"""Shared by the call benchmarks: the clip, senders and viewers in their network, and a sender's load."""
 import argparse
 import json
 import os
@@ -20,7 +20,7 @@ SETTLE_SECONDS = 2
 
 
 def make_clip(path):
-    """720p30 at 2 Mbit/s, baseline, a key frame a second: encoded once, so that encoding weighs on no sender."""
+    """720p30 at 2 Mbit/s, baseline, a key frame a second. Encoded once, so that no sender has to encode."""
     if os.path.exists(path):
         return path
     frames = CLIP_SECONDS * 30
@@ -34,7 +34,7 @@ def make_clip(path):
 
 
 def read_options(description, plain=True):
-    """The command line. Ends the program where calls cannot be made."""
+    """The command line. Exits where calls cannot be made."""
     parser = argparse.ArgumentParser(description=description)
     parser.add_argument("--camera", required=True)
     parser.add_argument("--viewer", required=True)
@@ -86,20 +86,20 @@ class Stage:
                       self.network.command_in)
 
     def watch(self, sender, viewers, seconds):
-        """So many viewers that count the frames of a sender."""
+        """Starts `viewers` viewers that count the sender's frames."""
         return self.view(sender, "--seconds", str(seconds), "--calls", str(viewers), "--no-decode", "--no-talk",
                          "--connect-timeout", "60")
 
     def place(self, sender, *options, seconds=0.3, buffer_ms=5):
-        """One call, which lasts so long once connected; its steps in milliseconds since the offer.
+        """Places one call that lasts `seconds` once connected. Returns its steps in milliseconds since the offer.
 
-        With a longer buffer, the first picture would often wait: GStreamer's buffer starts with the first packet only
-        if it has passed on its own first events by then.
+        With a longer buffer the first picture would often have to wait: GStreamer's buffer starts with the first packet
+        only if it has already passed on its own first events.
         """
         return self.view(sender, "--seconds", str(seconds), *options, buffer_ms=buffer_ms).report()["calls"][0]["ms"]
 
     def load(self, sender, viewers, seconds):
-        """Processor time and memory of a sender with so many viewers of the clip."""
+        """Processor time and memory of a sender with `viewers` viewers of the clip."""
         idle = figures(sender.process.pid)
         total = SETTLE_SECONDS + seconds + 2
         run = self.watch(sender, viewers, total)
@@ -119,7 +119,7 @@ def wait_for_calls(sender, count):
 
 
 def interval(values, statistic=statistics.median, share=0.95, draws=4000):
-    """The bootstrap's confidence interval of a statistic, the same with each evaluation."""
+    """The bootstrap confidence interval of a statistic; deterministic."""
     chance = random.Random(1)
     found = sorted(statistic(chance.choices(values, k=len(values))) for _ in range(draws))
     cut = int((1 - share) / 2 * draws)

@@ -113,7 +113,7 @@ def comparison(found):
 
 
 def answer_difference(call_times):
-    """The calls were placed in turns, so that each has its neighbour."""
+    """The calls took turns, so each one has a neighbour to compare with."""
     pairs = zip(call_times["camera"], call_times["engine alone"])
     differences = [one["answer"] - other["answer"] for one, other in pairs
                    if one["answer"] is not None and other["answer"] is not None]
@@ -182,7 +182,7 @@ def write(path, text):
 
 
 class Report:
-    """The document and its plots; a part without figures says so where its table would be."""
+    """The document and its plots. A part without figures says so in place of its table."""
 
     def __init__(self, figures, docs):
         self._figures = figures
@@ -191,7 +191,7 @@ class Report:
         os.makedirs(self._images, exist_ok=True)
 
     def fill(self, names, source, make):
-        """Puts what `make` makes of the figures, one text for each name, into the document."""
+        """Puts the texts that `make` returns, one for each name, into the document."""
         found = [load(self._figures, name) for name in source]
         texts = [NOT_MEASURED] * len(names) if any(part is None for part in found) else make(*found)
         for name, text in zip(names, texts):

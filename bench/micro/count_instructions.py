@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Counts the instructions of one written frame, way by way, and compares the session's with the hand-written write.
+"""Counts the instructions of writing one frame in each way, and compares the session with the hand-written version.
 
 The counts come from callgrind, which gives the same number on every run: the difference of two runs that write
 different numbers of frames is the cost of a frame and of nothing else.

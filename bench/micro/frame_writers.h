@@ -24,13 +24,13 @@ public:
     size_t size;
 };
 
-/** Writes one frame and returns what the write returned. */
+/** Writes one frame and returns the write's result. */
 using FrameWriter = int (*)(Targets* targets, int64_t presentationTs);
 
 struct NamedWriter {
     const char* name;
     FrameWriter writer;
-    int result; /**< what a write is expected to return */
+    int result; /**< the result that a write should have */
 };
 
 const std::vector<NamedWriter>& frameWriters();

@@ -17,7 +17,7 @@ namespace zelrtc::bench {
 class HandWrittenSender {
 public:
     explicit HandWrittenSender(PRtcRtpTransceiver transceiver);
-    /** Takes what the session's write takes; the last two have no use here. */
+    /** Takes the same arguments as the session's write; the last two are unused. */
     int write(uint8_t* data, size_t size, int64_t presentationTs, int flags, int videoType);
 
 private:

@@ -1,4 +1,4 @@
-// The session's own share of a call's life, with the SDK's share taken out; the argument is the number of ICE servers.
+// What the session itself adds to each step of a call, without the SDK; the argument is the number of ICE servers.
 #include <benchmark/benchmark.h>
 
 #include <chrono>
@@ -11,7 +11,7 @@
 
 namespace {
 
-// As long as the offer of a browser with one video and one audio section.
+// As long as a browser's offer with one video and one audio section.
 const std::string kOffer = R"({"type":"offer","sdp":")" + std::string(4500, 'a') + "\"}";
 const std::string kCandidate =
     R"({"candidate":"candidate:1 1 udp 2130706431 192.0.2.2 45020 typ host generation 0","sdpMid":"0","sdpMLineIndex":0})";
@@ -29,7 +29,7 @@ ZelRtcSessionConfig configuration(int64_t servers) {
     return config;
 }
 
-// Times the part of an iteration that a benchmark is about, and counts what that part allocates.
+// Times the measured part of an iteration and counts its allocations.
 class Stopwatch {
 public:
     explicit Stopwatch(benchmark::State* state) : state_(state) {
@@ -88,7 +88,7 @@ void destroySession(benchmark::State& state) {
     }
 }
 
-// A session in a call, for what happens many times within one.
+// A session in a call, for steps that happen many times in one.
 class Call {
 public:
     Call() : session(1, configuration(0), &callback_) {

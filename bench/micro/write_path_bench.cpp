@@ -1,4 +1,4 @@
-// Time and allocations of one written frame, on one thread and on four at once.
+// Time and allocations of writing one frame, on one thread and on four at once.
 #include <benchmark/benchmark.h>
 
 #include <atomic>

@@ -1,5 +1,5 @@
-// Writes a given number of frames in one way, for a tool that counts instructions: write_path_loop NUMBER COUNT.
-// Without arguments it prints the ways, one a line, in the order of their numbers.
+// Writes COUNT frames in way NUMBER, for a tool that counts instructions: write_path_loop NUMBER COUNT.
+// Without arguments it lists the ways, one per line, in order of their numbers.
 #include <cstdio>
 #include <cstdlib>
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Sends the clip over aiortc to whoever calls: aiortc_sender.py CLIP. The H.264 is passed on as it is."""
+"""Sends the clip over aiortc to whoever calls: aiortc_sender.py CLIP. Passes the H.264 on unchanged."""
 import asyncio
 import sys
 from fractions import Fraction
@@ -16,7 +16,7 @@ MOST_WAITING = 30
 
 
 class LiveTrack(MediaStreamTrack):
-    """One viewer's copy of a stream that runs on whether it looks or not."""
+    """One viewer's view of a live stream, which runs whether it is watched or not."""
 
     def __init__(self, kind, sinks):
         super().__init__()
@@ -54,7 +54,7 @@ class Sender:
             hand_out(self._video, packet)
 
     async def run_audio(self):
-        """A constant level instead of a tone: it costs the same to encode."""
+        """A constant level instead of a tone; encoding it costs the same."""
         pace = Pace(AUDIO_SECONDS)
         while True:
             await asyncio.sleep(pace.next_wait())

@@ -8,7 +8,7 @@ from aiohttp import web
 
 
 class Calls:
-    """The calls of a backend: place(offer) -> (call, answer), add_candidate(call, candidate), end(call)."""
+    """Serves a backend with place(offer) -> (call, answer), add_candidate(call, candidate), end(call)."""
 
     def __init__(self, backend):
         self._backend = backend
@@ -32,7 +32,7 @@ class Calls:
         return web.json_response(body, status=201, headers={"Location": f"/calls/{self._newest}"})
 
     async def events(self, request):
-        """Every candidate stands in the answer; the stream only tells the end."""
+        """The answer holds every candidate, so the stream only reports the end."""
         ended = self._ended[self._call(request)]
         stream = web.StreamResponse(headers={"Content-Type": "text/event-stream"})
         await stream.prepare(request)
@@ -56,7 +56,7 @@ class Calls:
 
 
 async def serve(backend):
-    """Serves on a free port, and says which, until the process is told to end."""
+    """Serves on a free port, which it prints, until the process is told to stop."""
     calls = Calls(backend)
     application = web.Application()
     application.add_routes([

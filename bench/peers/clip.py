@@ -14,7 +14,7 @@ def nal_units(annex_b):
 
 
 def access_units(path):
-    """The clip as lists of NAL units, one list for each picture; the clip delimits its access units."""
+    """The clip as lists of NAL units, one list per picture; the clip has access unit delimiters."""
     delimiter = 9
     with open(path, "rb") as clip:
         units = nal_units(clip.read())
@@ -41,7 +41,7 @@ def tone():
 
 
 class Pace:
-    """Due times of a stream, without drift."""
+    """A stream's due times, without drift."""
 
     def __init__(self, seconds):
         self._seconds = seconds
@@ -49,13 +49,13 @@ class Pace:
         self.number = -1
 
     def next_wait(self):
-        """Counts one further and says how long to wait for it, in seconds."""
+        """Moves to the next frame and returns how long to wait for it, in seconds."""
         self.number += 1
         return max(0.0, self._start + self.number * self._seconds - time.monotonic())
 
 
 class RtpStream:
-    """Numbers and time stamps of one outgoing RTP stream."""
+    """Sequence numbers and timestamps of one outgoing RTP stream."""
 
     def __init__(self, payload_type, ssrc):
         self._payload_type = payload_type
@@ -69,7 +69,7 @@ class RtpStream:
 
 
 def h264_payloads(units, most=1188):
-    """RTP payloads of one access unit (RFC 6184): single NAL units, longer ones in fragments."""
+    """RTP payloads of one access unit (RFC 6184): single NAL units, with long ones fragmented."""
     payloads = []
     for unit in units:
         if len(unit) <= most:

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Sends the clip and a tone as plain RTP to this host, round and round: feed_rtp.py CLIP VIDEO_PORT AUDIO_PORT."""
+"""Sends the clip and a tone as plain RTP to this host, in a loop: feed_rtp.py CLIP VIDEO_PORT AUDIO_PORT."""
 import socket
 import sys
 import threading

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """The camera's HTTP interface in front of Janus' streaming plugin: janus_interface.py JANUS_URL VIDEO_PORT AUDIO_PORT.
 
-The plugin makes the offer itself and wants an answer. The viewer's offer, with the DTLS role settled, serves as the
-answer to Janus, and Janus' offer as the answer to the viewer; Janus runs as an ICE-lite agent, so that the viewer is
-the one that nominates, as it expects of a call it placed."""
+The plugin makes the offer and wants an answer. The viewer's offer, with the DTLS role settled, serves as the answer to
+Janus, and Janus' offer as the answer to the viewer. Janus runs as an ICE-lite agent, so that the viewer nominates, as
+it expects to in a call that it placed."""
 import asyncio
 import itertools
 import sys
@@ -21,13 +21,13 @@ def value_of(section, name):
 
 
 def sections(sdp):
-    """The session's own lines, and the media sections by kind."""
+    """The session-level lines, and the media sections by kind."""
     head, *media = sdp.replace("\r\n", "\n").split("\nm=")
     return head, {text.split(" ", 1)[0]: "m=" + text for text in media}
 
 
 def mids_like(sdp, model):
-    """`sdp` with the media named, and put in order, as in `model`."""
+    """`sdp` with its media named and ordered as in `model`."""
     head, media = sections(sdp)
     _, wanted = sections(model)
     names = {kind: value_of(text, "mid") for kind, text in wanted.items()}
@@ -43,7 +43,7 @@ def with_role(sdp, role):
 
 
 class Janus:
-    """Janus' HTTP interface: one session for all viewers, one handle for each."""
+    """Janus' HTTP interface: one session for all viewers, one handle per viewer."""
 
     def __init__(self, url, client):
         self._url = url
@@ -64,7 +64,7 @@ class Janus:
         self.session = (await self._post("", janus="create"))["data"]["id"]
 
     async def poll(self):
-        """Hands each event to the handle that waits for one."""
+        """Passes each event to the handle that waits for it."""
         while True:
             async with self._client.get(f"{self._url}/{self.session}?maxev=10") as response:
                 events = await response.json(content_type=None)
@@ -81,7 +81,7 @@ class Janus:
         return await self._post(f"/{self.session}/{handle}", janus="message", body=body, **more)
 
     async def ask(self, handle, body):
-        """A request of the plugin; the reply comes as an event, unless the plugin answers at once."""
+        """Sends the plugin a request. The reply comes as an event, unless the plugin answers at once."""
         answer = self._answers[handle] = asyncio.get_running_loop().create_future()
         reply = await self.tell(handle, body)
         if reply["janus"] == "success":

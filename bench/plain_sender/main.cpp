@@ -1,5 +1,5 @@
-// plain-sender: serves the demo camera's streams over webrtcbin, without the session and without the SDK between; as
-// much of the camera's HTTP interface as the headless viewer uses. For comparison only.
+// plain-sender: serves the demo camera's streams over webrtcbin, with neither session nor SDK in between. It has as
+// much of the camera's HTTP interface as the headless viewer needs. For comparison only.
 #include <pthread.h>
 
 #include <CLI/CLI.hpp>

@@ -29,7 +29,7 @@ std::string stateName(GstWebRTCPeerConnectionState state) {
     }
 }
 
-// The payload type that the offer gives to H.264.
+// The offer's payload type for H.264.
 int h264PayloadIn(const GstSDPMessage* offer) {
     const GstSDPMedia* video = gst_sdp_message_get_media(offer, 0);
     for (guint i = 0; i < gst_sdp_media_attributes_len(video); i++) {

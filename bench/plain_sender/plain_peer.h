@@ -18,20 +18,20 @@
 
 namespace zelrtc::bench {
 
-/** Any thread, but for the destructor, which must not run on one of GStreamer's. */
+/** Any thread, but the destructor must not run on one of GStreamer's. */
 class PlainPeer : public zelrtc::camera::FrameSink {
 public:
-    /** @param onConnected told when media can flow, on a thread of GStreamer's */
+    /** @param onConnected called on a GStreamer thread when media can flow */
     explicit PlainPeer(std::function<void()> onConnected);
     ~PlainPeer() override;
     PlainPeer(const PlainPeer&) = delete;
     PlainPeer& operator=(const PlainPeer&) = delete;
 
-    /** @return the answer's SDP @throw std::runtime_error when the offer cannot be answered */
+    /** @return the answer's SDP @throw std::runtime_error if the offer cannot be answered */
     std::string answer(const std::string& offerSdp);
     void addCandidate(unsigned line, const std::string& candidate);
 
-    /** Candidates and states, as a camera reports them. */
+    /** Candidates and states, reported as a camera does. */
     const std::shared_ptr<zelrtc::camera::CallHistory>& events() const {
         return events_;
     }

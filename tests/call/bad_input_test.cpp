@@ -43,7 +43,7 @@ void PrintTo(const BadOffer& offer, std::ostream* out) {
     *out << offer.name;
 }
 
-/** A camera with one viewer that watches all the while. */
+/** A camera with one viewer that keeps watching. */
 class UnderBadInput : public ::testing::Test {
 protected:
     void SetUp() override {

@@ -1,4 +1,4 @@
-// What the camera's log tells of a call, in which order.
+// What the camera's log says about a call, and in which order.
 
 #include <gtest/gtest.h>
 
@@ -27,7 +27,7 @@ std::vector<std::string> linesOf(const std::string& text) {
     return lines;
 }
 
-/** The log after a whole call, cut into lines. */
+/** The log after a whole call, as lines. */
 std::vector<std::string> logOfOneCall(const Patterns& cameraArguments, const Patterns& viewerArguments) {
     CameraProcess camera(cameraArguments);
     const auto outcome = view(camera.url(), viewerArguments);
@@ -36,7 +36,7 @@ std::vector<std::string> logOfOneCall(const Patterns& cameraArguments, const Pat
     return linesOf(camera.log());
 }
 
-/** Finds each pattern after the line of the one before it. */
+/** Expects each pattern on a line after the previous pattern's. */
 void expectInOrder(const std::vector<std::string>& lines, const Patterns& patterns) {
     auto from = lines.begin();
     for (const std::string& pattern : patterns) {
@@ -109,7 +109,7 @@ TEST(CallLog, WaitsForAKeyFrameOnlyBeforeTheFirstOne) {
     const auto lines = logOfOneCall({}, {"--seconds", "3"});
     const auto isWaiting = [](const std::string& line) { return line.find("waiting keyframe") != std::string::npos; };
     const auto last = std::find_if(lines.rbegin(), lines.rend(), isWaiting).base();
-    // Each frame that is looked at while the gate is shut has its line; the key frame that opens it is the last.
+    // Each frame seen while the gate is shut has a line; the last is for the key frame that opens it.
     const auto opener = std::find_if(last, lines.end(), [](const std::string& line) {
         return line.find("input video frame, flag 16") != std::string::npos;
     });

@@ -1,4 +1,4 @@
-// However a call ends, the camera ends it in order and keeps nothing of it.
+// However a call ends, the camera ends it in order and leaves nothing behind.
 
 #include <gtest/gtest.h>
 #include <netinet/in.h>
@@ -30,7 +30,7 @@ size_t occurrences(const std::string& text, const std::string& pattern) {
         std::distance(std::sregex_iterator(text.begin(), text.end(), wanted), std::sregex_iterator()));
 }
 
-/** The places in the log of a call's three last lines. */
+/** The positions of a call's last three lines in the log. */
 std::vector<size_t> endingOf(const std::string& log, const std::string& id) {
     return {log.find("session " + id + " teminate."), log.find("session: " + id + ", releasing"),
             log.find("session: " + id + ", released")};
@@ -65,7 +65,7 @@ TEST(InterruptedCamera, ExitsWithoutAnyCallToo) {
     EXPECT_EQ(camera.process().waitForExit(sdkLimit("exit")), 0);
 }
 
-/** A connection that sends just this text and then waits. */
+/** A connection that sends this text and then waits. */
 class IdleConnection {
 public:
     IdleConnection(const std::string& url, const std::string& text) : socket_(socket(AF_INET, SOCK_STREAM, 0)) {
@@ -131,7 +131,7 @@ void PrintTo(const Departure& departure, std::ostream* out) {
     *out << departure.name;
 }
 
-// Threads and connections of finished requests stay for a while: the figure is the least until it stops falling.
+// Threads and connections of finished requests linger, so this takes the least once it has stopped falling.
 ProcessUsage settledUsage(const CameraProcess& camera) {
     constexpr auto kSettled = 6s;
     ProcessUsage least = camera.usage();
@@ -151,7 +151,7 @@ ProcessUsage settledUsage(const CameraProcess& camera) {
 
 class LeavesNothing : public ::testing::TestWithParam<Departure> {
 protected:
-    // What belongs to the first call of a process stays: certificate, thread pools, sockets of the registry.
+    // The first call of a process leaves things for good: certificate, thread pools, sockets of the registry.
     void warmUp() {
         const auto outcome = view(camera_.url(), {"--seconds", "1"});
         ASSERT_EQ(outcome.status, 0) << outcome.report.dump(2);

@@ -23,7 +23,7 @@ constexpr size_t kMostServers = 21;
 
 class ManyIceServers : public ::testing::Test {
 protected:
-    // All of them silent, but for the good one.
+    // All silent, except the good one.
     Arguments servers(size_t count, size_t goodOne) const {
         Arguments arguments{"--relay-only"};
         for (size_t i = 0; i < count; i++) {

@@ -15,7 +15,7 @@ using namespace std::chrono_literals;
 constexpr auto kMeasuredFor = 4s;
 constexpr double kMostOfACore = 0.02;
 
-/** The share of a core that the camera uses over the measured time. */
+/** The share of a core that the camera used over the measured time. */
 double shareOfACore(const CameraProcess& camera) {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point start = Clock::now();

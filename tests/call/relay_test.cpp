@@ -1,4 +1,4 @@
-// Calls that may only go through a TURN server.
+// Calls that must go through a TURN server.
 
 #include <gtest/gtest.h>
 
@@ -31,7 +31,7 @@ struct Case {
 
 class RelayOnly : public ::testing::TestWithParam<Case> {
 protected:
-    // One candidate of the viewer is enough.
+    // One candidate from the viewer is enough.
     Arguments viewerArguments(Arguments arguments) const {
         arguments.insert(arguments.end(), {"--local-address", ownAddress()});
         if (*GetParam().style != '\0') {
@@ -80,7 +80,7 @@ TEST_P(RelayOnly, WrongPasswordEndsTheCallBeforeTheViewerGivesUp) {
     EXPECT_NE(outcome.status, 0);
     EXPECT_EQ(outcome.call().at("ms").at("connected"), nullptr);
     EXPECT_EQ(outcome.call().at("video").at("frames"), 0);
-    // What the viewer hears of first: the end, or that a candidate of its own comes too late.
+    // Depending on what reaches the viewer first: the end, or that one of its candidates came too late.
     const bool hasReason = outcome.call().at("ended").is_string() || outcome.call().at("failure").is_string();
     EXPECT_TRUE(hasReason) << outcome.report.dump(2);
     EXPECT_TRUE(camera.logsEventually("new connection state 5", sdkLimit("unreachable"))) << "not failed";

@@ -1,4 +1,4 @@
-// The viewer's own parts: a measuring instrument has to be right by itself.
+// The viewer's own parts: a measuring instrument must be right before it measures anything.
 
 #include <gtest/gtest.h>
 

@@ -7,7 +7,7 @@
 
 namespace zelrtc::test {
 
-// H.264 access units of a small moving picture, 30 a second, a key frame with parameter sets every 15. Made once.
+// H.264 access units of a small moving picture, 30 a second; every 15th is a key frame with parameter sets. Made once.
 const std::vector<std::vector<uint8_t>>& accessUnits();
 
 }  // namespace zelrtc::test

@@ -26,30 +26,30 @@ public:
     AnsweringSide& operator=(const AnsweringSide&) = delete;
     AnsweringSide(AnsweringSide&&) = delete;
     AnsweringSide& operator=(AnsweringSide&&) = delete;
-    // Closes and frees.
+    // Closes and frees the connection.
     ~AnsweringSide();
 
     STATUS setOffer(const std::string& sdp);
-    // The first status that is not success of setting the offer, making and setting the answer.
+    // Sets the offer, makes and sets the answer; returns the first status that is not success.
     STATUS answer(const std::string& offer);
     std::string answerSdp() const;
-    // With the candidates gathered so far.
+    // Includes the candidates gathered so far.
     std::string localSdp();
     STATUS addCandidate(const std::string& line);
 
     STATUS writeVideo(size_t index);
     STATUS writeAudio(size_t index);
-    // Writes 30 frames a second of both until the condition holds; false at the deadline.
+    // Writes 30 video and audio frames a second until the condition holds; false at the deadline.
     bool writeUntil(const std::function<bool()>& condition);
 
     void close();
 
-    // Each false at the deadline.
+    // These return false at the deadline.
     bool waitForState(RTC_PEER_CONNECTION_STATE state, std::chrono::milliseconds limit = kDeadline);
     bool waitForGathering(std::chrono::milliseconds limit = kDeadline);
     bool waitFor(const std::function<bool()>& condition, std::chrono::milliseconds limit = kDeadline);
 
-    // What the handlers were given so far.
+    // What the handlers have received so far.
     std::vector<RTC_PEER_CONNECTION_STATE> states();
     std::vector<std::string> candidates();
     int ends();
@@ -69,7 +69,7 @@ public:
         return audio_;
     }
 
-    // Runs inside the state handler, after the state is noted.
+    // Runs inside the state handler, after the state is recorded.
     std::function<void(RTC_PEER_CONNECTION_STATE)> duringState;
     // Runs inside the audio handler.
     std::function<void()> duringAudio;

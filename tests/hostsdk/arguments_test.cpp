@@ -1,4 +1,4 @@
-// What each function does with arguments that it cannot use, and before and after a call.
+// What each function does with invalid arguments, and before and after a call.
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 #include <gtest/gtest.h>
 

@@ -94,7 +94,7 @@ TEST_F(CallEnd, isFailedAfterTenSecondsWhenTheCandidatesLeadNowhere) {
 }
 
 TEST_F(CallEnd, isFailedAndThenTheEndOfGatheringWhenThereIsNoCandidate) {
-    // No TURN server is there, and nothing but a relay is allowed.
+    // Only relays are allowed, and there is no TURN server.
     AnsweringSide side("turn:127.0.0.1:9", ICE_TRANSPORT_POLICY_RELAY);
     WebrtcbinViewer viewer("video audio");
     std::atomic<int> endsBefore{-1};
@@ -120,7 +120,7 @@ TEST_F(CallEnd, isTheEndOfAllHandlers) {
     side.close();
     closed = true;
     const size_t heard = side.audioSizes().size();
-    // The viewer goes on talking for a while.
+    // The viewer keeps talking for a while.
     const int sent = viewer.talkPackets();
     ASSERT_TRUE(viewer.waitForTalk(sent + 20, AnsweringSide::kDeadline));
     EXPECT_EQ(late, 0);
@@ -186,7 +186,7 @@ TEST_F(CallEnd, leavesNoDescriptorsBehind) {
             WebrtcbinViewer viewer("video audio");
             connect(&side, &viewer);
         }
-        // What the process keeps for good is open after the first two calls.
+        // After the first two calls, everything that the process keeps for good is open.
         before = i == 1 ? openDescriptors() : before;
     }
     EXPECT_LE(openDescriptors(), before);

@@ -12,7 +12,7 @@ namespace zelrtc::test {
 
 namespace {
 
-// A call whose answer holds all candidates.
+// A call with all candidates in the answer.
 class Call : public testing::Test {
 protected:
     void place(const std::string& sections) {
@@ -126,7 +126,7 @@ TEST_F(Call, tellsTheSelectedCandidates) {
     EXPECT_STREQ(local.url, "N/A");
     EXPECT_GT(local.port, 0);
     EXPECT_GT(local.priority, 0);
-    // The candidate is one of those that this side has announced.
+    // The candidate must be one that this side has announced.
     const std::string announced = std::string(" ") + local.address + " " + std::to_string(local.port) + " typ host";
     EXPECT_NE(side.localSdp().find(announced), std::string::npos) << announced;
 

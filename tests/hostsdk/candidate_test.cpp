@@ -15,7 +15,7 @@ namespace {
 constexpr STATUS kNoObject = 0x5a000011;
 constexpr STATUS kNoCandidate = 0x5a000012;
 
-// The record with a guard behind it.
+// The record, followed by a guard.
 struct GuardedRecord {
     RtcIceCandidateInit candidate{};
     CHAR guard[64]{};

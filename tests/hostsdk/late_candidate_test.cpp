@@ -15,8 +15,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// A server-reflexive candidate is told by another thread than the end of gathering. This holds that thread back, as a
-// loaded machine does, until the end was reported, if it is.
+// A server-reflexive candidate and the end of gathering are reported on different threads. This holds the candidate's
+// thread back, as a loaded machine does, until the end has been reported, if it is.
 class HeldBackCandidate {
 public:
     explicit HeldBackCandidate(AnsweringSide* side)
@@ -37,7 +37,7 @@ public:
     }
 
 private:
-    static constexpr int kServerReflexive = 1;  // libnice's number, the candidate's first field
+    static constexpr int kServerReflexive = 1;  // libnice's number for the type, the candidate's first field
 
     static gboolean hold(GSignalInvocationHint*, guint, const GValue* arguments, gpointer data) {
         if (*static_cast<const int*>(g_value_get_boxed(arguments + 1)) == kServerReflexive) {

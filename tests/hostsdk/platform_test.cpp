@@ -14,7 +14,7 @@ namespace zelrtc::test {
 
 namespace {
 
-// Gives the default level back to the tests that follow.
+// Restores the default level for the tests that follow.
 class DefaultPrinter : public testing::Test {
 protected:
     void TearDown() override {

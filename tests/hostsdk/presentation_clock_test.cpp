@@ -8,7 +8,7 @@ using zelrtc::hostsdk::PresentationClock;
 
 namespace {
 
-// Presentation times count units of 100 ns, running times nanoseconds.
+// Presentation times are in units of 100 ns, running times in nanoseconds.
 constexpr UINT64 kTicksPerSecond = 10000000;
 
 }  // namespace
@@ -27,7 +27,7 @@ TEST(PresentationClock, putsTracksOfOneTimelineTogether) {
     std::optional<gint64> video;
     std::optional<gint64> audio;
     clock.toRunningTime(5 * kTicksPerSecond, 7 * GST_SECOND, &video);
-    // The audio frame of the same moment was written 300 ms later.
+    // The audio frame of the same moment is written 300 ms later.
     EXPECT_EQ(clock.toRunningTime(5 * kTicksPerSecond, 7 * GST_SECOND + 300 * GST_MSECOND, &audio), 7 * GST_SECOND);
 }
 

@@ -97,7 +97,7 @@ TEST(SessionDescriptionJson, holdsUpTo25000CharactersOfEscapedSdp) {
     const std::string head = R"({"type":"offer","sdp":")";
     EXPECT_EQ(statusOfDescription(head + std::string(25000, 'a') + "\"}"), STATUS_SUCCESS);
     EXPECT_EQ(statusOfDescription(head + std::string(25001, 'a') + "\"}"), kSdpTooLong);
-    // The escaped text counts, not what it stands for.
+    // The limit counts the escaped text.
     EXPECT_EQ(statusOfDescription(head + std::string(24996, 'a') + "\\r\\n\"}"), STATUS_SUCCESS);
     EXPECT_EQ(statusOfDescription(head + std::string(24997, 'a') + "\\r\\n\"}"), kSdpTooLong);
 }

@@ -16,13 +16,13 @@ namespace zelrtc::test {
 namespace {
 
 constexpr size_t kHeaderSize = 20;
-// Success of a binding, followed by one attribute of 12 bytes: MAPPED-ADDRESS, IPv4 (RFC 8489).
+// Binding success response with one attribute of 12 bytes: MAPPED-ADDRESS, IPv4 (RFC 8489).
 constexpr std::array<uint8_t, 4> kResponse{0x01, 0x01, 0x00, 0x0c};
 constexpr std::array<uint8_t, 6> kAttribute{0x00, 0x01, 0x00, 0x08, 0x00, 0x01};
 
 using Message = std::array<uint8_t, kHeaderSize + 12>;
 
-// What identifies the transaction is the request's.
+// The transaction id is the request's.
 Message responseTo(const Message& request, const sockaddr_in& client) {
     Message response = request;
     std::copy(kResponse.begin(), kResponse.end(), response.begin());
@@ -62,7 +62,7 @@ void StunServer::serve() const {
     sockaddr_in client{};
     socklen_t size = sizeof client;
     auto* const address = reinterpret_cast<sockaddr*>(&client);
-    // A message without a byte is the end.
+    // An empty message means the end.
     while (recvfrom(socket_, request.data(), request.size(), 0, address, &size) >= static_cast<ssize_t>(kHeaderSize)) {
         const Message response = responseTo(request, client);
         sendto(socket_, response.data(), response.size(), 0, address, size);

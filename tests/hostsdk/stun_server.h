@@ -11,7 +11,7 @@ namespace zelrtc::test {
 
 class StunServer {
 public:
-    // Of a network for documentation (RFC 5737), so that it is none of this machine's.
+    // From a documentation network (RFC 5737), so that no machine has it.
     static constexpr const char* kMappedAddress = "203.0.113.7";
 
     StunServer();

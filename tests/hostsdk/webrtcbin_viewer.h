@@ -12,7 +12,7 @@
 
 namespace zelrtc::test {
 
-// Destroying it closes the connection the way a viewer does that leaves.
+// The destructor closes the connection as a leaving viewer does.
 class WebrtcbinViewer {
 public:
     // The sections of the offer, in this order: "video" receives H.264, "audio" sends and receives mu-law,
@@ -24,22 +24,22 @@ public:
     WebrtcbinViewer& operator=(WebrtcbinViewer&&) = delete;
     ~WebrtcbinViewer();
 
-    // With all of the viewer's candidates in it.
+    // Includes all of the viewer's candidates.
     std::string makeOffer();
     void setAnswer(const std::string& sdp);
 
     int videoFrames() const;
     int audioFrames() const;
-    // RTP timestamps of the last two video frames apart, in units of 1/90000 s.
+    // Distance between the RTP timestamps of the last two video frames, in units of 1/90000 s.
     guint32 lastVideoTimestampStep() const;
 
-    // What the viewer sends goes nowhere, as when it has lost its network.
+    // Whatever the viewer sends goes nowhere, as if it had lost its network.
     void freeze();
     void thaw();
 
     // Packets that the viewer has sent, or would have.
     int talkPackets() const;
-    // Each false at the deadline.
+    // These return false at the deadline.
     bool waitForTalk(int packets, std::chrono::seconds deadline);
     bool waitForClose(std::chrono::seconds deadline);
 

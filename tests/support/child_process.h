@@ -11,10 +11,10 @@
 
 namespace zelrtc::test {
 
-/** Runs from construction on and does not outlive this object nor the test program. */
+/** Starts in the constructor and outlives neither this object nor the test program. */
 class ChildProcess {
 public:
-    /** Standard output and error go to the files. @throws std::runtime_error when nothing could be started */
+    /** Standard output and error go to the files. @throws std::runtime_error if it cannot be started */
     ChildProcess(const std::string& program, const std::vector<std::string>& arguments, const std::string& outputPath,
                  const std::string& errorPath);
     ~ChildProcess();
@@ -26,7 +26,7 @@ public:
     }
     void signal(int number) const;
 
-    /** The exit status, 128 plus the number for an end by signal, or nothing while it still runs at the limit. */
+    /** The exit status, or 128 plus the number of the signal that ended it; nothing if it still runs at the limit. */
     std::optional<int> waitForExit(std::chrono::milliseconds limit);
 
 private:

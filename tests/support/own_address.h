@@ -7,8 +7,8 @@
 namespace zelrtc::test {
 
 /**
- * An IPv4 address of this host that is not the loopback one, if it has one: from its other addresses, where it gathers
- * its candidates, nothing can be sent to the loopback address over UDP.
+ * An IPv4 address of this host other than loopback, if there is one: candidates are gathered on the other addresses,
+ * and from those no UDP packet reaches the loopback address.
  */
 std::string ownAddress();
 

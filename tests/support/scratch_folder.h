@@ -6,7 +6,7 @@
 
 namespace zelrtc::test {
 
-/** Removed at the end of a test that passed; kept, and named, after one that failed. */
+/** Removed when the test passes; kept, and named in the output, when it fails. */
 class ScratchFolder {
 public:
     ScratchFolder();
@@ -23,7 +23,7 @@ private:
     std::string path_;
 };
 
-/** The whole file; empty when there is none. */
+/** The whole file; empty if there is none. */
 std::string readFile(const std::string& path);
 
 }  // namespace zelrtc::test

@@ -6,7 +6,7 @@
 
 namespace zelrtc::test {
 
-/** Takes what comes over UDP on an address of this host's own, and never answers. */
+/** Receives UDP on this host's own address and never answers. */
 class SilentServer {
 public:
     SilentServer();
@@ -16,7 +16,7 @@ public:
 
     /** As a TURN server over UDP: "turn:ADDRESS:PORT?transport=udp,USER,CREDENTIAL". */
     std::string description() const;
-    /** Datagrams that have come since the last look. */
+    /** Datagrams received since the last call. */
     int requests() const;
 
 private:

@@ -9,14 +9,14 @@
 
 namespace zelrtc::test {
 
-/** coturn on a free port of this host's own address, over UDP and TCP, with one user. */
+/** coturn on a free port of this host's own address, with UDP, TCP and one user. */
 class TurnServer {
 public:
     TurnServer();
 
     /** "turn:ADDRESS:PORT?transport=udp,USER,CREDENTIAL"; `transport` is "udp" or "tcp". */
     std::string description(const std::string& transport) const;
-    /** The same with a credential that is not the user's. */
+    /** The same with a wrong credential. */
     std::string wrongDescription(const std::string& transport) const;
     std::string url(const std::string& transport) const;
 

@@ -7,7 +7,7 @@
 
 namespace zelrtc::test {
 
-/** Asks `condition` until it holds or the limit has passed. @return whether it held */
+/** Polls `condition` until it holds or the limit passes. @return whether it held */
 bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds limit);
 
 }  // namespace zelrtc::test

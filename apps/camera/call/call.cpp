@@ -13,7 +13,7 @@ using nlohmann::json;
 using namespace std::chrono_literals;
 
 constexpr auto kTimeToConnect = 30s;
-// A connection that is silent may come back; the SDK has waited some seconds before it says so.
+// A silent connection may recover. This comes on top of the silence that the SDK allows before it reports one.
 constexpr auto kTimeToComeBack = 2s;
 constexpr auto kKeyFrameRetry = 100ms;
 constexpr size_t kKeptLevels = 5;
@@ -142,7 +142,7 @@ void Call::tellEnd(const std::string& reason) {
     events_->close();
 }
 
-// The flag stops a media thread that still holds this sink; the lock waits for a write that is under way.
+// The flag stops a media thread that still holds this sink; the lock waits for a write in progress.
 void Call::stopFeeding() {
     {
         const std::lock_guard<std::mutex> lock(mediaMutex_);
@@ -165,8 +165,8 @@ void Call::onVideo(const AccessUnit& unit) {
     askForKeyFrameAgain(unit.isKeyFrame, result);
 }
 
-// A key frame that the SDK refused (its transport is not ready yet) has opened the session's gate all the same: without
-// another one the viewer would see nothing until the next regular key frame.
+// A key frame that the SDK refused because its transport was not ready has opened the session's gate all the same.
+// Without another one the viewer would see nothing until the next regular key frame.
 void Call::askForKeyFrameAgain(bool isKeyFrame, int result) {
     if (isKeyFrame) {
         wantsKeyFrame_ = isSdkStatus(result);

@@ -33,7 +33,7 @@ struct Selection {
     bool audio;
 };
 
-/** What GET /calls tells of a call. */
+/** What GET /calls says about a call. */
 struct CallSummary {
     int id;
     std::string state;
@@ -42,35 +42,35 @@ struct CallSummary {
     double seconds; /**< since the offer arrived */
 };
 
-/** One call, from its offer to its end. Always held by a shared pointer. */
+/** One call, from its offer to its end. Always owned by a shared_ptr. */
 class Call : public ZelWebrtcSessionCallback, public FrameSink, public std::enable_shared_from_this<Call> {
 public:
-    /** @param recordPath where to record the viewer's voice; empty for nowhere */
+    /** @param recordPath where to record the viewer's voice; empty: do not record */
     Call(ZELRTC_SESSION_ID id, const ZelRtcSessionConfig& config, const std::string& recordPath, MediaHub& hub);
     ~Call() override = default;
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
 
     /**
-     * Hands the offer to the session and starts the sources. Control threads, once.
+     * Passes the offer to the session and starts its media. Control threads, once.
      * @throw CallError when the session refuses it, or the call has been ended meanwhile
      */
     void start(const std::string& offer);
 
-    /** The answer, as soon as it is there. @return nothing when the limit has passed or the call has ended before */
+    /** Waits for the answer. @return nothing if the limit passes or the call ends first */
     std::optional<std::string> waitForAnswer(std::chrono::milliseconds limit);
 
     /** Passes on a candidate of the viewer. Control threads. @throw CallError when it is refused or the call has ended
      */
     void addCandidate(const std::string& candidate);
 
-    /** Changes what is sent; what is not given stays. Control threads. @throw CallError when the call has ended */
+    /** Changes what is sent; whatever is not given stays. Control threads. @throw CallError when the call has ended */
     Selection select(std::optional<int> video, std::optional<bool> audio);
 
-    /** Records and measures the viewer's voice; skipped while the call is being started or ended. Control threads. */
+    /** Records and measures the viewer's voice. Skipped while the call starts or ends. Control threads. */
     void recordTalkBack();
 
-    /** Why the call should be ended, if it should. */
+    /** Why the call should end now; nothing while it should go on. */
     std::optional<std::string> reasonToEnd() const;
 
     /**
@@ -120,7 +120,7 @@ private:
     std::atomic<RTC_PEER_CONNECTION_STATE> state_{RTC_PEER_CONNECTION_STATE_NONE};
     std::atomic<int64_t> stateSinceMs_{0};  // counted from arrived_
     std::atomic<bool> wasConnected_{false};
-    std::atomic<int> video_{1};  // what a session starts with, like the next
+    std::atomic<int> video_{1};  // a session starts with stream 1 and audio on
     std::atomic<bool> audio_{true};
 
     std::mutex answerMutex_;

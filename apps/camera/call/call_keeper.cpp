@@ -46,7 +46,7 @@ void CallKeeper::lookAfterAll() {
 void CallKeeper::lookAfter(Call& call) {
     call.recordTalkBack();
     if (const auto reason = call.reasonToEnd()) {
-        calls_.endIfUp(call.id(), *reason);  // unless the viewer's own request was faster
+        calls_.endIfUp(call.id(), *reason);  // unless the viewer's own request came first
     }
 }
 

@@ -1,4 +1,4 @@
-/** @file call_keeper.h The thread that looks after calls: records talk-back, ends what is over, tidies up. */
+/** @file call_keeper.h The thread that looks after calls: records talk-back, ends dead calls, frees memory. */
 #ifndef APPS_CAMERA_CALL_CALL_KEEPER_H
 #define APPS_CAMERA_CALL_CALL_KEEPER_H
 

@@ -18,14 +18,14 @@ namespace zelrtc::camera {
 /** A complete answer waits for the end of gathering, which the SDK puts off for up to 10 s when a server is dead. */
 constexpr std::chrono::seconds kAnswerLimit(12);
 
-/** What all calls have in common. */
+/** Settings shared by all calls. */
 struct CallSettings {
-    ZelRtcSessionConfig session; /**< ICE servers, relay only; trickle unless the viewer asks otherwise */
-    std::string recordDir;       /**< where talk-back is recorded; empty for nowhere */
+    ZelRtcSessionConfig session; /**< ICE servers, relay only, and trickle unless the viewer asks otherwise */
+    std::string recordDir;       /**< where talk-back is recorded; empty: nowhere */
     size_t maxCalls = 16;
 };
 
-/** Admits, finds and ends calls. Any thread that is not the SDK's. */
+/** Admits, finds and ends calls. Any thread except the SDK's. */
 class CallRegistry {
 public:
     CallRegistry(CallSettings settings, MediaHub& hub);
@@ -33,7 +33,7 @@ public:
     /**
      * Places a call and starts it.
      * @param offer   the SDK's JSON form of the offer
-     * @param trickle how to answer, nothing for the camera's own setting
+     * @param trickle how to answer; nothing: as the camera is set
      * @throw CallError when there are too many calls or the offer is refused; nothing of the call remains then
      */
     std::shared_ptr<Call> place(const std::string& offer, std::optional<bool> trickle);
@@ -48,8 +48,8 @@ public:
     std::shared_ptr<Call> find(int id);
 
     /**
-     * What has happened in a call, also in one of the last that ended: a call may be over before the viewer has had the
-     * time to ask. @throw CallError when there is none of this id
+     * What has happened in a call. The last few that ended are kept, because a call may be over before its viewer gets
+     * to ask. @throw CallError when there is none of this id
      */
     std::shared_ptr<CallHistory> eventsOf(int id);
 
@@ -66,7 +66,7 @@ public:
     /** The calls, oldest first. */
     std::vector<std::shared_ptr<Call>> all();
 
-    /** How many calls the camera holds: those that are up and those whose connection is still being released. */
+    /** How many calls are held: those that are up and those still being released. */
     size_t held();
 
     /** Admits no more calls, ends those that are up, and returns when all that were ever ended are released. */

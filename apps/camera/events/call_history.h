@@ -13,7 +13,7 @@
 
 namespace zelrtc::camera {
 
-/** One thing that happened. */
+/** Something that happened in a call. */
 struct Event {
     uint64_t id;      /**< counts from 1 in each call */
     std::string name; /**< kind of event, such as "state" */
@@ -29,7 +29,7 @@ public:
     /** Keeps an event for as long as the history lives. */
     void append(const std::string& name, const std::string& data);
 
-    /** Keeps an event until `keep` newer ones of the same name have been appended: for what comes without end. */
+    /** Keeps only the newest `keep` events of this name: for kinds that arrive without end. */
     void appendPassing(const std::string& name, const std::string& data, size_t keep);
 
     /** Closes the history: later appends are ignored, readers are told. May be repeated. */

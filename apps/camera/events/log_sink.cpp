@@ -56,7 +56,7 @@ std::string format(const char* form, va_list values) {
     return text;
 }
 
-// A line that names no session and comes from one of the SDK's threads could be any call's: all are told.
+// A line from an SDK thread that names no session could belong to any call, so every call gets it.
 void tellCalls(UINT32 level, const std::string& text) {
     using nlohmann::json;
     const std::string data = json{{"level", level}, {"text", text.substr(0, kLongestEventText)}}.dump(

@@ -1,4 +1,4 @@
-/** @file log_sink.h Where the log goes: to standard error or a file, and to the call that a line speaks of. */
+/** @file log_sink.h Sends the log to standard error or a file, and to the call that a line is about. */
 #ifndef APPS_CAMERA_EVENTS_LOG_SINK_H
 #define APPS_CAMERA_EVENTS_LOG_SINK_H
 
@@ -10,15 +10,15 @@
 namespace zelrtc::camera {
 
 /**
- * Takes over the log of the program, of the session layer and of the SDK: one line each, with time, level and thread.
- * Before any other thread is started.
- * @param level lowest level that is written, by the SDK's numbers: 1 all, 3 progress, 5 failures, 7 nothing
- * @param path  of the file; empty for standard error
+ * Takes over the logs of the program, the session layer and the SDK: one line each, with time, level and thread.
+ * Call it before starting any other thread.
+ * @param level lowest level written, in the SDK's numbers: 1 all, 3 progress, 5 failures, 7 nothing
+ * @param path  the file; empty: standard error
  * @throw std::runtime_error with a sentence for the user when the file cannot be opened
  */
 void installLog(int level, const std::string& path);
 
-/** While it lives, lines about this session are also events of the call: {"level":3,"text":"..."}. */
+/** While it exists, lines about this session also become events of the call: {"level":3,"text":"..."}. */
 class LogSubscription {
 public:
     LogSubscription(int sessionId, std::shared_ptr<CallHistory> events);
@@ -30,7 +30,7 @@ private:
     int sessionId_;
 };
 
-/** While it lives, what this thread logs without naming a session belongs to this one. */
+/** While it exists, lines of this thread that name no session count as this session's. */
 class LogScope {
 public:
     explicit LogScope(int sessionId);

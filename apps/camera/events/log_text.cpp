@@ -20,7 +20,7 @@ std::optional<int> numberAt(std::string_view text) {
 }  // namespace
 
 std::optional<int> sessionNamedIn(const std::string& text) {
-    // Only what stands before a quoted offer or candidate is the session's own text.
+    // Only the text before a quoted offer or candidate is the session's own.
     const std::string_view own = std::string_view(text).substr(0, text.find('{'));
     for (const std::string_view word : {"session ", "session: "}) {
         for (size_t at = own.find(word); at != std::string_view::npos; at = own.find(word, at + 1)) {

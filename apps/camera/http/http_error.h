@@ -7,12 +7,12 @@
 
 namespace zelrtc::camera {
 
-/** Thrown by whatever handles a request; the HTTP server turns it into a problem document. */
+/** Thrown while handling a request; the HTTP server turns it into a problem document. */
 class HttpError : public std::runtime_error {
 public:
     /**
-     * @param httpStatus the status of the response
-     * @param detail     the reason, as a sentence without a full stop
+     * @param httpStatus status of the response
+     * @param detail     the reason, without a full stop
      */
     HttpError(int httpStatus, const std::string& detail) : std::runtime_error(detail), httpStatus_(httpStatus) {
     }

@@ -39,7 +39,7 @@ public:
      * Takes the address. Clients may connect from now on.
      * @param port 0 for a free one
      * @return the port
-     * @throw std::runtime_error with a sentence for the user when the address cannot be had or the certificate is none
+     * @throw std::runtime_error with a message for the user if the address is not available or the certificate is none
      */
     int bind(const std::string& host, int port);
 

@@ -1,4 +1,4 @@
-/** @file letter_case.h For names whose case does not matter. */
+/** @file letter_case.h For comparing names that ignore case. */
 #ifndef APPS_CAMERA_HTTP_LETTER_CASE_H
 #define APPS_CAMERA_HTTP_LETTER_CASE_H
 
@@ -6,7 +6,7 @@
 
 namespace zelrtc::camera {
 
-/** The text with its ASCII letters in lower case. */
+/** Lower-cases ASCII letters, whatever the locale. */
 inline std::string lowerCase(std::string text) {
     for (char& letter : text) {
         if (letter >= 'A' && letter <= 'Z') {

@@ -46,7 +46,7 @@ void WorkerPool::startThread() {
     threads_.emplace(id, std::move(thread));
 }
 
-// They touch nothing any more when they stand here, so this does not wait.
+// These threads have run to their end, so joining does not block.
 void WorkerPool::joinEnded() {
     for (std::thread& thread : ended_) {
         thread.join();
@@ -70,7 +70,7 @@ void WorkerPool::work() {
     }
 }
 
-// False when this thread is to end: nothing left at shutdown, or idle for long with others idle too.
+// False if this thread should end: at shutdown with no jobs left, or after a long time idle beside other idle ones.
 bool WorkerPool::waitForJob(std::unique_lock<std::mutex>& lock) {
     ++idle_;
     const auto wakes = [this] { return !jobs_.empty() || isShutDown_; };

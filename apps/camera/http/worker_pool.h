@@ -38,7 +38,7 @@ private:
     std::condition_variable jobArrived_;
     std::deque<std::function<void()>> jobs_;
     std::map<std::thread::id, std::thread> threads_;
-    std::vector<std::thread> ended_;  // left to be joined
+    std::vector<std::thread> ended_;  // still to be joined
     size_t idle_ = 0;
     bool isShutDown_ = false;
 };

@@ -20,7 +20,7 @@ constexpr int kToneHz = 440;
 constexpr int kToneMs = 800;
 constexpr double kTonePeak = 8000.0;
 constexpr auto kFrame = std::chrono::milliseconds(kMulawFrameMs);
-// Later than this the missed frames are left out instead of being sent in a burst.
+// When later than this, missed frames are skipped rather than sent in a burst.
 constexpr auto kTooLate = std::chrono::milliseconds(200);
 
 int64_t microseconds(Clock::time_point time) {

@@ -12,7 +12,7 @@
 
 namespace zelrtc::camera {
 
-/** 20 ms of sound, in memory that is valid only while it is handed over. */
+/** 20 ms of sound. The memory is valid only during the sink's call. */
 struct AudioFrame {
     uint8_t* data;  /**< mu-law */
     size_t size;    /**< bytes in data */
@@ -24,14 +24,14 @@ std::vector<uint8_t> tonePattern();
 
 /**
  * The samples of a raw mu-law file.
- * @throw std::runtime_error with a sentence for the user when it cannot be read or holds less than one frame
+ * @throw std::runtime_error with a message for the user if it cannot be read or is shorter than one frame
  */
 std::vector<uint8_t> readMulawFile(const std::string& path);
 
-/** Hands out the loop from start to stop. start and stop from one thread at a time. */
+/** Plays the loop between start and stop, which one thread at a time may call. */
 class AudioSource {
 public:
-    /** Gets every frame, on the source's own thread. */
+    /** Receives every frame, on the source's own thread. */
     using Sink = std::function<void(const AudioFrame&)>;
 
     /** @param loop at least one frame of samples */
@@ -40,10 +40,10 @@ public:
     AudioSource(const AudioSource&) = delete;
     AudioSource& operator=(const AudioSource&) = delete;
 
-    /** Without effect while it runs. */
+    /** Does nothing if already running. */
     void start();
 
-    /** Waits for a sink that is at work. */
+    /** Waits for a sink call in progress. */
     void stop();
 
 private:

@@ -13,14 +13,14 @@ struct Plane {
     size_t stride; /**< bytes from one line to the next */
 };
 
-/** Luma and the two chroma planes of half the size, as I420 has them. */
+/** I420: luma, and two chroma planes of half the size. */
 struct Picture {
     Plane y;
     Plane u;
     Plane v;
 };
 
-/** In BT.601, limited range. */
+/** BT.601, limited range. */
 struct Colour {
     uint8_t y;
     uint8_t u;
@@ -30,7 +30,7 @@ struct Colour {
 constexpr Colour kWhite = {235, 128, 128};
 constexpr Colour kBlack = {16, 128, 128};
 
-/** In pixels, the ends excluded. Chroma has half the resolution: odd edges move by one pixel there. */
+/** In pixels; right and bottom are exclusive. Chroma has half the resolution, so odd edges shift by a pixel. */
 struct Area {
     size_t left;
     size_t right;

@@ -1,4 +1,4 @@
-/** @file media_hub.h Brings the streams to the calls: one encoder per stream, however many watch it. */
+/** @file media_hub.h Distributes the streams to the calls: one encoder per stream, however many watch it. */
 #ifndef APPS_CAMERA_MEDIA_MEDIA_HUB_H
 #define APPS_CAMERA_MEDIA_MEDIA_HUB_H
 
@@ -14,7 +14,7 @@ namespace zelrtc::camera {
 
 constexpr int kVideoStreams = 3;
 
-/** Where frames go. Called on the sources' threads, video and audio at the same time. */
+/** Receives frames, on the sources' threads; video and audio may arrive at the same time. */
 class FrameSink {
 public:
     virtual ~FrameSink() = default;
@@ -23,12 +23,12 @@ public:
 };
 
 /**
- * The camera's sources. A source runs exactly while somebody takes its frames. Any thread; attach and detach wait for
- * encoders to start and stop, so they must not be called by a sink or with a lock that a sink takes.
+ * The camera's sources. A source runs only while somebody takes its frames. Any thread, but attach and detach wait for
+ * encoders to start and stop: never call them from a sink, nor while holding a lock that a sink takes.
  */
 class MediaHub {
 public:
-    /** @throw std::runtime_error with a sentence for the user when a stream cannot be built */
+    /** @throw std::runtime_error with a message for the user if a stream cannot be built */
     MediaHub(const std::array<VideoInput, kVideoStreams>& inputs, std::vector<uint8_t> audioLoop);
 
     /** Attaches a sink to the sound and to one stream, instead of any other. */
@@ -57,7 +57,7 @@ private:
     void runWhatIsWanted();
 
     std::mutex sourcesMutex_;  // held while sources start and stop
-    std::mutex viewersMutex_;  // held for a moment only, also by the sources' threads
+    std::mutex viewersMutex_;  // held only briefly, also by the sources' threads
     std::vector<Viewer> viewers_;
     std::array<std::unique_ptr<VideoSource>, kVideoStreams> video_;
     AudioSource audio_;

@@ -6,7 +6,7 @@ namespace zelrtc::camera {
 
 namespace {
 
-// G.711 codes the magnitude as segment and step of a logarithmic scale; the bias makes each segment a power of two.
+// G.711 codes a magnitude as segment and step on a logarithmic scale; the bias makes each segment a power of two.
 constexpr int kBias = 0x84;
 constexpr int kLargest = 32635;
 

@@ -1,4 +1,4 @@
-/** @file mulaw.h G.711 mu-law, the calls' audio format: 8000 samples a second, one byte each. */
+/** @file mulaw.h G.711 mu-law, the audio format of the calls: 8000 samples a second, one byte each. */
 #ifndef APPS_CAMERA_MEDIA_MULAW_H
 #define APPS_CAMERA_MEDIA_MULAW_H
 
@@ -11,10 +11,10 @@ constexpr int kMulawRate = 8000;
 constexpr int kMulawFrameMs = 20;
 constexpr size_t kMulawFrameBytes = static_cast<size_t>(kMulawRate) * kMulawFrameMs / 1000;
 
-/** The mu-law byte nearest to a 16-bit sample. */
+/** Encodes a 16-bit sample as the nearest mu-law byte. */
 uint8_t mulawEncode(int16_t sample);
 
-/** The 16-bit sample that a mu-law byte stands for. */
+/** Decodes a mu-law byte. */
 int16_t mulawDecode(uint8_t code);
 
 }  // namespace zelrtc::camera

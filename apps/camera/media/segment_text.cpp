@@ -6,11 +6,11 @@ namespace zelrtc::camera {
 
 namespace {
 
-// In units from the corner of a cell: top, the two on the right, bottom, the two on the left, middle.
+// In units from a cell's corner: top, upper and lower right, bottom, lower and upper left, middle.
 constexpr std::array<Area, 7> kSegments = {
     {{2, 4, 1, 2}, {4, 5, 2, 4}, {4, 5, 5, 7}, {2, 4, 7, 8}, {1, 2, 5, 7}, {1, 2, 2, 4}, {2, 4, 4, 5}}};
 constexpr std::array<Area, 2> kColon = {{{2, 4, 2, 4}, {2, 4, 5, 7}}};
-// Which segments are lit for 0 to 9, the first in the lowest bit.
+// The segments lit for 0 to 9; the first is the lowest bit.
 constexpr std::array<unsigned, 10> kLit = {0x3f, 0x06, 0x5b, 0x4f, 0x66, 0x6d, 0x7d, 0x07, 0x7f, 0x6f};
 
 void fillUnits(const Picture& picture, size_t left, size_t top, size_t unit, const Area& units, const Colour& colour) {

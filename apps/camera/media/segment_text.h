@@ -1,4 +1,4 @@
-/** @file segment_text.h A clock's digits, drawn like those of a seven-segment display. */
+/** @file segment_text.h Draws a clock's digits like a seven-segment display. */
 #ifndef APPS_CAMERA_MEDIA_SEGMENT_TEXT_H
 #define APPS_CAMERA_MEDIA_SEGMENT_TEXT_H
 
@@ -8,13 +8,13 @@
 
 namespace zelrtc::camera {
 
-/** Thickness of a segment is one unit; all sizes are multiples of it. */
+/** In units; a segment is one unit thick. */
 constexpr size_t kSegmentCellWidth = 6;
 constexpr size_t kSegmentCellHeight = 9;
 
 /**
  * Draws white on black, one cell of kSegmentCellWidth by kSegmentCellHeight units for each character.
- * @param text digits and colons; anything else is a blank
+ * @param text digits and colons; anything else is left blank
  */
 void drawSegmentText(const Picture& picture, size_t left, size_t top, size_t unit, const std::string& text);
 

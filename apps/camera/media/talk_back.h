@@ -1,4 +1,4 @@
-/** @file talk_back.h The viewer's voice: taken from the SDK's thread, recorded and measured on another. */
+/** @file talk_back.h The viewer's voice: taken on an SDK thread, recorded and measured on another. */
 #ifndef APPS_CAMERA_MEDIA_TALK_BACK_H
 #define APPS_CAMERA_MEDIA_TALK_BACK_H
 
@@ -13,22 +13,22 @@
 
 namespace zelrtc::camera {
 
-/** The audio of one viewer. A camera with a loudspeaker would play it where this one records it. */
+/** The audio of one viewer. A camera with a loudspeaker would play it where this one records. */
 class TalkBack {
 public:
-    /** @param wavPath where to record; empty for nowhere. The file is made when the first sound arrives. */
+    /** @param wavPath where to record, empty: nowhere. The file is created with the first sound. */
     explicit TalkBack(std::string wavPath);
 
     /** Takes a frame of mu-law samples. The SDK's thread. Copies and returns; drops data beyond 10 s of backlog. */
     void push(const void* data, size_t size);
 
-    /** How loud it was since the last time. */
+    /** Loudness since the last measurement. */
     struct Level {
         double rms;      /**< 0 to 1 */
         uint64_t frames; /**< received since the call began */
     };
 
-    /** Records what has arrived and measures it. @return nothing when nothing has arrived. One thread at a time. */
+    /** Records and measures what has arrived. @return nothing if nothing has. One thread at a time. */
     std::optional<Level> process();
 
 private:
@@ -36,7 +36,7 @@ private:
 
     std::string wavPath_;
     std::optional<WavWriter> wav_;
-    std::mutex mutex_;  // for the two below
+    std::mutex mutex_;  // guards the two below
     std::vector<uint8_t> arrived_;
     uint64_t frames_ = 0;
 };

@@ -13,15 +13,15 @@ namespace zelrtc::camera {
 /**
  * Draws the frames of one stream. Eight bars over the full height, a grey block that crosses the picture once in four
  * seconds, a clock, and in the bottom twelfth 32 equal cells, white for 1 and black for 0, most significant first, that
- * hold the time of capture in milliseconds: whoever films the screen, or decodes it, can tell how old the picture is.
+ * hold the time of capture in milliseconds, so that whoever films or decodes the screen can tell the picture's age.
  * One thread at a time.
  */
 class TestPattern {
 public:
-    /** Even numbers of pixels, at least 160 by 90. */
+    /** Both sizes even, at least 160 by 90. */
     TestPattern(size_t width, size_t height);
 
-    /** Fills the whole picture. @param clock time of day as HH:MM:SS */
+    /** Draws the whole picture. @param clock time of day as HH:MM:SS */
     void draw(const Picture& picture, uint32_t captureMs, const std::string& clock) const;
 
 private:

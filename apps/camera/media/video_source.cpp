@@ -17,7 +17,7 @@ namespace {
 
 constexpr int kFramesPerSecond = 30;
 
-// Baseline without B-frames or look-ahead: what every browser decodes and what adds no delay. One slice per frame.
+// Baseline without B-frames or look-ahead: every browser decodes it and it adds no delay. One slice per frame.
 std::string testPatternText(const VideoFormat& format) {
     return "videotestsrc name=picture is-live=true pattern=black ! video/x-raw,format=I420,width=" +
            std::to_string(format.width) + ",height=" + std::to_string(format.height) +
@@ -29,7 +29,7 @@ std::string testPatternText(const VideoFormat& format) {
            " ! video/x-h264,profile=constrained-baseline";
 }
 
-// All of it, whatever the stream shows: each key frame gets its parameter sets, each buffer is one access unit.
+// Whatever the input: each key frame carries its parameter sets, and each buffer is one access unit.
 std::string pipelineText(const VideoInput& input, const VideoFormat& format) {
     std::string source = testPatternText(format);
     if (input.kind == VideoInput::Kind::kFile) {
@@ -97,7 +97,7 @@ void initVideo() {
     gst_init(nullptr, nullptr);
 }
 
-// A built pipeline and what its callbacks need; its address is their user data, so it stays where it is.
+// A built pipeline and what its callbacks need. Never moved: its address is their user data.
 class VideoSource::Pipeline {
 public:
     explicit Pipeline(VideoSource& source) : source_(source), picture_(source.format_.width, source.format_.height) {
@@ -133,7 +133,7 @@ private:
         GstAppSinkCallbacks callbacks = {};
         callbacks.new_sample = [](GstAppSink*, gpointer self) { return static_cast<Pipeline*>(self)->handOver(); };
         gst_app_sink_set_callbacks(GST_APP_SINK(appsink_.get()), &callbacks, this, nullptr);
-        // A live source paces itself; anything else is paced by the time stamps.
+        // A live source paces itself; anything else follows its timestamps.
         const bool isLive = source_.input_.kind == VideoInput::Kind::kTestPattern;
         g_object_set(appsink_.get(), "sync", isLive ? FALSE : TRUE, nullptr);
     }
@@ -147,7 +147,7 @@ private:
         addProbe(find(pipeline_.get(), "picture").get(), "src", [](GstPad*, GstPadProbeInfo* probe, gpointer self) {
             GstBuffer* buffer = gst_buffer_make_writable(GST_PAD_PROBE_INFO_BUFFER(probe));
             GST_PAD_PROBE_INFO_DATA(probe) = buffer;
-            // Before the picture is encoded: it becomes the key frame itself, not the one after it.
+            // Before encoding, so that this picture becomes the key frame, not the next one.
             static_cast<Pipeline*>(self)->forwardKeyFrameRequest();
             drawInto(buffer, static_cast<Pipeline*>(self)->info_, static_cast<Pipeline*>(self)->picture_);
             return GST_PAD_PROBE_OK;
@@ -177,7 +177,7 @@ private:
         gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, probe, this, nullptr);
     }
 
-    // The element reads a file name as a pattern for numbered files.
+    // The element takes a file name for a pattern of numbered files.
     static std::string escaped(const std::string& path) {
         std::string text;
         for (const char c : path) {
@@ -186,7 +186,7 @@ private:
         return text;
     }
 
-    // An Annex B file has no times of its own, and starts over at its end: time is what the frame rate says.
+    // An Annex B file has no timestamps and restarts at its end, so the frame rate sets the time.
     void stamp(GstPad* pad, GstBuffer* buffer) {
         gint rate = 0;
         gint per = 1;
@@ -220,7 +220,7 @@ private:
         return GST_FLOW_OK;
     }
 
-    // The pipeline runs on the monotonic clock: running time counts from the moment it was set playing.
+    // The pipeline runs on the monotonic clock; its running time counts from the moment it started to play.
     int64_t captureTimeUs(GstSample* sample) {
         const GstClockTime time = GST_BUFFER_PTS(gst_sample_get_buffer(sample));
         const GstClockTime running = gst_segment_to_running_time(gst_sample_get_segment(sample), GST_FORMAT_TIME, time);
@@ -230,7 +230,7 @@ private:
         return static_cast<int64_t>((running + gst_element_get_base_time(pipeline_.get())) / GST_USECOND);
     }
 
-    // On the stream's own thread, so that a request never meets a pipeline that is being taken down.
+    // On the stream's own thread, so that a request never reaches a pipeline that is being torn down.
     void forwardKeyFrameRequest() {
         if (!source_.keyFrameWanted_.exchange(false)) {
             return;

@@ -1,4 +1,4 @@
-/** @file wav_writer.h A WAV file (16 bit, mono, 8 kHz) that can be played at any moment, also while it grows. */
+/** @file wav_writer.h A WAV file (16 bit, mono, 8 kHz) that is playable at any moment, even while it grows. */
 #ifndef APPS_CAMERA_MEDIA_WAV_WRITER_H
 #define APPS_CAMERA_MEDIA_WAV_WRITER_H
 
@@ -21,9 +21,9 @@ public:
     explicit WavWriter(const std::string& path);
 
     /**
-     * Adds samples and brings the header up to date, so that what has been written is valid even if the process is
-     * killed. A file that would outgrow the format's 4 GiB takes no more.
-     * @return false when the file could not be written
+     * Appends samples and updates the header, so that the file stays valid even if the process is killed. Samples that
+     * would exceed the format's 4 GiB are dropped.
+     * @return false if writing failed
      */
     bool append(const std::vector<int16_t>& samples);
 

@@ -10,7 +10,7 @@ namespace zelrtc::camera {
 
 void keepToOneArena() {
 #ifdef __GLIBC__
-    mallopt(M_ARENA_MAX, 1);  // NOLINT(concurrency-mt-unsafe): there is no other thread yet
+    mallopt(M_ARENA_MAX, 1);  // NOLINT(concurrency-mt-unsafe): no other thread exists yet
 #endif
 }
 

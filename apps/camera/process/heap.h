@@ -5,12 +5,12 @@
 namespace zelrtc::camera {
 
 /**
- * One arena for all threads. A call lives on many short-lived threads; with an arena for each, a camera that has had a
- * hundred calls holds more than twice the memory that it needs. Before there is a second thread.
+ * One arena for all threads. A call uses many short-lived threads; with an arena for each, a camera holds more than
+ * twice the memory it needs after a hundred calls. Call it before starting a second thread.
  */
 void keepToOneArena();
 
-/** Gives the system back what calls have freed: the heap keeps it otherwise, scattered among what is in use. */
+/** Returns memory freed by calls to the system; otherwise the heap keeps it, scattered among what is in use. */
 void returnFreeMemory();
 
 }  // namespace zelrtc::camera

@@ -22,7 +22,7 @@ int countEntries(const char* directory) {
 }  // namespace
 
 int openDescriptors() {
-    return countEntries("/proc/self/fd") - 1;  // one of them is this look itself
+    return countEntries("/proc/self/fd") - 1;  // one of them is open for counting
 }
 
 int runningThreads() {

@@ -14,8 +14,8 @@ int openDescriptors();
 int runningThreads();
 
 /**
- * Bytes that were allocated and not freed. The resident memory also holds what is free and scattered, so it grows with
- * the calls that there were at once; this does not. @return nothing where the C library does not tell
+ * Bytes allocated and not freed. Unlike resident memory, this does not count free blocks scattered through the heap,
+ * so it does not grow with the largest number of simultaneous calls. @return nothing if the C library cannot tell
  */
 std::optional<uint64_t> heapBytes();
 

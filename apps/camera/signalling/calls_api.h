@@ -1,4 +1,4 @@
-/** @file calls_api.h The page's own signalling: /calls, and what can be asked about the camera. */
+/** @file calls_api.h The page's own signalling, /calls, and the camera's health. */
 #ifndef APPS_CAMERA_SIGNALLING_CALLS_API_H
 #define APPS_CAMERA_SIGNALLING_CALLS_API_H
 
@@ -8,7 +8,7 @@
 
 namespace zelrtc::camera {
 
-/** Adds the routes. What is given must outlive the server. */
+/** Adds the routes. The arguments must outlive the server. */
 void addCallRoutes(HttpServer& server, CallRegistry& calls, const MediaHub& hub);
 
 }  // namespace zelrtc::camera

@@ -41,7 +41,7 @@ bool startsWith(const std::string& text, const char* start) {
     return text.rfind(start, 0) == 0;
 }
 
-// In lower case, because the case of a codec's name does not matter; empty when there is none.
+// In lower case, since codec names ignore case; empty if there is none.
 std::string videoSection(const std::string& sdp) {
     const size_t start = sdp.find("\nm=video ");
     if (start == std::string::npos) {

@@ -1,4 +1,4 @@
-/** @file offer_check.h Looks at what viewers send before it reaches a session, to tell them in words what is wrong. */
+/** @file offer_check.h Checks what viewers send before a session sees it, to say in words what is wrong. */
 #ifndef APPS_CAMERA_SIGNALLING_OFFER_CHECK_H
 #define APPS_CAMERA_SIGNALLING_OFFER_CHECK_H
 

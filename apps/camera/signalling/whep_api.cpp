@@ -22,7 +22,7 @@ std::string tagOf(int id) {
     return "\"" + std::to_string(id) + "\"";
 }
 
-// Players that restart ICE ask for any session; those that never read the tag send none and have only this session.
+// "*" means an ICE restart. Players that never read the tag send none, and can only mean this session.
 void requireSession(const Request& request, int id) {
     const std::string match = request.header("if-match").value_or("");
     if (match == "*") {
@@ -73,7 +73,7 @@ bool isWhep(const std::string& path) {
     return path == endpoint || path.rfind(endpoint + "/", 0) == 0;
 }
 
-// Players run on pages of other sites, which must be able to read why something was refused, too.
+// Players run on pages of other sites, which must be able to read errors as well.
 Finisher readableBy(const std::vector<std::string>& allowedOrigins) {
     return [allowedOrigins](const Request& request, Response& response) {
         const auto origin = request.header("origin");

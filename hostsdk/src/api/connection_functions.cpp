@@ -72,7 +72,7 @@ STATUS peerConnectionOnConnectionStateChange(PRtcPeerConnection pPeerConnection,
                    [=] { implementation(pPeerConnection)->setStateHandler(customData, handler); });
 }
 
-// Accepted and never called: webrtcbin does not tell the figures that the handler is to get.
+// Accepted but never called: webrtcbin does not provide the figures that the handler expects.
 STATUS peerConnectionOnSenderBandwidthEstimation(PRtcPeerConnection pPeerConnection, UINT64,
                                                  RtcOnSenderBandwidthEstimation handler) {
     return given(pPeerConnection, handler) ? STATUS_SUCCESS : STATUS_NULL_ARG;

@@ -27,7 +27,7 @@ void writeTime() {
     printf("%s.%03ld", text, now.tv_nsec / 1000000);
 }
 
-// The lock of the stream keeps the lines of several threads apart.
+// The stream's lock keeps lines of different threads apart.
 VOID printToStdout(UINT32 level, PCHAR tag, PCHAR format, ...) {
     if (level < lowestLevel.load(std::memory_order_relaxed)) {
         return;

@@ -37,7 +37,7 @@ void ConnectionMonitor::onTransport(TransportEvent event, Clock::time_point now)
 }
 
 void ConnectionMonitor::check(std::optional<Clock::time_point> lastPacket, Clock::time_point now) {
-    // A far end that vanished before its first packet has been silent since the connection.
+    // A far end that vanished before its first packet has been silent since it connected.
     const bool isSilent =
         lastPacket ? hasBeenSilent(kSilenceLimit, *lastPacket, now)
                    : state_ == RTC_PEER_CONNECTION_STATE_DISCONNECTED || hasBeenSilent(kSilenceLimit, since_, now);

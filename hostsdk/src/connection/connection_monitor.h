@@ -12,8 +12,8 @@
 
 namespace zelrtc::hostsdk {
 
-// Turns transport events and the time since the last received packet into state reports, each change once.
-// Not thread-safe: one thread feeds it.
+// Turns transport events and the time since the last packet into connection states, and reports each change once.
+// Not thread-safe.
 class ConnectionMonitor {
 public:
     using Clock = hostsdk::Clock;
@@ -27,7 +27,7 @@ public:
     // `silenceRate`: how many times as fast as the clock the silence of a far end passes. 1 but for tests.
     explicit ConnectionMonitor(Report report, double silenceRate = 1);
 
-    // The answer is set: connecting begins.
+    // Call when the answer is set: connecting begins.
     void start(Clock::time_point now);
     // The far end can have the answer only now: the limit of connecting begins again.
     void restartConnecting(Clock::time_point now);

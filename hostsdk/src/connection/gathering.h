@@ -23,9 +23,9 @@ public:
     void start(Clock::time_point now);
     // False when the end was reported and the candidate comes too late to be told.
     bool onCandidate();
-    // The agent is done and has found so many candidates.
+    // The agent has finished, with `found` candidates in all.
     void onDone(size_t found, Clock::time_point now);
-    // Whether the end is to be reported now; true once.
+    // Whether to report the end now. True only once.
     bool takeEnd(bool haveServersAnswered, Clock::time_point now);
     // Nobody needs candidates any more: true once, when the end was not reported yet.
     bool cutShort();

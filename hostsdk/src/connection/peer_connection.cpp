@@ -24,7 +24,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kCheckPeriod{50};
 
-// webrtcbin takes one STUN server, not over TLS, and any number of TURN servers.
+// webrtcbin takes one STUN server, without TLS, and any number of TURN servers.
 std::vector<IceServer> readServers(const RtcConfiguration& configuration) {
     std::vector<IceServer> servers;
     bool hasStunServer = false;
@@ -209,7 +209,7 @@ void PeerConnection::onState(RTC_PEER_CONNECTION_STATE state) {
 }
 
 void PeerConnection::reportState(RTC_PEER_CONNECTION_STATE state) {
-    // A frame written from inside the handler must find the way open.
+    // Before the handler runs, because it may write a frame.
     setReady(state == RTC_PEER_CONNECTION_STATE_CONNECTED || state == RTC_PEER_CONNECTION_STATE_DISCONNECTED);
     std::unique_lock<std::mutex> lock(mutex_);
     const RtcOnConnectionStateChange handler = onState_;

@@ -24,11 +24,11 @@
 
 namespace zelrtc::hostsdk {
 
-// The record that callers hold is its base. Negotiation and closing come from one thread at a time; candidates and
-// statistics may come from any.
+// Derives from the record that callers hold. One thread at a time negotiates and closes; any thread may add candidates
+// and read statistics.
 class PeerConnection : public RtcPeerConnection {
 public:
-    // Null when GStreamer lacks an element.
+    // Null if GStreamer lacks an element.
     static std::unique_ptr<PeerConnection> create(const RtcConfiguration& configuration);
 
     PeerConnection(const PeerConnection&) = delete;
@@ -37,7 +37,7 @@ public:
     PeerConnection& operator=(PeerConnection&&) = delete;
     ~PeerConnection();
 
-    // After it has returned no handler runs; called from inside a handler, that one still ends.
+    // No handler starts after it returns. Called from inside a handler, it does not wait for that one.
     void close();
 
     void setCandidateHandler(UINT64 customData, RtcOnIceCandidate handler);

@@ -11,7 +11,7 @@ namespace {
 constexpr const char* kNotApplicable = "N/A";
 constexpr UINT64 kNanosecondsPerTick = 100;
 
-// webrtcbin names the sides right in the ids of its records, but swaps them in their types.
+// webrtcbin swaps local and remote in the types of its records; their ids are right.
 const GstStructure* findCandidate(const GstStructure* statistics, Side side) {
     const char* const prefix = side == Side::kLocal ? "ice-candidate-local_" : "ice-candidate-remote_";
     for (gint i = 0; i < gst_structure_n_fields(statistics); i++) {
@@ -35,7 +35,7 @@ INT32 numberField(const GstStructure* structure, const char* name) {
     return static_cast<INT32>(value);
 }
 
-// Null when no server, or more than one, stands at the host.
+// Null unless exactly one server is at this host.
 const IceServer* findServer(const std::vector<IceServer>& servers, const std::string& host, bool isRelay) {
     const auto matches = [&](const IceServer& server) {
         return server.inUse && server.url->host == host && server.url->isRelay() == isRelay;

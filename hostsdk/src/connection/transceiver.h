@@ -12,7 +12,7 @@
 
 namespace zelrtc::hostsdk {
 
-// The record that callers hold is its base. Thread-safe.
+// Derives from the record that callers hold. Thread-safe.
 class Transceiver : public RtcRtpTransceiver {
 public:
     Transceiver(const RtcMediaStreamTrack& track, RTC_RTP_TRANSCEIVER_DIRECTION wantedDirection);
@@ -20,16 +20,16 @@ public:
     void setFrameHandler(UINT64 customData, RtcOnFrame handler);
     void setBandwidthHandler(UINT64 customData, RtcOnBandwidthEstimation handler);
 
-    // Attaches what negotiation made; null detaches it.
+    // Attaches the sender that negotiation made; null detaches it.
     void setSender(std::unique_ptr<MediaSender> sender);
     // Whether the offer named the source of the far end's media. The SDK drops packets of others.
     void setSourceNamed(bool named);
     bool isSourceNamed() const;
-    // Opens or closes the way for frames.
+    // Starts or stops accepting frames.
     void setReady(bool ready);
     STATUS write(const Frame& frame);
 
-    // Both run the handler, when there is one, on the calling thread.
+    // Both run the handler, if there is one, on the calling thread.
     void handleFrame(Frame* frame);
     void handleBandwidth(double bitsPerSecond);
 

@@ -11,7 +11,7 @@ namespace {
 
 constexpr gint64 kNanosecondsPerTick = 100;
 constexpr gint64 kSameTimeline = 2 * static_cast<gint64>(GST_SECOND);
-// Some seconds of a rich stream: only a stuck transport gathers as much.
+// Several seconds of a high-rate stream: only a stuck transport queues this much.
 constexpr guint64 kMaxQueuedBytes = guint64{8} * 1024 * 1024;
 
 }  // namespace

@@ -12,12 +12,12 @@
 
 namespace zelrtc::hostsdk {
 
-// Maps the presentation times of frames to the running time of the pipeline. The tracks of a connection share one, so
-// that a player keeps picture and sound together.
+// Maps frames' presentation times to the pipeline's running time. The tracks of a connection share one clock, so that a
+// player keeps picture and sound in sync.
 class PresentationClock {
 public:
-    // Any thread. The difference of two results is that of the two presentation times (100 ns), as long as these
-    // stay near the pace of `runningTime`; a track with a timeline of its own gets one of its own.
+    // Any thread. Keeps the differences between presentation times (100 ns) as long as they stay close to
+    // `runningTime`. A track on a different timeline gets its own offset.
     GstClockTime toRunningTime(UINT64 presentationTs, GstClockTime runningTime, std::optional<gint64>* trackOffset);
 
 private:

@@ -10,7 +10,7 @@ namespace zelrtc::hostsdk {
 
 namespace {
 
-// dtlsdec makes the certificate when the first one of the process is created.
+// The first dtlsdec of a process makes the certificate.
 constexpr const char* kElements[] = {"webrtcbin", "nicesrc",    "nicesink",     "dtlsdec",    "dtlsenc",
                                      "srtpenc",   "srtpdec",    "rtpbin",       "appsrc",     "appsink",
                                      "h264parse", "rtph264pay", "rtph264depay", "rtppcmupay", "rtppcmudepay"};

@@ -4,8 +4,8 @@
 
 namespace zelrtc::hostsdk {
 
-// Starts GStreamer and makes the process's certificate, so that the first call is as quick as the later ones.
-// Any thread, any number of times. False when GStreamer or an element of it is missing; the log says which.
+// Starts GStreamer and makes the process's certificate, so that the first call is as quick as later ones.
+// Any thread, any number of times. False if GStreamer or one of its elements is missing; the log says which.
 bool startRuntime();
 
 }  // namespace zelrtc::hostsdk

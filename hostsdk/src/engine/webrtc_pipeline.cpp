@@ -101,7 +101,7 @@ void WebRtcPipeline::configure(bool relayOnly, const std::vector<IceServer>& ser
     g_object_set(webrtcbin_, "ice-transport-policy",
                  relayOnly ? GST_WEBRTC_ICE_TRANSPORT_POLICY_RELAY : GST_WEBRTC_ICE_TRANSPORT_POLICY_ALL, nullptr);
     addServers(webrtcbin_, servers);
-    // Nobody reads the bus.
+    // Nobody reads the bus, so its messages would pile up.
     dropMessages(pipeline_.get());
 }
 

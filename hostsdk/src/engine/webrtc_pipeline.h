@@ -28,10 +28,10 @@ struct NegotiatedMedia {
     std::string streamId;
 };
 
-// Calls from one thread at a time, except where noted; none from webrtcbin's own threads.
+// One thread at a time unless noted otherwise; never one of webrtcbin's own.
 class WebRtcPipeline {
 public:
-    // Null when GStreamer lacks an element.
+    // Null if GStreamer lacks an element.
     static std::unique_ptr<WebRtcPipeline> create(bool relayOnly, const std::vector<IceServer>& servers,
                                                   PipelinePosters posters, PipelineEvents events);
 
@@ -39,17 +39,17 @@ public:
     WebRtcPipeline& operator=(const WebRtcPipeline&) = delete;
     WebRtcPipeline(WebRtcPipeline&&) = delete;
     WebRtcPipeline& operator=(WebRtcPipeline&&) = delete;
-    // Leaves the call and releases everything; afterwards none of the events is posted.
+    // Leaves the call and releases everything. Posts no event afterwards.
     ~WebRtcPipeline();
 
     // `transports`: one when everything is bundled, else one for each m-line.
     bool setRemoteDescription(const std::string& sdp, size_t transports);
-    // After the remote description. The sender is null when the direction does not send.
+    // After setRemoteDescription. The sender is null if the direction does not send.
     std::unique_ptr<MediaSender> addMedia(const NegotiatedMedia& media);
     std::optional<std::string> createAnswer();
     bool setLocalDescription(const std::string& sdp);
     void addCandidate(size_t transport, const std::string& candidateLine);
-    // webrtcbin's statistics of the connection; nothing before there are any. Any thread but webrtcbin's.
+    // webrtcbin's statistics of the connection. Any thread but webrtcbin's own.
     std::unique_ptr<gst::Reply> statistics() const;
     // When the far end was last heard of. Any thread.
     std::optional<Clock::time_point> lastPacket() const;

@@ -14,8 +14,8 @@ bool isBareLine(std::string_view text) {
     return text.find("candidate:") == 0 || text.find("a=candidate:") == 0;
 }
 
-// A line that fills the record stays without a terminator, as in the SDK, so that callers meet the same danger; but
-// where the SDK writes a longer one past the end, this stops.
+// A line that fills the record is left without a terminator, as the SDK leaves it, so that callers meet the same
+// danger. Where the SDK would write a longer line past the end, this stops.
 void fillRecord(const std::string& line, PRtcIceCandidateInit candidate) {
     const size_t length = std::min(line.size() + 1, sizeof(candidate->candidate));
     std::memcpy(candidate->candidate, line.c_str(), length);

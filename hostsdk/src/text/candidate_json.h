@@ -13,7 +13,7 @@ namespace zelrtc::hostsdk {
 // fills the record is left without a terminator and a longer one is cut.
 STATUS readCandidateJson(std::string_view json, PRtcIceCandidateInit candidate);
 
-// The text that RtcOnIceCandidate hands out, in the SDK's written form.
+// The text passed to RtcOnIceCandidate, exactly as the SDK writes it.
 std::string writeCandidateJson(const std::string& candidateLine, const std::string& mid, unsigned int mLineIndex);
 
 }  // namespace zelrtc::hostsdk

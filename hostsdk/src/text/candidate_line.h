@@ -7,8 +7,8 @@
 
 namespace zelrtc::hostsdk {
 
-// The far end's line in the form that the ICE agent takes; nothing when it is one to ignore: not a candidate, TCP, or
-// without a numeric address (`.local` names need a resolver that cameras do not have).
+// The far end's line in the ICE agent's form. Nothing for lines to ignore: not a candidate, TCP, or without a numeric
+// address (`.local` names need a resolver that cameras do not have).
 std::optional<std::string> usableCandidate(const std::string& line);
 
 // The agent's line as RFC 8839 has it: an address that a candidate was made from for all but host candidates.
@@ -23,7 +23,7 @@ constexpr size_t kMostRelayCandidates = 4;
 // Of a relay, in a candidate line or in a description's a= line.
 bool isRelayCandidate(const std::string& line);
 
-// The agent's line with the attributes that the SDK writes.
+// The agent's line with the attributes that the SDK appends.
 std::string sdkCandidate(const std::string& line);
 
 }  // namespace zelrtc::hostsdk

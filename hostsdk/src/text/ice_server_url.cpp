@@ -27,7 +27,7 @@ std::optional<int> parsePort(const std::string& text) {
     return port;
 }
 
-// Takes "host", "host:port" or "[address]:port" apart.
+// Splits "host", "host:port" or "[address]:port".
 bool parseHostAndPort(const std::string& text, IceServerUrl* url) {
     const size_t hostEnd = text.find('[') == 0 ? text.find(']') : 0;
     if (hostEnd == std::string::npos) {
@@ -94,7 +94,7 @@ std::optional<IceServerUrl> parseIceServerUrl(const std::string& text) {
 
 std::string webrtcbinUri(const IceServerUrl& url, const std::string& username, const std::string& credential) {
     const std::string user = url.isRelay() ? percentEncode(username) + ":" + percentEncode(credential) + "@" : "";
-    // webrtcbin tries UDP and TCP at a TURN server whose transport is not stated.
+    // Stated always, because otherwise webrtcbin tries both UDP and TCP at a TURN server.
     const std::string query = url.isRelay() ? "?transport=" + url.transport : "";
     return url.scheme + "://" + user + url.host + ":" + std::to_string(url.port) + query;
 }

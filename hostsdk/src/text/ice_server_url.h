@@ -16,10 +16,10 @@ struct IceServerUrl {
     bool isRelay() const;
 };
 
-// `turn:example.org:3478?transport=tcp` and the like; nothing when the text is no such address.
+// Parses `turn:example.org:3478?transport=tcp` and the like; nothing if the text is not such an address.
 std::optional<IceServerUrl> parseIceServerUrl(const std::string& text);
 
-// The form that webrtcbin takes: a URI with user and credential in it, percent-encoded.
+// webrtcbin's form: a URI that includes user and credential, percent-encoded.
 std::string webrtcbinUri(const IceServerUrl& url, const std::string& username, const std::string& credential);
 
 }  // namespace zelrtc::hostsdk

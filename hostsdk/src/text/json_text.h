@@ -9,24 +9,24 @@
 
 namespace zelrtc::hostsdk {
 
-// The value that the text holds, or a discarded one (is_discarded()) when it is not JSON. Never throws.
+// The parsed value, or a discarded one (is_discarded()) if the text is not JSON. Never throws.
 nlohmann::json readJson(std::string_view text);
 
-// The member's text; nothing when it is absent or not a string. `object` must be an object.
+// The member's text; nothing if it is absent or not a string. `object` must be an object.
 std::optional<std::string> stringMember(const nlohmann::json& object, const char* name);
 
-// The escaped characters between the quotes of a string member of the outermost object, as they stand in the text;
-// empty when there is no such member. `text` must be readable JSON.
+// A string member of the outermost object, still escaped as in the text; empty if there is no such member.
+// `text` must be valid JSON.
 std::string_view escapedMember(std::string_view text, std::string_view name);
 
 // What the SDK makes of the escaped characters of a JSON string: `\r` and `\n` become line ends, every other escape
 // stays in the text as it is.
 std::string withLineEnds(std::string_view escaped);
 
-// The text without the line ends that stand unescaped inside its strings, where JSON forbids them.
+// Removes raw line ends inside strings, where JSON forbids them.
 std::string withoutRawLineEnds(std::string_view text);
 
-// The text with everything escaped that may not stand in a JSON string.
+// Escapes everything that must not appear in a JSON string.
 std::string escapeJson(std::string_view text);
 
 }  // namespace zelrtc::hostsdk

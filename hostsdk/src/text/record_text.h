@@ -10,7 +10,7 @@
 
 namespace zelrtc::hostsdk {
 
-// Cuts at the field's size and always terminates.
+// Truncates to the field's size; always terminated.
 template <size_t SIZE>
 void setField(CHAR (&field)[SIZE], const std::string& text) {
     const size_t length = std::min(text.size(), SIZE - 1);
@@ -18,7 +18,7 @@ void setField(CHAR (&field)[SIZE], const std::string& text) {
     field[length] = '\0';
 }
 
-// Reads no further than the field, terminated or not.
+// Never reads past the field, terminated or not.
 template <size_t SIZE>
 std::string getField(const CHAR (&field)[SIZE]) {
     return std::string(field, strnlen(field, SIZE));

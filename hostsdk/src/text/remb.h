@@ -8,8 +8,8 @@
 
 namespace zelrtc::hostsdk {
 
-// The limit in bits per second from the control information of an application-layer feedback packet; nothing when it
-// is feedback of another kind.
+// Reads the limit, in bits per second, from the control information of an application-layer feedback packet; nothing
+// if it is some other feedback.
 std::optional<double> readRemb(const uint8_t* data, size_t size);
 
 }  // namespace zelrtc::hostsdk

@@ -15,13 +15,13 @@
 
 namespace zelrtc::test {
 
-/** What a call could leave behind in the camera. */
+/** What a call could leave behind in the camera's process. */
 struct ProcessUsage {
     int threads;
     int descriptors;
 };
 
-/** Serves on a free port of 127.0.0.1 from construction on; logs everything and records the viewers' audio. */
+/** Starts serving on a free port of 127.0.0.1; logs everything and records the viewers' audio. */
 class CameraProcess {
 public:
     explicit CameraProcess(const std::vector<std::string>& extraArguments = {});
@@ -36,7 +36,7 @@ public:
         return *process_;
     }
 
-    /** The file the call's talk-back is recorded to. */
+    /** The file with the call's recorded talk-back. */
     std::string recording(const std::string& callId) const;
     std::string log() const;
     /** Waits until the log holds the text. */
@@ -53,9 +53,9 @@ public:
     bool firstCallLasts(std::chrono::duration<double> time) const;
     int runningEncoders() const;
 
-    /** As the kernel counts; looking costs the camera nothing, so its idle HTTP threads and connections can go. */
+    /** From the kernel, not from a request, so that the camera's idle HTTP threads and connections can go. */
     ProcessUsage usage() const;
-    /** CPU seconds used up to now. */
+    /** CPU seconds used so far. */
     double cpuSeconds() const;
 
 private:

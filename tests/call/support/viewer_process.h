@@ -12,7 +12,7 @@
 
 namespace zelrtc::test {
 
-/** Runs beside the test from construction on. */
+/** Starts in the constructor and runs beside the test. */
 class ViewerProcess {
 public:
     ViewerProcess(const std::string& url, const std::vector<std::string>& arguments);
@@ -31,10 +31,10 @@ public:
         }
     };
 
-    /** Waits for the end. @throws std::runtime_error when it does not come, or brings no report */
+    /** Waits for the end. @throws std::runtime_error if it does not come or brings no report */
     Outcome finish(std::chrono::milliseconds limit = std::chrono::seconds(60));
 
-    /** Asks it to hang up, then finish. */
+    /** Makes it hang up, then calls finish. */
     Outcome hangUp();
 
 private:
@@ -42,7 +42,7 @@ private:
     ChildProcess process_;
 };
 
-/** A viewer from beginning to end. */
+/** Runs a viewer from beginning to end. */
 ViewerProcess::Outcome view(const std::string& url, const std::vector<std::string>& arguments);
 
 }  // namespace zelrtc::test

@@ -17,7 +17,7 @@ double energy(const int16_t* samples, size_t count) {
     return sum;
 }
 
-// Goertzel's filter: the energy of the component at one frequency.
+// Goertzel's algorithm: the energy at one frequency.
 double energyAt(const int16_t* samples, size_t count, double cyclesPerSample) {
     const double coefficient = 2 * std::cos(2 * M_PI * cyclesPerSample);
     double last = 0;
@@ -42,7 +42,7 @@ double WavFile::level() const {
 }
 
 double WavFile::shareAt(double hertz) const {
-    // Short blocks, so that a lost packet shifts the phase of one of them only.
+    // Short blocks, so that a lost packet shifts the phase of only one.
     constexpr size_t kBlock = 400;
     double wanted = 0;
     double all = 0;

@@ -16,11 +16,11 @@ struct WavFile {
     double seconds() const;
     /** Root mean square, full scale is 1. */
     double level() const;
-    /** The share of the sound's energy, from 0 to 1, that lies at this frequency. */
+    /** The share of the sound's energy at this frequency, 0 to 1. */
     double shareAt(double hertz) const;
 };
 
-/** @throws std::runtime_error when the file is not a 16 bit mono WAV file */
+/** @throws std::runtime_error if the file is not a 16 bit mono WAV file */
 WavFile readWav(const std::string& path);
 
 }  // namespace zelrtc::test
