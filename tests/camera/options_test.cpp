@@ -65,6 +65,7 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{"--allow-origin '*'", "is not http://HOST[:PORT]"},
         Mistake{"--allow-origin https://Example.com", "is not http://HOST[:PORT]"},
         Mistake{"--allow-origin ftp://example.com", "is not http://HOST[:PORT]"},
+        Mistake{"--call-list /dev/null/calls --listen 127.0.0.1:0", "list of calls cannot be written"},
         Mistake{"--record-dir /dev/null", "is no directory"}, Mistake{"--max-calls 0", "not in range"},
         Mistake{"--max-calls many", "--max-calls"}, Mistake{"--log-level 9", "not in range"},
         Mistake{"--log-file /dev/null/log --listen 127.0.0.1:0", "log file cannot be opened"}));
@@ -74,7 +75,7 @@ TEST(CameraOptionsTest, HelpNamesEveryOptionAndSucceeds) {
     EXPECT_EQ(outcome.exitStatus, 0);
     for (const char* option : {"--listen", "--all-addresses", "--allow-origin", "--video-file", "--video-pipeline",
                                "--audio-file", "--ice-server", "--relay-only", "--no-trickle", "--assistant-call",
-                               "--record-dir", "--max-calls", "--log-level", "--log-file"}) {
+                               "--record-dir", "--call-list", "--max-calls", "--log-level", "--log-file"}) {
         EXPECT_THAT(outcome.output, HasSubstr(option));
     }
 }
