@@ -23,6 +23,8 @@
 #include "media/media_hub.h"
 #include "options.h"
 #include "process/heap.h"
+#include "process/random_key.h"
+#include "signalling/access_token.h"
 #include "signalling/calls_api.h"
 #include "signalling/whep_api.h"
 
@@ -72,9 +74,10 @@ public:
     Sdk& operator=(const Sdk&) = delete;
 };
 
-std::string urlOf(const Options& options, int port) {
+std::string urlOf(const Options& options, int port, const std::string& token) {
     const bool isIpv6 = options.host.find(':') != std::string::npos;
-    return "http://" + (isIpv6 ? "[" + options.host + "]" : options.host) + ":" + std::to_string(port) + "/";
+    return "http://" + (isIpv6 ? "[" + options.host + "]" : options.host) + ":" + std::to_string(port) + "/" +
+           (token.empty() ? "" : "?token=" + token);
 }
 
 HttpLimits limitsFor(size_t maxCalls) {
@@ -110,14 +113,26 @@ HostNames namesOf(const Options& options) {
     return {true, {own, own + ".local", lowerCase(options.host)}};
 }
 
-void addGuards(HttpServer& server, const Options& options) {
+// On the loopback address only this machine's users reach the port, and their browsers' pages are refused.
+std::string tokenFor(const Options& options) {
+    if (!options.tokenFile.empty()) {
+        return readToken(options.tokenFile);
+    }
+    return options.noToken || isLoopback(options.host) ? "" : randomKey();
+}
+
+void addGuards(HttpServer& server, const Options& options, const std::string& token) {
     server.guard([names = namesOf(options)](const Request& request) { return refuseOtherHosts(request, names); });
     server.guard([&options](const Request& request) { return refuseOtherSites(request, options.allowedOrigins); });
+    if (!token.empty()) {
+        server.guard([token](const Request& request) { return refuseStrangers(request, token); });
+    }
 }
 
 void serve(const Options& options, const sigset_t& stopSignals) {
     installLog(options.logLevel, options.logFile);
     initVideo();
+    const std::string token = tokenFor(options);
     MediaHub hub(options.video, options.audioFile.empty() ? tonePattern() : readMulawFile(options.audioFile));
     const HttpLimits limits = limitsFor(options.calls.maxCalls);
     reserveFor(options.calls.maxCalls, limits);
@@ -125,13 +140,13 @@ void serve(const Options& options, const sigset_t& stopSignals) {
     const int port = server.bind(options.host, options.port);
     const Sdk sdk;
     CallRegistry calls(options.calls, hub);
-    addGuards(server, options);
+    addGuards(server, options, token);
     addCallRoutes(server, calls, hub);
     addWhepRoutes(server, calls, options.allowedOrigins);
     {
         const CallKeeper keeper(calls, returnFreeMemory);
         std::thread serving(&HttpServer::listen, &server);
-        std::printf("listening on %s\n", urlOf(options, port).c_str());
+        std::printf("listening on %s\n", urlOf(options, port, token).c_str());
         std::fflush(stdout);
         waitForStopSignal(stopSignals);
         calls.shutdown();

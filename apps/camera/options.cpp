@@ -141,6 +141,10 @@ void describe(CLI::App& app, Texts& texts, Options& options) {
     app.add_option("--listen", texts.listen, "Where to serve, ADDRESS:PORT; port 0 takes a free one")
         ->capture_default_str();
     app.add_flag("--all-addresses", texts.onAllAddresses, "Serve on every address of this machine");
+    CLI::Option* noToken = app.add_flag("--no-token", options.noToken, "Let everybody in who reaches the port");
+    app.add_option("--token-file", options.tokenFile, "Let in who has the token in this file's first line")
+        ->check(CLI::ExistingFile)
+        ->excludes(noToken);
     many(app.add_option("--allow-origin", options.allowedOrigins,
                         "Let players on pages of this site use WHEP, such as https://example.com"));
     many(app.add_option("--video-file", texts.videoFiles, "N=PATH: stream N shows an H.264 file (Annex B), looped"));

@@ -20,11 +20,11 @@
 
 #include <zelwebrtc_session.h>
 
-#include "call/call_key.h"
 #include "events/call_history.h"
 #include "events/log_sink.h"
 #include "media/media_hub.h"
 #include "media/talk_back.h"
+#include "process/random_key.h"
 
 namespace zelrtc::camera {
 
@@ -117,7 +117,7 @@ private:
     std::chrono::milliseconds timeInState() const;
 
     const ZELRTC_SESSION_ID id_;
-    const std::string key_ = newCallKey();
+    const std::string key_ = randomKey();
     const bool isTrickle_;
     const Clock::time_point arrived_ = Clock::now();
     MediaHub& hub_;

@@ -32,7 +32,7 @@ int entriesIn(const std::string& folder) {
 
 std::string addressIn(const std::string& output) {
     std::smatch match;
-    const std::regex line("listening on (http://127\\.0\\.0\\.1:[0-9]+)/\n");
+    const std::regex line("listening on (http://127\\.0\\.0\\.1:[0-9]+)/(\\?token=[^\n]+)?\n");
     return std::regex_search(output, match, line) ? match[1].str() : "";
 }
 

@@ -1,4 +1,4 @@
-#include "call/call_key.h"
+#include "process/random_key.h"
 
 #include <sys/random.h>
 
@@ -7,7 +7,7 @@
 
 namespace zelrtc::camera {
 
-std::string newCallKey() {
+std::string randomKey() {
     std::array<unsigned char, 16> bytes{};
     if (getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size())) {
         throw std::runtime_error("the system has no random numbers");

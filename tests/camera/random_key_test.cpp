@@ -1,4 +1,4 @@
-#include "call/call_key.h"
+#include "process/random_key.h"
 
 #include <gmock/gmock.h>
 
@@ -12,16 +12,16 @@ namespace {
 using ::testing::MatchesRegex;
 using ::testing::SizeIs;
 
-TEST(CallKey, Is32HexadecimalDigits) {
-    EXPECT_THAT(newCallKey(), MatchesRegex("[0-9a-f]+"));
-    EXPECT_THAT(newCallKey(), SizeIs(32));
+TEST(RandomKey, Is32HexadecimalDigits) {
+    EXPECT_THAT(randomKey(), MatchesRegex("[0-9a-f]+"));
+    EXPECT_THAT(randomKey(), SizeIs(32));
 }
 
-TEST(CallKey, IsAnotherEachTimeInEveryDigit) {
+TEST(RandomKey, IsAnotherEachTimeInEveryDigit) {
     std::set<std::string> keys;
     std::vector<std::set<char>> digits(32);
     for (int i = 0; i < 1000; ++i) {
-        const std::string key = newCallKey();
+        const std::string key = randomKey();
         keys.insert(key);
         for (size_t at = 0; at < digits.size(); ++at) {
             digits[at].insert(key[at]);
