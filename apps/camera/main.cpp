@@ -9,6 +9,8 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -20,6 +22,7 @@
 #include "http/guards.h"
 #include "http/http_server.h"
 #include "http/letter_case.h"
+#include "http/self_signed.h"
 #include "media/media_hub.h"
 #include "options.h"
 #include "process/heap.h"
@@ -74,10 +77,31 @@ public:
     Sdk& operator=(const Sdk&) = delete;
 };
 
+// What the machine is called on its network, so far as it knows.
+std::string machineName() {
+    std::array<char, HOST_NAME_MAX + 1> name{};
+    gethostname(name.data(), name.size() - 1);
+    return lowerCase(name.data());
+}
+
+std::string textOf(const std::string& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+HttpCertificate certificateFor(const Options& options) {
+    if (options.tlsSelfSigned) {
+        return makeSelfSigned(options.host == "0.0.0.0" ? machineName() : options.host);
+    }
+    return options.tlsChainFile.empty() ? HttpCertificate{}
+                                        : HttpCertificate{textOf(options.tlsChainFile), textOf(options.tlsKeyFile)};
+}
+
 std::string urlOf(const Options& options, int port, const std::string& token) {
     const bool isIpv6 = options.host.find(':') != std::string::npos;
-    return "http://" + (isIpv6 ? "[" + options.host + "]" : options.host) + ":" + std::to_string(port) + "/" +
-           (token.empty() ? "" : "?token=" + token);
+    const bool hasTls = options.tlsSelfSigned || !options.tlsChainFile.empty();
+    return (hasTls ? "https://" : "http://") + (isIpv6 ? "[" + options.host + "]" : options.host) + ":" +
+           std::to_string(port) + "/" + (token.empty() ? "" : "?token=" + token);
 }
 
 HttpLimits limitsFor(size_t maxCalls) {
@@ -102,14 +126,11 @@ bool isLoopback(const std::string& host) {
     return host == "localhost" || host == "::1" || host.rfind("127.", 0) == 0;
 }
 
-// What the machine is called on its network, so far as it knows.
 HostNames namesOf(const Options& options) {
     if (isLoopback(options.host)) {
         return {};
     }
-    std::array<char, HOST_NAME_MAX + 1> name{};
-    gethostname(name.data(), name.size() - 1);
-    const std::string own = lowerCase(name.data());
+    const std::string own = machineName();
     return {true, {own, own + ".local", lowerCase(options.host)}};
 }
 
@@ -136,7 +157,7 @@ void serve(const Options& options, const sigset_t& stopSignals) {
     MediaHub hub(options.video, options.audioFile.empty() ? tonePattern() : readMulawFile(options.audioFile));
     const HttpLimits limits = limitsFor(options.calls.maxCalls);
     reserveFor(options.calls.maxCalls, limits);
-    HttpServer server({limits, {}});
+    HttpServer server({limits, certificateFor(options)});
     const int port = server.bind(options.host, options.port);
     const Sdk sdk;
     CallRegistry calls(options.calls, hub);

@@ -141,6 +141,16 @@ void describe(CLI::App& app, Texts& texts, Options& options) {
     app.add_option("--listen", texts.listen, "Where to serve, ADDRESS:PORT; port 0 takes a free one")
         ->capture_default_str();
     app.add_flag("--all-addresses", texts.onAllAddresses, "Serve on every address of this machine");
+    CLI::Option* chain =
+        app.add_option("--tls-cert", options.tlsChainFile, "Serve over TLS with this certificate (PEM)")
+            ->check(CLI::ExistingFile);
+    CLI::Option* key =
+        app.add_option("--tls-key", options.tlsKeyFile, "The certificate's key (PEM)")->check(CLI::ExistingFile);
+    chain->needs(key);
+    key->needs(chain);
+    app.add_flag("--tls-self-signed", options.tlsSelfSigned, "Serve over TLS with a certificate made at the start")
+        ->excludes(chain)
+        ->excludes(key);
     CLI::Option* noToken = app.add_flag("--no-token", options.noToken, "Let everybody in who reaches the port");
     app.add_option("--token-file", options.tokenFile, "Let in who has the token in this file's first line")
         ->check(CLI::ExistingFile)
