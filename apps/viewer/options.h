@@ -23,6 +23,7 @@ enum class AbortPoint { kNever, kAfterOffer, kWhileGathering, kInDtlsHandshake, 
 
 struct Options {
     std::string url;
+    std::string token;                   // empty for none
     Milliseconds duration{5000};         // of the picture, from the connection on
     Milliseconds connectTimeout{15000};  // from the offer on
     Milliseconds jitterBuffer{1000};
