@@ -9,6 +9,8 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -20,9 +22,12 @@
 #include "http/guards.h"
 #include "http/http_server.h"
 #include "http/letter_case.h"
+#include "http/self_signed.h"
 #include "media/media_hub.h"
 #include "options.h"
 #include "process/heap.h"
+#include "process/random_key.h"
+#include "signalling/access_token.h"
 #include "signalling/calls_api.h"
 #include "signalling/whep_api.h"
 
@@ -72,9 +77,31 @@ public:
     Sdk& operator=(const Sdk&) = delete;
 };
 
-std::string urlOf(const Options& options, int port) {
+// What the machine is called on its network, so far as it knows.
+std::string machineName() {
+    std::array<char, HOST_NAME_MAX + 1> name{};
+    gethostname(name.data(), name.size() - 1);
+    return lowerCase(name.data());
+}
+
+std::string textOf(const std::string& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+HttpCertificate certificateFor(const Options& options) {
+    if (options.tlsSelfSigned) {
+        return makeSelfSigned(options.host == "0.0.0.0" ? machineName() : options.host);
+    }
+    return options.tlsChainFile.empty() ? HttpCertificate{}
+                                        : HttpCertificate{textOf(options.tlsChainFile), textOf(options.tlsKeyFile)};
+}
+
+std::string urlOf(const Options& options, int port, const std::string& token) {
     const bool isIpv6 = options.host.find(':') != std::string::npos;
-    return "http://" + (isIpv6 ? "[" + options.host + "]" : options.host) + ":" + std::to_string(port) + "/";
+    const bool hasTls = options.tlsSelfSigned || !options.tlsChainFile.empty();
+    return (hasTls ? "https://" : "http://") + (isIpv6 ? "[" + options.host + "]" : options.host) + ":" +
+           std::to_string(port) + "/" + (token.empty() ? "" : "?token=" + token);
 }
 
 HttpLimits limitsFor(size_t maxCalls) {
@@ -99,39 +126,48 @@ bool isLoopback(const std::string& host) {
     return host == "localhost" || host == "::1" || host.rfind("127.", 0) == 0;
 }
 
-// What the machine is called on its network, so far as it knows.
 HostNames namesOf(const Options& options) {
     if (isLoopback(options.host)) {
         return {};
     }
-    std::array<char, HOST_NAME_MAX + 1> name{};
-    gethostname(name.data(), name.size() - 1);
-    const std::string own = lowerCase(name.data());
+    const std::string own = machineName();
     return {true, {own, own + ".local", lowerCase(options.host)}};
 }
 
-void addGuards(HttpServer& server, const Options& options) {
+// On the loopback address only this machine's users reach the port, and their browsers' pages are refused.
+std::string tokenFor(const Options& options) {
+    if (!options.tokenFile.empty()) {
+        return readToken(options.tokenFile);
+    }
+    return options.noToken || isLoopback(options.host) ? "" : randomKey();
+}
+
+void addGuards(HttpServer& server, const Options& options, const std::string& token) {
     server.guard([names = namesOf(options)](const Request& request) { return refuseOtherHosts(request, names); });
     server.guard([&options](const Request& request) { return refuseOtherSites(request, options.allowedOrigins); });
+    if (!token.empty()) {
+        server.guard([token](const Request& request) { return refuseStrangers(request, token); });
+    }
 }
 
 void serve(const Options& options, const sigset_t& stopSignals) {
     installLog(options.logLevel, options.logFile);
     initVideo();
+    const std::string token = tokenFor(options);
     MediaHub hub(options.video, options.audioFile.empty() ? tonePattern() : readMulawFile(options.audioFile));
     const HttpLimits limits = limitsFor(options.calls.maxCalls);
     reserveFor(options.calls.maxCalls, limits);
-    HttpServer server({limits, {}});
+    HttpServer server({limits, certificateFor(options)});
     const int port = server.bind(options.host, options.port);
     const Sdk sdk;
     CallRegistry calls(options.calls, hub);
-    addGuards(server, options);
+    addGuards(server, options, token);
     addCallRoutes(server, calls, hub);
     addWhepRoutes(server, calls, options.allowedOrigins);
     {
         const CallKeeper keeper(calls, returnFreeMemory);
         std::thread serving(&HttpServer::listen, &server);
-        std::printf("listening on %s\n", urlOf(options, port).c_str());
+        std::printf("listening on %s\n", urlOf(options, port, token).c_str());
         std::fflush(stdout);
         waitForStopSignal(stopSignals);
         calls.shutdown();

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
+#include <fstream>
 #include <utility>
 #include <vector>
 
@@ -24,6 +25,7 @@ struct Texts {
     std::vector<std::string> videoFiles;
     std::vector<std::string> videoPipelines;
     std::vector<std::string> iceServers;
+    std::string iceServerFile;
     bool noTrickle = false;
 };
 
@@ -105,11 +107,21 @@ void checkIceServer(const ZelRtcIceServer& server) {
     checkServerText("credential", server.credential, kLongestServerCredential);
 }
 
+void addIceServer(const std::string& text, Options& options) {
+    const ZelRtcIceServer server = iceServerOf(text);
+    checkIceServer(server);
+    options.calls.session.iceServers.push_back(server);
+}
+
 void readIceServers(const Texts& texts, Options& options) {
     for (const std::string& text : texts.iceServers) {
-        const ZelRtcIceServer server = iceServerOf(text);
-        checkIceServer(server);
-        options.calls.session.iceServers.push_back(server);
+        addIceServer(text, options);
+    }
+    std::ifstream file(texts.iceServerFile);
+    for (std::string line; std::getline(file, line);) {
+        if (!line.empty()) {
+            addIceServer(line, options);
+        }
     }
 }
 
@@ -136,23 +148,51 @@ void makeRecordDir(const Options& options) {
     }
 }
 
-void describe(CLI::App& app, Texts& texts, Options& options) {
-    const auto many = [](CLI::Option* option) { option->allow_extra_args(false); };
+// An option that may be repeated, but takes one value each time.
+void takeMany(CLI::Option* option) {
+    option->allow_extra_args(false);
+}
+
+void describeTheDoor(CLI::App& app, Texts& texts, Options& options) {
     app.add_option("--listen", texts.listen, "Where to serve, ADDRESS:PORT; port 0 takes a free one")
         ->capture_default_str();
     app.add_flag("--all-addresses", texts.onAllAddresses, "Serve on every address of this machine");
-    many(app.add_option("--allow-origin", options.allowedOrigins,
-                        "Let players on pages of this site use WHEP, such as https://example.com"));
-    many(app.add_option("--video-file", texts.videoFiles, "N=PATH: stream N shows an H.264 file (Annex B), looped"));
-    many(app.add_option("--video-pipeline", texts.videoPipelines,
-                        "N=TEXT: stream N shows a GStreamer pipeline that ends in H.264"));
+    CLI::Option* chain =
+        app.add_option("--tls-cert", options.tlsChainFile, "Serve over TLS with this certificate (PEM)")
+            ->check(CLI::ExistingFile);
+    CLI::Option* key =
+        app.add_option("--tls-key", options.tlsKeyFile, "The certificate's key (PEM)")->check(CLI::ExistingFile);
+    chain->needs(key);
+    key->needs(chain);
+    app.add_flag("--tls-self-signed", options.tlsSelfSigned, "Serve over TLS with a certificate made at the start")
+        ->excludes(chain)
+        ->excludes(key);
+    CLI::Option* noToken = app.add_flag("--no-token", options.noToken, "Let everybody in who reaches the port");
+    app.add_option("--token-file", options.tokenFile, "Let in who has the token in this file's first line")
+        ->check(CLI::ExistingFile)
+        ->excludes(noToken);
+    takeMany(app.add_option("--allow-origin", options.allowedOrigins,
+                            "Let players on pages of this site use WHEP, such as https://example.com"));
+}
+
+void describe(CLI::App& app, Texts& texts, Options& options) {
+    describeTheDoor(app, texts, options);
+    takeMany(
+        app.add_option("--video-file", texts.videoFiles, "N=PATH: stream N shows an H.264 file (Annex B), looped"));
+    takeMany(app.add_option("--video-pipeline", texts.videoPipelines,
+                            "N=TEXT: stream N shows a GStreamer pipeline that ends in H.264"));
     app.add_option("--audio-file", options.audioFile, "Raw mu-law at 8 kHz, looped, instead of the tone")
         ->check(CLI::ExistingFile);
-    many(app.add_option("--ice-server", texts.iceServers, "URL[,USER,CREDENTIAL] of a STUN or TURN server"));
+    takeMany(app.add_option("--ice-server", texts.iceServers, "URL[,USER,CREDENTIAL] of a STUN or TURN server"));
+    app.add_option("--ice-server-file", texts.iceServerFile,
+                   "More of them, one a line, so that no credential is on the command line")
+        ->check(CLI::ExistingFile);
     app.add_flag("--relay-only", options.calls.session.relayOnly, "Use relayed (TURN) candidates only");
     app.add_flag("--no-trickle", texts.noTrickle, "Answer with all candidates at once unless a viewer asks otherwise");
     app.add_flag("--assistant-call", options.calls.session.isAlexaCall, "Treat every call as one of a voice assistant");
     app.add_option("--record-dir", options.calls.recordDir, "Record viewers' audio there, as call-ID.wav");
+    app.add_option("--call-list", options.calls.listFile,
+                   "Write the addresses of all calls there, for this machine's owner to steer them");
     app.add_option("--max-calls", options.calls.maxCalls, "How many calls at the same time")
         ->check(CLI::Range(1, kMostCalls))
         ->capture_default_str();

@@ -18,6 +18,11 @@ struct Options {
     std::array<VideoInput, kVideoStreams> video;
     std::string audioFile; /**< empty: the tone pattern */
     CallSettings calls;
+    std::string tokenFile;    /**< empty for a token that is made at the start */
+    std::string tlsChainFile; /**< PEM; empty with an empty key for plain HTTP */
+    std::string tlsKeyFile;
+    bool tlsSelfSigned = false;              /**< with a certificate that is made at the start */
+    bool noToken = false;                    /**< let everybody in who reaches the port */
     std::vector<std::string> allowedOrigins; /**< sites whose pages may use WHEP, as in "https://example.com" */
     int logLevel = 3;
     std::string logFile; /**< empty: standard error */

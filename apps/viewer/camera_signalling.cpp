@@ -45,8 +45,12 @@ Signalling::Answer readAnswer(const std::string& text) {
 
 }  // namespace
 
-CameraSignalling::CameraSignalling(const std::string& baseUrl) : requests_(baseUrl), events_(baseUrl) {
+CameraSignalling::CameraSignalling(const std::string& baseUrl, const std::string& token)
+    : requests_(baseUrl), events_(baseUrl) {
     requests_.set_tcp_nodelay(true);
+    if (!token.empty()) {
+        requests_.set_bearer_token_auth(token);
+    }
     requests_.set_read_timeout(kResponseLimit);
     events_.set_read_timeout(kQuietLimit);
 }

@@ -15,7 +15,7 @@ namespace zelrtc::viewer {
 
 class CameraSignalling : public Signalling {
 public:
-    explicit CameraSignalling(const std::string& baseUrl);
+    CameraSignalling(const std::string& baseUrl, const std::string& token);
     ~CameraSignalling() override;
     CameraSignalling(const CameraSignalling&) = delete;
     CameraSignalling& operator=(const CameraSignalling&) = delete;

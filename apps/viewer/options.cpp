@@ -62,7 +62,7 @@ void parseAbort(const std::string& text, Options& options) {
 }
 
 void declare(CLI::App& app, Options& options, RawOptions& raw) {
-    app.add_option("url", options.url, "The camera's address, e.g. http://127.0.0.1:8080")->required();
+    app.add_option("url", options.url, "The camera's address as it prints it, e.g. http://127.0.0.1:8080")->required();
     app.add_option("--seconds", raw.seconds, "How long to look, from the connection on")
         ->check(CLI::Range(0.0, 1e6))
         ->capture_default_str();
@@ -98,9 +98,11 @@ void declare(CLI::App& app, Options& options, RawOptions& raw) {
 
 void check(Options& options, const RawOptions& raw) {
     std::smatch base;
-    if (!std::regex_match(options.url, base, std::regex("(http://[^/]+)/?"))) {
-        throw std::invalid_argument("the address must look like http://HOST:PORT, this one is " + options.url);
+    if (!std::regex_match(options.url, base, std::regex("(http://[^/]+)/?(\\?token=([^&]+))?"))) {
+        throw std::invalid_argument("the address must look like http://HOST:PORT[/?token=TOKEN], this one is " +
+                                    options.url);
     }
+    options.token = base[3];
     options.url = base[1];
     options.duration = toMilliseconds(raw.seconds);
     options.connectTimeout = toMilliseconds(raw.connectSeconds);

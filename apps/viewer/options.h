@@ -23,6 +23,7 @@ enum class AbortPoint { kNever, kAfterOffer, kWhileGathering, kInDtlsHandshake, 
 
 struct Options {
     std::string url;
+    std::string token;                   // empty for none
     Milliseconds duration{5000};         // counted from the connection
     Milliseconds connectTimeout{15000};  // counted from the offer
     Milliseconds jitterBuffer{1000};

@@ -20,8 +20,11 @@ std::string lineStartingWith(const std::string& sdp, const std::string& start) {
 
 }  // namespace
 
-WhepSignalling::WhepSignalling(const std::string& baseUrl) : requests_(baseUrl) {
+WhepSignalling::WhepSignalling(const std::string& baseUrl, const std::string& token) : requests_(baseUrl) {
     requests_.set_tcp_nodelay(true);
+    if (!token.empty()) {
+        requests_.set_bearer_token_auth(token);
+    }
     requests_.set_read_timeout(kAnswerLimit);
 }
 

@@ -13,7 +13,7 @@ namespace zelrtc::viewer {
 /** The answer always holds all of the camera's candidates; ours may follow by PATCH. */
 class WhepSignalling : public Signalling {
 public:
-    explicit WhepSignalling(const std::string& baseUrl);
+    WhepSignalling(const std::string& baseUrl, const std::string& token);
 
     Answer place(const std::string& offerSdp, bool complete) override;
     void listen(SignallingListener& listener) override;

@@ -53,7 +53,7 @@ for (const style of ANSWER_STYLES) {
     withCameraAndBrowser(async (camera, context) => {
       const viewer = await ViewerPage.open(context, camera, style.query);
       await viewer.call();
-      assert.equal(await camera.hangUp(await viewer.callId()), 204);
+      assert.equal(await camera.hangUp(await viewer.callPath()), 204);
       await viewer.waitForState('ended', NOTICE_LIMIT_MS);
       await camera.idle(NOTICE_LIMIT_MS);
       assert.notEqual(await viewer.page.textContent('#cover-text'), '');

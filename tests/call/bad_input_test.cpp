@@ -61,7 +61,7 @@ protected:
     }
 
     std::string watchersCall() const {
-        return "/calls/" + camera_.get("/calls").at(0).at("id").dump();
+        return camera_.callPath(1);
     }
 
     CameraProcess camera_;
@@ -118,18 +118,28 @@ TEST_F(UnderBadInput, RefusesAStreamThatDoesNotExist) {
     EXPECT_EQ(camera_.get("/calls").at(0).at("video"), 1);
 }
 
-TEST_F(UnderBadInput, KnowsNoCallOfThatId) {
-    for (const char* path : {"/calls/4711", "/calls/99999999999999999999", "/calls/0"}) {
+TEST_F(UnderBadInput, KnowsNoCallAtAGuessedAddress) {
+    for (const char* path : {"/calls/1", "/calls/00000000000000000000000000000000", "/calls/99999999999999999999"}) {
         expectProblem(camera_.remove(path), 404);
         expectProblem(camera_.post(std::string(path) + "/candidates", R"({"candidate":""})"), 404);
         expectProblem(camera_.post(std::string(path) + "/streams", R"({"video":1})"), 404);
     }
 }
 
+TEST_F(UnderBadInput, TellsNobodyTheAddressOfACall) {
+    const std::string key = watchersCall().substr(std::string("/calls/").size());
+    EXPECT_EQ(key.size(), 32U);
+    for (const json& call : camera_.get("/calls")) {
+        EXPECT_FALSE(call.contains("id"));
+        EXPECT_EQ(call.dump().find(key), std::string::npos);
+    }
+    EXPECT_EQ(camera_.log().find(key), std::string::npos);
+}
+
 TEST_F(UnderBadInput, EndsACallOnlyOnce) {
     ViewerProcess other(camera_.url(), {"--keep", "--no-decode"});
     ASSERT_TRUE(camera_.hasConnectedCalls(2));
-    const std::string path = "/calls/" + camera_.get("/calls").at(1).at("id").dump();
+    const std::string path = camera_.callPath(2);
     const auto removed = camera_.remove(path);
     ASSERT_TRUE(removed);
     EXPECT_EQ(removed->status, 204);

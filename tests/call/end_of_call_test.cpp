@@ -101,9 +101,8 @@ TEST(HungUpCall, TellsTheViewerWhyWhenSomeoneElseEndsIt) {
     ViewerProcess viewer(camera.url(), {"--keep"});
     ASSERT_TRUE(camera.hasConnectedCalls(1));
     ASSERT_TRUE(camera.firstCallLasts(2s));
-    const int id = camera.get("/calls").at(0).at("id");
 
-    const auto removed = camera.remove("/calls/" + std::to_string(id));
+    const auto removed = camera.remove(camera.callPath(1));
     ASSERT_TRUE(removed);
     EXPECT_EQ(removed->status, 204);
     EXPECT_TRUE(camera.hasNoCalls(sdkLimit("release")));

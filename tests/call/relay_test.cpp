@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <ostream>
 #include <regex>
 
 #include "camera_process.h"
 #include "own_address.h"
+#include "scratch_folder.h"
 #include "sdk_limits.h"
 #include "silent_server.h"
 #include "turn_server.h"
@@ -63,7 +65,9 @@ TEST_P(RelayOnly, CameraBringsPictureAndSound) {
 
 TEST_P(RelayOnly, BothEndsBringPictureAndSound) {
     const std::string server = turn_.description(GetParam().transport);
-    CameraProcess camera({"--ice-server", server, "--relay-only"});
+    const ScratchFolder folder;
+    std::ofstream(folder.file("servers")) << server << "\n";
+    CameraProcess camera({"--ice-server-file", folder.file("servers"), "--relay-only"});
     const auto outcome =
         view(camera.url(), viewerArguments({"--seconds", "2", "--relay-only", "--ice-server", server}));
     ASSERT_EQ(outcome.status, 0) << outcome.report.dump(2);

@@ -153,6 +153,15 @@ TEST(ReadOptions, TakesWhatACallNeeds) {
     EXPECT_FALSE(options.trickle);
 }
 
+TEST(ReadOptions, TakesTheAddressAsTheCameraPrintsIt) {
+    for (const char* address : {"http://127.0.0.1:8080", "http://127.0.0.1:8080/"}) {
+        EXPECT_EQ(parse({address}).url, "http://127.0.0.1:8080");
+        EXPECT_EQ(parse({address}).token, "");
+    }
+    EXPECT_EQ(parse({"http://127.0.0.1:8080/?token=0f2c"}).url, "http://127.0.0.1:8080");
+    EXPECT_EQ(parse({"http://127.0.0.1:8080/?token=0f2c"}).token, "0f2c");
+}
+
 TEST(ReadOptions, RefusesBadUsageWithStatusTwo) {
     EXPECT_EQ(refusalOf({}), 2);
     EXPECT_EQ(refusalOf({"ftp://127.0.0.1"}), 2);

@@ -105,24 +105,24 @@ protected:
         RecordingSdk::instance().during(SdkFunction::freePeerConnection, [&gate] { gate.pass(); });
     }
 
-    int place() {
-        return calls_.place(kOffer, true)->id();
+    std::string place() {
+        return calls_.place(kOffer, true)->key();
     }
 
-    std::vector<Event> eventsOf(int id) {
-        return calls_.eventsOf(id)->after(0).events;
+    std::vector<Event> eventsOf(const std::string& key) {
+        return calls_.eventsOf(key)->after(0).events;
     }
 
     Gate release_;
     MediaHub hub_{streamsWithoutFrames(), tonePattern()};
-    CallRegistry calls_{{{}, "", kMaxCalls}, hub_};
+    CallRegistry calls_{{{}, "", kMaxCalls, ""}, hub_};
 };
 
 TEST_F(CallEndTest, CallsAreReleasedBesideEachOther) {
     releaseSlowly(release_);
-    const std::vector<int> ids{place(), place(), place()};
-    for (const int id : ids) {
-        calls_.end(id, "the viewer hung up");
+    const std::vector<std::string> keys{place(), place(), place()};
+    for (const std::string& key : keys) {
+        calls_.end(key, "the viewer hung up");
     }
     EXPECT_TRUE(release_.hasHeld(3, 5s));
     EXPECT_EQ(calls_.held(), 3U);
@@ -132,18 +132,18 @@ TEST_F(CallEndTest, CallsAreReleasedBesideEachOther) {
 
 TEST_F(CallEndTest, TheViewerIsToldBeforeTheRelease) {
     releaseSlowly(release_);
-    const int id = place();
-    calls_.end(id, "the viewer hung up");
+    const std::string key = place();
+    calls_.end(key, "the viewer hung up");
     ASSERT_TRUE(release_.hasHeld(1));
-    EXPECT_THAT(eventsOf(id), Contains(Field(&Event::name, "ended")));
+    EXPECT_THAT(eventsOf(key), Contains(Field(&Event::name, "ended")));
 }
 
 TEST_F(CallEndTest, OtherCallsGoOnDuringARelease) {
     releaseSlowly(release_);
     const CallKeeper keeper(
         calls_, [] {}, 5ms);
-    const int ending = place();
-    const int staying = place();
+    const std::string ending = place();
+    const std::string staying = place();
     auto& viewer = RecordingSdk::instance().connection();
     viewer.fireState(RTC_PEER_CONNECTION_STATE_CONNECTED);
     calls_.end(ending, "the viewer hung up");
@@ -216,9 +216,9 @@ TEST_F(CallEndTest, MemoryIsTidiedUpAfterTheLastReleaseAndNotBefore) {
 }
 
 TEST_F(CallEndTest, NothingOfACallStaysOnceItIsReleased) {
-    const int id = place();
-    const std::weak_ptr<Call> call = calls_.find(id);
-    calls_.end(id, "the viewer hung up");
+    const std::string key = place();
+    const std::weak_ptr<Call> call = calls_.find(key);
+    calls_.end(key, "the viewer hung up");
     EXPECT_TRUE(eventually([&] { return call.expired(); }));
 }
 
@@ -236,7 +236,7 @@ TEST_F(CallEndTest, WhoKeepsHangingUpAndCallingIsToldToWait) {
     }
     release_.open();
     EXPECT_TRUE(eventually([this] { return calls_.held() == 0; }));
-    EXPECT_GT(place(), 0);
+    EXPECT_FALSE(place().empty());
 }
 
 TEST_F(CallEndTest, ACallWithoutAnAnswerInTimeIsEndedAndSaysHowLongItHasWaited) {
@@ -255,7 +255,7 @@ TEST_F(CallEndTest, WhoWaitsForTheAnswerOfACallThatEndsIsToldBeforeTheRelease) {
     releaseSlowly(release_);
     const auto call = calls_.place(kOffer, false);
     const auto start = std::chrono::steady_clock::now();
-    std::thread other([&] { calls_.end(call->id(), "the viewer hung up"); });
+    std::thread other([&] { calls_.end(call->key(), "the viewer hung up"); });
     EXPECT_THROW(calls_.answerOf(*call), CallError);
     EXPECT_LT(std::chrono::steady_clock::now() - start, kLimit / 2);
     other.join();

@@ -65,6 +65,16 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{"--allow-origin '*'", "is not http://HOST[:PORT]"},
         Mistake{"--allow-origin https://Example.com", "is not http://HOST[:PORT]"},
         Mistake{"--allow-origin ftp://example.com", "is not http://HOST[:PORT]"},
+        Mistake{"--ice-server-file /no/such/file", "does not exist"},
+        Mistake{"--ice-server-file /etc/passwd", "does not begin with stun:, turn: or turns:"},
+        Mistake{"--call-list /dev/null/calls --listen 127.0.0.1:0", "list of calls cannot be written"},
+        Mistake{"--tls-cert /etc/passwd", "--tls-key"}, Mistake{"--tls-key /etc/passwd", "--tls-cert"},
+        Mistake{"--tls-cert /etc/passwd --tls-key /etc/passwd --tls-self-signed", "--tls-self-signed"},
+        Mistake{"--tls-cert /etc/passwd --tls-key /etc/passwd --listen 127.0.0.1:0",
+                "is that a certificate, and its key"},
+        Mistake{"--token-file /no/such/file", "does not exist"},
+        Mistake{"--token-file /etc/hostname --no-token", "--no-token"},
+        Mistake{"--token-file /etc/passwd --listen 127.0.0.1:0", "is not 16 or more of"},
         Mistake{"--record-dir /dev/null", "is no directory"}, Mistake{"--max-calls 0", "not in range"},
         Mistake{"--max-calls many", "--max-calls"}, Mistake{"--log-level 9", "not in range"},
         Mistake{"--log-file /dev/null/log --listen 127.0.0.1:0", "log file cannot be opened"}));
@@ -72,9 +82,12 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(CameraOptionsTest, HelpNamesEveryOptionAndSucceeds) {
     const Outcome outcome = runCamera("--help");
     EXPECT_EQ(outcome.exitStatus, 0);
-    for (const char* option : {"--listen", "--all-addresses", "--allow-origin", "--video-file", "--video-pipeline",
-                               "--audio-file", "--ice-server", "--relay-only", "--no-trickle", "--assistant-call",
-                               "--record-dir", "--max-calls", "--log-level", "--log-file"}) {
+    for (const char* option :
+         {"--listen",         "--all-addresses", "--tls-cert",        "--tls-key",    "--tls-self-signed",
+          "--no-token",       "--token-file",    "--allow-origin",    "--video-file", "--video-pipeline",
+          "--audio-file",     "--ice-server",    "--ice-server-file", "--relay-only", "--no-trickle",
+          "--assistant-call", "--record-dir",    "--call-list",       "--max-calls",  "--log-level",
+          "--log-file"}) {
         EXPECT_THAT(outcome.output, HasSubstr(option));
     }
 }

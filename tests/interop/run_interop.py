@@ -36,6 +36,8 @@ ENOUGH_SOUND_SECONDS = 1.0
 CAMERA_HERTZ = 440
 VIEWER_HERTZ = 700
 CLEAR_TONE = 0.9
+# What a camera records of the only call that it has.
+VOICE_FILE = "call-1.wav"
 
 # `more` goes to the peer; a `may_refuse` of the camera's is right if its reason holds this text.
 Run = collections.namedtuple("Run", "stack name interface trickle watch end more may_refuse", defaults=((), None))
@@ -139,7 +141,7 @@ class Call:
         return "connected" in self._peer.states
 
     def _voice(self):
-        return read_wav(self._path(f"call-{self._signalling.call}.wav"))
+        return read_wav(self._path(VOICE_FILE))
 
     def _has_enough(self):
         self._peer.check()
@@ -225,7 +227,7 @@ class ViewerCall:
         if self._run.watch:
             outcome.shows("watching", not call["ended"], f"the camera ended the call: {call['ended']}")
         else:
-            judge_voice(outcome, read_wav(os.path.join(self._folder, f"call-{call['id']}.wav")))
+            judge_voice(outcome, read_wav(os.path.join(self._folder, VOICE_FILE)))
         self._judge_end()
 
     def _judge_end(self):

@@ -152,7 +152,7 @@ void Call::stopFeeding() {
 }
 
 CallSummary Call::summary() const {
-    return {id_, stateName(state_), {video_, audio_}, isTrickle_, static_cast<double>(age().count()) / 1000.0};
+    return {stateName(state_), {video_, audio_}, isTrickle_, static_cast<double>(age().count()) / 1000.0};
 }
 
 void Call::onVideo(const AccessUnit& unit) {
@@ -214,7 +214,7 @@ void Call::onAudioFrame(ZELRTC_SESSION_ID, void* data, unsigned int size) {
 
 void Call::requireSession() const {
     if (!session_) {
-        throw CallError(CallError::Kind::kNoSuchCall, "call " + std::to_string(id_) + " has ended");
+        throw CallError(CallError::Kind::kNoSuchCall, "the call has ended");
     }
 }
 

@@ -24,6 +24,7 @@
 #include "events/log_sink.h"
 #include "media/media_hub.h"
 #include "media/talk_back.h"
+#include "process/random_key.h"
 
 namespace zelrtc::camera {
 
@@ -33,9 +34,8 @@ struct Selection {
     bool audio;
 };
 
-/** What GET /calls says about a call. */
+/** What anybody may know of a call. */
 struct CallSummary {
-    int id;
     std::string state;
     Selection selection;
     bool trickle;
@@ -45,7 +45,10 @@ struct CallSummary {
 /** One call, from its offer to its end. Always owned by a shared_ptr. */
 class Call : public ZelWebrtcSessionCallback, public FrameSink, public std::enable_shared_from_this<Call> {
 public:
-    /** @param recordPath where to record the viewer's voice; empty: do not record */
+    /**
+     * @param id         of the session; in logs and names of recordings, no secret
+     * @param recordPath where to record the viewer's voice; empty: do not record
+     */
     Call(ZELRTC_SESSION_ID id, const ZelRtcSessionConfig& config, const std::string& recordPath, MediaHub& hub);
     ~Call() override = default;
     Call(const Call&) = delete;
@@ -83,6 +86,10 @@ public:
     int id() const {
         return id_;
     }
+    /** What a viewer names the call with, to hear, steer and end it; a secret between him and the camera. */
+    const std::string& key() const {
+        return key_;
+    }
     bool isTrickle() const {
         return isTrickle_;
     }
@@ -110,6 +117,7 @@ private:
     std::chrono::milliseconds timeInState() const;
 
     const ZELRTC_SESSION_ID id_;
+    const std::string key_ = randomKey();
     const bool isTrickle_;
     const Clock::time_point arrived_ = Clock::now();
     MediaHub& hub_;

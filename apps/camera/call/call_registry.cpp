@@ -1,5 +1,6 @@
 #include "call/call_registry.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "call/call_error.h"
@@ -10,8 +11,8 @@ namespace {
 
 constexpr size_t kKeptEndedCalls = 8;
 
-CallError noSuchCall(int id) {
-    return {CallError::Kind::kNoSuchCall, "there is no call " + std::to_string(id)};
+CallError noSuchCall() {
+    return {CallError::Kind::kNoSuchCall, "there is no call at this address"};
 }
 
 CallError unavailable(const std::string& reason) {
@@ -20,7 +21,8 @@ CallError unavailable(const std::string& reason) {
 
 }  // namespace
 
-CallRegistry::CallRegistry(CallSettings settings, MediaHub& hub) : settings_(std::move(settings)), hub_(hub) {
+CallRegistry::CallRegistry(CallSettings settings, MediaHub& hub)
+    : settings_(std::move(settings)), hub_(hub), list_(settings_.listFile) {
 }
 
 std::shared_ptr<Call> CallRegistry::place(const std::string& offer, std::optional<bool> trickle) {
@@ -64,6 +66,7 @@ std::shared_ptr<Call> CallRegistry::admit(std::optional<bool> trickle) {
     const int id = ++newestId_;
     auto call = std::make_shared<Call>(id, config, recordPath(id), hub_);
     calls_[id] = call;
+    list_.add(id, call->key());
     return call;
 }
 
@@ -71,26 +74,32 @@ std::string CallRegistry::recordPath(int id) const {
     return settings_.recordDir.empty() ? "" : settings_.recordDir + "/call-" + std::to_string(id) + ".wav";
 }
 
-std::shared_ptr<Call> CallRegistry::find(int id) {
+std::shared_ptr<Call> CallRegistry::findOrNull(const std::string& key) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    const auto found = calls_.find(id);
-    if (found == calls_.end()) {
-        throw noSuchCall(id);
-    }
-    return found->second;
+    const auto found =
+        std::find_if(calls_.begin(), calls_.end(), [&key](const auto& entry) { return entry.second->key() == key; });
+    return found == calls_.end() ? nullptr : found->second;
 }
 
-std::shared_ptr<CallHistory> CallRegistry::eventsOf(int id) {
+std::shared_ptr<Call> CallRegistry::find(const std::string& key) {
+    std::shared_ptr<Call> call = findOrNull(key);
+    if (!call) {
+        throw noSuchCall();
+    }
+    return call;
+}
+
+std::shared_ptr<CallHistory> CallRegistry::eventsOf(const std::string& key) {
+    if (const auto call = findOrNull(key)) {
+        return call->events();
+    }
     const std::lock_guard<std::mutex> lock(mutex_);
-    const auto ended = ended_.find(id);
-    if (ended != ended_.end()) {
-        return ended->second;
+    const auto ended =
+        std::find_if(ended_.begin(), ended_.end(), [&key](const EndedCall& call) { return call.key == key; });
+    if (ended == ended_.end()) {
+        throw noSuchCall();
     }
-    const auto found = calls_.find(id);
-    if (found == calls_.end()) {
-        throw noSuchCall(id);
-    }
-    return found->second->events();
+    return ended->events;
 }
 
 std::shared_ptr<Call> CallRegistry::remove(int id) {
@@ -102,16 +111,17 @@ std::shared_ptr<Call> CallRegistry::remove(int id) {
     std::shared_ptr<Call> call = found->second;
     calls_.erase(found);
     ++ending_;
-    ended_[id] = call->events();
+    ended_.push_back({call->key(), call->events()});
     if (ended_.size() > kKeptEndedCalls) {
-        ended_.erase(ended_.begin());
+        ended_.pop_front();
     }
     return call;
 }
 
-void CallRegistry::end(int id, const std::string& reason) {
-    if (!endIfUp(id, reason)) {
-        throw noSuchCall(id);
+void CallRegistry::end(const std::string& key, const std::string& reason) {
+    const auto call = findOrNull(key);
+    if (!call || !endIfUp(call->id(), reason)) {
+        throw noSuchCall();
     }
 }
 

@@ -3,6 +3,7 @@
 #define APPS_CAMERA_CALL_CALL_REGISTRY_H
 
 #include <chrono>
+#include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "call/call.h"
+#include "call/call_list.h"
 #include "call/call_releaser.h"
 
 namespace zelrtc::camera {
@@ -23,11 +25,13 @@ struct CallSettings {
     ZelRtcSessionConfig session; /**< ICE servers, relay only, and trickle unless the viewer asks otherwise */
     std::string recordDir;       /**< where talk-back is recorded; empty: nowhere */
     size_t maxCalls = 16;
+    std::string listFile; /**< where the calls' keys are written to; empty for nowhere */
 };
 
 /** Admits, finds and ends calls. Any thread except the SDK's. */
 class CallRegistry {
 public:
+    /** @throw std::runtime_error with a sentence for the user when the list of calls cannot be written */
     CallRegistry(CallSettings settings, MediaHub& hub);
 
     /**
@@ -44,17 +48,17 @@ public:
      */
     std::string answerOf(Call& call, std::chrono::milliseconds limit = kAnswerLimit);
 
-    /** @throw CallError when there is none of this id */
-    std::shared_ptr<Call> find(int id);
+    /** @throw CallError when there is none of this key */
+    std::shared_ptr<Call> find(const std::string& key);
 
     /**
      * What has happened in a call. The last few that ended are kept, because a call may be over before its viewer gets
-     * to ask. @throw CallError when there is none of this id
+     * to ask. @throw CallError when there is none of this key
      */
-    std::shared_ptr<CallHistory> eventsOf(int id);
+    std::shared_ptr<CallHistory> eventsOf(const std::string& key);
 
-    /** As endIfUp. @throw CallError when there is none of this id */
-    void end(int id, const std::string& reason);
+    /** As endIfUp. @throw CallError when there is none of this key */
+    void end(const std::string& key, const std::string& reason);
 
     /**
      * Takes a call down. Its end goes on after this has returned, beside those of other calls; until it is over, held
@@ -73,16 +77,23 @@ public:
     void shutdown();
 
 private:
+    struct EndedCall {
+        std::string key;
+        std::shared_ptr<CallHistory> events;
+    };
+
+    std::shared_ptr<Call> findOrNull(const std::string& key);
     std::shared_ptr<Call> admit(std::optional<bool> trickle);
     std::shared_ptr<Call> remove(int id);
     std::string recordPath(int id) const;
 
     const CallSettings settings_;
     MediaHub& hub_;
+    CallList list_;
     std::mutex mutex_;
     std::map<int, std::shared_ptr<Call>> calls_;
     size_t ending_ = 0;
-    std::map<int, std::shared_ptr<CallHistory>> ended_;
+    std::deque<EndedCall> ended_;
     int newestId_ = 0;
     bool isShutDown_ = false;
     CallReleaser releaser_;  // last: its destructor waits for releases, which use what stands above

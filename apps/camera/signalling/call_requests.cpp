@@ -1,6 +1,5 @@
 #include "signalling/call_requests.h"
 
-#include <charconv>
 #include <utility>
 
 #include "call/call_error.h"
@@ -40,15 +39,8 @@ void addCallRoute(HttpServer& server, const std::string& method, const Path& pat
     server.route(method, path, translated, std::move(guards));
 }
 
-int callIdIn(const Request& request) {
-    const std::string& text = request.variables.at(0);
-    const char* const end = text.data() + text.size();
-    int id = 0;
-    const auto read = std::from_chars(text.data(), end, id);
-    if (read.ec != std::errc() || read.ptr != end) {
-        throw HttpError(404, "there is no call " + text);
-    }
-    return id;
+const std::string& callKeyIn(const Request& request) {
+    return request.variables.at(0);
 }
 
 }  // namespace zelrtc::camera

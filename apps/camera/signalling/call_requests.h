@@ -14,8 +14,8 @@ namespace zelrtc::camera {
 void addCallRoute(HttpServer& server, const std::string& method, const Path& path, const Handler& handler,
                   std::vector<Guard> guards = {});
 
-/** The call that the path of a request names. @throw HttpError 404 when it can be no call's */
-int callIdIn(const Request& request);
+/** The key of the call that the path of a request names. It may be no call's. */
+const std::string& callKeyIn(const Request& request);
 
 }  // namespace zelrtc::camera
 

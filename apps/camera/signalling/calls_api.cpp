@@ -64,9 +64,11 @@ Response placeCall(const Request& request, CallRegistry& calls) {
     checkOfferedSdp(sdp);
     const auto call = calls.place(offerJson(sdp), trickleWish(request));
     const std::string answer = calls.answerOf(*call);
-    Response response = jsonResponse(
-        201, {{"id", call->id()}, {"trickle", call->isTrickle()}, {"answer", json::parse(answer, nullptr, false)}});
-    response.headers.push_back({"Location", "/calls/" + std::to_string(call->id())});
+    Response response = jsonResponse(201, {{"id", call->id()},
+                                           {"key", call->key()},
+                                           {"trickle", call->isTrickle()},
+                                           {"answer", json::parse(answer, nullptr, false)}});
+    response.headers.push_back({"Location", "/calls/" + call->key()});
     return response;
 }
 
@@ -74,8 +76,7 @@ Response listCalls(CallRegistry& calls) {
     json list = json::array();
     for (const auto& call : calls.all()) {
         const CallSummary summary = call->summary();
-        list.push_back({{"id", summary.id},
-                        {"state", summary.state},
+        list.push_back({{"state", summary.state},
                         {"video", summary.selection.video},
                         {"audio", summary.selection.audio},
                         {"trickle", summary.trickle},
@@ -107,7 +108,7 @@ std::optional<bool> audioIn(const json& wish) {
 }
 
 Response selectStreams(const Request& request, CallRegistry& calls) {
-    const auto call = calls.find(callIdIn(request));
+    const auto call = calls.find(callKeyIn(request));
     const json wish = json::parse(request.body, nullptr, false);
     if (!wish.is_object()) {
         throw HttpError(400, "the body is not a JSON object such as {\"video\":2,\"audio\":false}");
@@ -117,14 +118,14 @@ Response selectStreams(const Request& request, CallRegistry& calls) {
 }
 
 Response addCandidate(const Request& request, CallRegistry& calls) {
-    const auto call = calls.find(callIdIn(request));
+    const auto call = calls.find(callKeyIn(request));
     checkCandidate(request.body);
     call->addCandidate(request.body);
     return emptyResponse();
 }
 
 Response endCall(const Request& request, CallRegistry& calls) {
-    calls.end(callIdIn(request), "the viewer hung up");
+    calls.end(callKeyIn(request), "the viewer hung up");
     return emptyResponse();
 }
 
@@ -150,7 +151,7 @@ void addCallRoutes(HttpServer& server, CallRegistry& calls, const MediaHub& hub)
                  {mustBeJson});
     addCallRoute(server, "DELETE", {"calls", kOpen}, [&](const Request& request) { return endCall(request, calls); });
     addCallRoute(server, "GET", {"calls", kOpen, "events"},
-                 [&](const Request& request) { return streamEvents(calls.eventsOf(callIdIn(request)), request); });
+                 [&](const Request& request) { return streamEvents(calls.eventsOf(callKeyIn(request)), request); });
     addCallRoute(server, "POST", {"calls", kOpen, "candidates"},
                  [&](const Request& request) { return addCandidate(request, calls); }, {mustBeJson});
     addCallRoute(server, "POST", {"calls", kOpen, "streams"},

@@ -42,15 +42,13 @@ Response place(const Request& request, CallRegistry& calls) {
     response.status = 201;
     response.type = kSdp;
     response.body = sdpOfAnswer(answer);
-    response.headers = {
-        {"Location", "/whep/" + std::to_string(call->id())}, {"ETag", tagOf(call->id())}, {"Accept-Patch", kFragment}};
+    response.headers = {{"Location", "/whep/" + call->key()}, {"ETag", tagOf(call->id())}, {"Accept-Patch", kFragment}};
     return response;
 }
 
 Response trickle(const Request& request, CallRegistry& calls) {
-    const int id = callIdIn(request);
-    const auto call = calls.find(id);
-    requireSession(request, id);
+    const auto call = calls.find(callKeyIn(request));
+    requireSession(request, call->id());
     if (request.body.empty()) {
         throw HttpError(400, "there is no fragment in the body");
     }
@@ -64,7 +62,7 @@ Response trickle(const Request& request, CallRegistry& calls) {
 }
 
 Response hangUp(const Request& request, CallRegistry& calls) {
-    calls.end(callIdIn(request), "the viewer hung up");
+    calls.end(callKeyIn(request), "the viewer hung up");
     return {};
 }
 

@@ -41,8 +41,8 @@ export class Camera {
     return response.json();
   }
 
-  async hangUp(callId) {
-    const response = await fetch(`${this.url}/calls/${callId}`, { method: 'DELETE' });
+  async hangUp(callPath) {
+    const response = await fetch(this.url + callPath, { method: 'DELETE' });
     return response.status;
   }
 

@@ -57,6 +57,10 @@ export class ViewerPage {
     return this.page.evaluate(() => window.zelrtc.callId);
   }
 
+  callPath() {
+    return this.page.evaluate(() => window.zelrtc.callPath);
+  }
+
   /** Milliseconds from pressing Call to the first picture on the screen. */
   async firstPictureMs() {
     const shown = await this.page.waitForFunction(() => window.firstPictureMs, null, { timeout: CONNECT_LIMIT_MS });
@@ -154,7 +158,7 @@ export class ViewerPage {
   select(streams) {
     return this.page.evaluate(async (body) => {
       const headers = { 'Content-Type': 'application/json' };
-      const path = `/calls/${window.zelrtc.callId}/streams`;
+      const path = `${window.zelrtc.callPath}/streams`;
       const response = await fetch(path, { method: 'POST', headers, body: JSON.stringify(body) });
       return response.json();
     }, streams);

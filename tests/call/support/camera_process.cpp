@@ -32,7 +32,7 @@ int entriesIn(const std::string& folder) {
 
 std::string addressIn(const std::string& output) {
     std::smatch match;
-    const std::regex line("listening on (http://127\\.0\\.0\\.1:[0-9]+)/\n");
+    const std::regex line("listening on (http://127\\.0\\.0\\.1:[0-9]+)/(\\?token=[^\n]+)?\n");
     return std::regex_search(output, match, line) ? match[1].str() : "";
 }
 
@@ -45,9 +45,11 @@ httplib::Client client(const std::string& url) {
 }  // namespace
 
 CameraProcess::CameraProcess(const std::vector<std::string>& extraArguments) {
-    std::vector<std::string> arguments{
-        "--listen",     "127.0.0.1:0", "--log-level", "1", "--log-file", folder_.file("camera.log"),
-        "--record-dir", folder_.path()};
+    std::vector<std::string> arguments{"--listen",     "127.0.0.1:0",
+                                       "--log-level",  "1",
+                                       "--log-file",   folder_.file("camera.log"),
+                                       "--record-dir", folder_.path(),
+                                       "--call-list",  folder_.file("calls")};
     arguments.insert(arguments.end(), extraArguments.begin(), extraArguments.end());
     const std::string output = folder_.file("camera.out");
     process_ = std::make_unique<ChildProcess>(program(), arguments, output, folder_.file("camera.err"));
@@ -68,6 +70,22 @@ std::string CameraProcess::log() const {
 
 bool CameraProcess::logsEventually(const std::string& text, std::chrono::milliseconds limit) const {
     return eventually([&] { return log().find(text) != std::string::npos; }, limit);
+}
+
+std::string CameraProcess::callPath(size_t number) const {
+    std::vector<std::string> keys;
+    eventually(
+        [&] {
+            keys.clear();
+            std::istringstream list(readFile(folder_.file("calls")));
+            int id = 0;
+            for (std::string key; list >> id >> key;) {
+                keys.push_back(key);
+            }
+            return keys.size() >= number;
+        },
+        kResponseLimit);
+    return "/calls/" + keys.at(number - 1);
 }
 
 nlohmann::json CameraProcess::get(const std::string& path) const {

@@ -42,6 +42,9 @@ public:
     /** Waits until the log holds the text. */
     bool logsEventually(const std::string& text, std::chrono::milliseconds limit) const;
 
+    /** Path of the call that was placed as the `number`th, from 1 on; waits until it has been. */
+    std::string callPath(size_t number) const;
+
     nlohmann::json get(const std::string& path) const;
     httplib::Result post(const std::string& path, const std::string& body) const;
     httplib::Result remove(const std::string& path) const;

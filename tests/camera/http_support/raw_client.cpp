@@ -67,6 +67,10 @@ bool RawClient::isConnected() const {
     return socket_ >= 0;
 }
 
+int RawClient::descriptor() const {
+    return socket_;
+}
+
 bool RawClient::send(const std::string& bytes) {
     for (size_t sent = 0; sent < bytes.size();) {
         const ssize_t count = ::send(socket_, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);

@@ -25,6 +25,9 @@ public:
     /** Whether there is a connection; there may be none when the server refuses. */
     bool isConnected() const;
 
+    /** The socket, for whoever wants to use it in another way. */
+    int descriptor() const;
+
     /** Sends all. @return false when the server has closed the connection */
     bool send(const std::string& bytes);
 

@@ -17,7 +17,6 @@ class Whep:
         self._camera = camera
         self._path = None
         self._offer = None
-        self.call = None
 
     def place(self, offer):
         self._offer = offer
@@ -25,7 +24,6 @@ class Whep:
         if reply.status != 201:
             raise Refused(reply)
         self._path = reply.headers["Location"]
-        self.call = int(self._path.rsplit("/", 1)[1])
         return reply.text()
 
     def listen(self):
@@ -52,14 +50,14 @@ class CallsApi:
         self._camera = camera
         self._trickle = trickle
         self._on_candidate = on_candidate
-        self.call = None
+        self._path = None
 
     def place(self, offer):
         body = json.dumps({"type": "offer", "sdp": offer})
         reply = self._camera.request("POST", f"/calls?trickle={int(self._trickle)}", body, "application/json")
         if reply.status != 201:
             raise Refused(reply)
-        self.call = reply.json()["id"]
+        self._path = reply.headers["Location"]
         return reply.json()["answer"]["sdp"]
 
     def listen(self):
@@ -72,7 +70,7 @@ class CallsApi:
         connection.timeout = None
         event = None
         try:
-            connection.request("GET", f"/calls/{self.call}/events")
+            connection.request("GET", f"{self._path}/events")
             for line in connection.getresponse():
                 name, _, value = line.decode().rstrip("\r\n").partition(": ")
                 if name == "event":
@@ -85,11 +83,10 @@ class CallsApi:
             connection.close()
 
     def send_candidate(self, candidate):
-        reply = self._camera.request("POST", f"/calls/{self.call}/candidates", json.dumps(candidate),
-                                     "application/json")
+        reply = self._camera.request("POST", f"{self._path}/candidates", json.dumps(candidate), "application/json")
         if reply.status != 204:
             raise Refused(reply)
 
     def hang_up(self):
         """The status, which should be 204."""
-        return self._camera.request("DELETE", f"/calls/{self.call}").status
+        return self._camera.request("DELETE", self._path).status

@@ -53,7 +53,8 @@ class Scene:
     def __init__(self, programs, network, camera_options=(), silence_rate=1):
         self._programs = programs
         self.network = network
-        options = ["--all-addresses", "--listen", f":{getattr(network, 'http_port', 0)}", "--log-level", "2"]
+        options = ["--all-addresses", "--no-token", "--listen", f":{getattr(network, 'http_port', 0)}",
+                   "--log-level", "2"]
         self.camera = Camera(programs.camera, [*options, *camera_options], network.command_in,
                              silence_rate=silence_rate)
 

@@ -5,6 +5,7 @@ import re
 import signal
 import subprocess
 import sys
+import tempfile
 import threading
 import time
 
@@ -32,6 +33,10 @@ class Camera:
         """silence_rate: how fast the silence of a vanished viewer passes, on the stand-in."""
         self.events = []
         self._command_in = command_in
+        self._folder = tempfile.TemporaryDirectory()
+        self._list = os.path.join(self._folder.name, "calls")
+        if watched:
+            options = (*options, "--call-list", self._list)
         with open(log_path, "w", encoding="utf-8") as log:
             self.process = subprocess.Popen(command_in("camera", [program, *options]), stdout=subprocess.PIPE,
                                             stderr=log, text=True,
@@ -45,7 +50,7 @@ class Camera:
         self._watcher = self._watch() if watched else None
 
     def _watch(self):
-        watcher = subprocess.Popen(self._command_in("camera", [sys.executable, WATCHER, self.local_url()]),
+        watcher = subprocess.Popen(self._command_in("camera", [sys.executable, WATCHER, self.local_url(), self._list]),
                                    stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
 
         def collect():
@@ -105,6 +110,7 @@ class Camera:
             raise
         finally:
             self.process.stdout.close()
+            self._folder.cleanup()
 
     def __enter__(self):
         return self

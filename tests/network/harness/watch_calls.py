@@ -1,5 +1,5 @@
-"""Prints every event of a camera's calls as JSON lines: watch_calls.py URL. Runs beside the camera, so that what it
-reports does not travel over the link under test."""
+"""Prints every event of a camera's calls as JSON lines: watch_calls.py URL LIST, where LIST is the camera's --call-list.
+Runs beside the camera, so that what it reports does not travel over the link under test."""
 import json
 import sys
 import threading
@@ -7,6 +7,7 @@ import time
 import urllib.request
 
 URL = sys.argv[1].rstrip("/")
+LIST = sys.argv[2]
 LOCK = threading.Lock()
 
 
@@ -15,9 +16,9 @@ def report(call, name, data):
         print(json.dumps({"at": time.monotonic(), "call": call, "event": name, "data": data}), flush=True)
 
 
-def follow(call):
+def follow(call, key):
     name = None
-    with urllib.request.urlopen(f"{URL}/calls/{call}/events") as stream:
+    with urllib.request.urlopen(f"{URL}/calls/{key}/events") as stream:
         for raw in stream:
             line = raw.decode().rstrip("\r\n")
             if line.startswith("event:"):
@@ -27,14 +28,13 @@ def follow(call):
 
 
 def main():
-    known = set()
+    known = 0
     while True:
-        with urllib.request.urlopen(f"{URL}/calls") as answer:
-            calls = json.load(answer)
-        for call in calls:
-            if call["id"] not in known:
-                known.add(call["id"])
-                threading.Thread(target=follow, args=(call["id"],), daemon=True).start()
+        with open(LIST, encoding="ascii") as calls:
+            lines = [line.split() for line in calls if line.endswith("\n")]
+        for call, key in lines[known:]:
+            threading.Thread(target=follow, args=(int(call), key), daemon=True).start()
+        known = len(lines)
         time.sleep(0.05)
 
 
