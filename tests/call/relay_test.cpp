@@ -119,17 +119,21 @@ TEST_P(RelayOnly, TheLogNamesThePairAndTheServer) {
     EXPECT_NE(log.find("Local Candidate Ice server source: " + ownAddress() + "\n"), std::string::npos) << log;
 }
 
-// The SDK gathers up to 10 seconds beside such a server; the camera must not give up before.
-class DeadServer : public ::testing::TestWithParam<const char*> {};
+// The SDK gathers up to 10 seconds beside such a server; the camera must not give up before. The offer holds the
+// viewer's candidates: without any, the SDK itself gives up at about the same time.
+class DeadServer : public ::testing::TestWithParam<bool> {};
 
-INSTANTIATE_TEST_SUITE_P(AnswerBeside, DeadServer, ::testing::Values("--no-trickle", "--whep"), [](const auto& style) {
-    return std::string(style.param).substr(2, 2) == "no" ? "Page" : "Whep";
-});
+INSTANTIATE_TEST_SUITE_P(AnswerBeside, DeadServer, ::testing::Bool(),
+                         [](const auto& isWhep) { return isWhep.param ? "Whep" : "Page"; });
 
 TEST_P(DeadServer, HoldsACompleteAnswerUpButDoesNotPreventIt) {
     const SilentServer dead;
     CameraProcess camera({"--ice-server", dead.description()});
-    const auto outcome = view(camera.url(), {"--seconds", "1", "--connect-timeout", "30", GetParam()});
+    Arguments arguments{"--seconds", "1", "--connect-timeout", "30", "--no-trickle"};
+    if (GetParam()) {
+        arguments.emplace_back("--whep");
+    }
+    const auto outcome = view(camera.url(), arguments);
     EXPECT_EQ(outcome.status, 0) << outcome.report.dump(2);
     EXPECT_GT(dead.requests(), 0) << "it was never asked";
 }
