@@ -27,8 +27,11 @@ SKIPPED = 77
 AT_ONCE = 3
 CONNECT_SECONDS = 15
 MEDIA_SECONDS = 15
-WATCH_SECONDS = 12
-# A viewer that left without a word is noticed after about 8 seconds.
+# A viewer that left without a word is noticed after 6 seconds and some at this rate; one that watches may not be taken
+# for it in more than the 15 seconds and some that the other rate gives.
+VANISHING_RATE = 5
+WATCHING_RATE = 2
+WATCH_SECONDS = 20
 NOTICE_SECONDS = 20
 RELEASE_SECONDS = 10
 ENOUGH_PICTURES = 45
@@ -246,7 +249,8 @@ def play(run, options):
     outcome = Outcome(run, run.stack.version())
     started = time.monotonic()
     try:
-        with Camera(options.camera, os.path.join(folder, "camera.log"), ["--record-dir", folder]) as camera:
+        rate = WATCHING_RATE if run.watch else VANISHING_RATE if run.end == "vanish" else 1
+        with Camera(options.camera, os.path.join(folder, "camera.log"), ["--record-dir", folder], rate) as camera:
             if run.stack.is_viewer:
                 ViewerCall(run, camera, folder, outcome).play(options.viewer)
             else:

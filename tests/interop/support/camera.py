@@ -1,6 +1,7 @@
 """The camera as a process of its own, with plain requests of its HTTP interface."""
 import http.client
 import json
+import os
 import re
 import signal
 import subprocess
@@ -53,11 +54,13 @@ class Reply:
 class Camera:
     """Use it in a with statement. A camera that does not end with status 0 is an error."""
 
-    def __init__(self, program, log_path, options=()):
+    def __init__(self, program, log_path, options=(), silence_rate=1):
+        """silence_rate: how many times as fast a viewer's silence passes in the stand-in, whose limit is half a minute."""
         self._log_path = log_path
         with open(log_path, "ab") as log:
             self.process = subprocess.Popen([program, "--listen", "127.0.0.1:0", *options], stdout=subprocess.PIPE,
-                                            stderr=log, stdin=subprocess.DEVNULL)
+                                            stderr=log, stdin=subprocess.DEVNULL,
+                                            env={**os.environ, "ZELRTC_HOSTSDK_SILENCE_RATE": str(silence_rate)})
         line = self.process.stdout.readline().decode()
         found = re.match(r"listening on http://127\.0\.0\.1:(\d+)/", line)
         if not found:

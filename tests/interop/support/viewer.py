@@ -4,7 +4,7 @@ import os
 import subprocess
 
 SECONDS = "2.5"
-WATCH_SECONDS = "13"
+WATCH_SECONDS = "21"
 REPORT_SECONDS = 60
 
 
