@@ -36,7 +36,7 @@ void Reply::require() const {
 }
 
 void waitUntilIdle(GstElement* webrtcbin) {
-    const Reply barrier(webrtcbin, "get-stats");
+    static_cast<void>(Reply(webrtcbin, "get-stats"));
 }
 
 }  // namespace zelrtc::gst

@@ -159,12 +159,12 @@ void* ServerLoop::onRequestLine(void* self, const char* /*uri*/, MHD_Connection*
 
 MHD_Result ServerLoop::onRequest(void* self, MHD_Connection* handle, const char* url, const char* method,
                                  const char* /*version*/, const char* data, size_t* size, void** /*context*/) {
-    auto& loop = *static_cast<ServerLoop*>(self);
     auto& connection = *static_cast<Connection*>(contextOf(handle));
     if (connection.isLeaving) {
         return MHD_NO;
     }
     try {
+        auto& loop = *static_cast<ServerLoop*>(self);
         if (!connection.exchange) {
             return loop.begin(connection, url, method);
         }

@@ -69,9 +69,9 @@ void PipelineLink::onCandidate(GstElement*, guint mLineIndex, gchar* text, Share
 
 // Asked of the agent: webrtcbin (1.22) never calls gathering complete when a candidate arrives while it decides.
 void PipelineLink::onGatheringDone(GObject* agent, guint stream, Shared* link) {
-    const size_t gathered = (*link)->addGathered(stream);
+    const size_t transports = (*link)->addGathered(stream);
     (*link)->foundCandidates_ += gst::countCandidates(agent, stream);
-    if (gathered < (*link)->transports_) {
+    if (transports < (*link)->transports_) {
         return;
     }
     const size_t found = (*link)->foundCandidates_;
