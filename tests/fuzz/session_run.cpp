@@ -168,7 +168,7 @@ void SessionRun::scriptSdk() {
     const size_t failures = input_.ConsumeIntegralInRange<size_t>(0, 3);
     for (size_t i = 0; i < failures; ++i) {
         const auto function = static_cast<SdkFunction>(
-            input_.ConsumeIntegralInRange<size_t>(0, static_cast<size_t>(SdkFunction::count) - 1));
+            input_.ConsumeIntegralInRange<size_t>(0, static_cast<size_t>(SdkFunction::kCount) - 1));
         sdk_.failNth(function, input_.ConsumeIntegralInRange(0U, 3U), status());
     }
 }

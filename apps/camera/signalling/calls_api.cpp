@@ -32,12 +32,12 @@ Response emptyResponse() {
 }
 
 Response pageResponse() {
-    static const std::string policy = pagePolicy(kPage);
+    static const std::string kPolicy = pagePolicy(kPage);
     Response response;
     response.type = "text/html; charset=utf-8";
     response.body = kPage;
     response.headers = {{"Cache-Control", "no-cache"},
-                        {"Content-Security-Policy", policy},
+                        {"Content-Security-Policy", kPolicy},
                         {"X-Content-Type-Options", "nosniff"},
                         {"Referrer-Policy", "no-referrer"}};
     return response;

@@ -11,17 +11,17 @@
 namespace zelrtc::hostsdk {
 
 // Truncates to the field's size; always terminated.
-template <size_t SIZE>
-void setField(CHAR (&field)[SIZE], const std::string& text) {
-    const size_t length = std::min(text.size(), SIZE - 1);
+template <size_t size>
+void setField(CHAR (&field)[size], const std::string& text) {
+    const size_t length = std::min(text.size(), size - 1);
     std::memcpy(field, text.data(), length);
     field[length] = '\0';
 }
 
 // Never reads past the field, terminated or not.
-template <size_t SIZE>
-std::string getField(const CHAR (&field)[SIZE]) {
-    return std::string(field, strnlen(field, SIZE));
+template <size_t size>
+std::string getField(const CHAR (&field)[size]) {
+    return std::string(field, strnlen(field, size));
 }
 
 }  // namespace zelrtc::hostsdk
