@@ -17,8 +17,8 @@ enum LogLevel {
 // The SDK takes the tag and the format as writable, but only reads them.
 template <typename... Values>
 inline void writeLogLine(LogLevel level, const char* function, const char* format, Values... values) {
-    static const char tag[] = "platform-utils";
-    globalCustomLogPrintFn(level, const_cast<PCHAR>(tag), const_cast<PCHAR>(format), function, values...);
+    static const char kTag[] = "platform-utils";
+    globalCustomLogPrintFn(level, const_cast<PCHAR>(kTag), const_cast<PCHAR>(format), function, values...);
 }
 
 #if defined(__GNUC__)

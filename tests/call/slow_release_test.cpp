@@ -20,9 +20,11 @@ constexpr const char* kReleaseMs = "2200";
 class SlowRelease : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): there is no other thread yet
         setenv("ZELRTC_HOSTSDK_SLOW_RELEASE_MS", kReleaseMs, 1);
     }
     static void TearDownTestSuite() {
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): there is no other thread yet
         unsetenv("ZELRTC_HOSTSDK_SLOW_RELEASE_MS");
     }
 

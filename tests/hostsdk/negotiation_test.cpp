@@ -20,7 +20,7 @@ std::string offerOf(const std::string& sections) {
     return viewer.makeOffer();
 }
 
-std::string without(std::string text, const std::string& lineStart) {
+std::string withoutLines(std::string text, const std::string& lineStart) {
     const std::string start = "\n" + lineStart;
     for (size_t line = text.find(start); line != std::string::npos; line = text.find(start)) {
         text.erase(line, text.find('\n', line + 1) - line);
@@ -164,14 +164,14 @@ TEST(Gathering, isShortWhenEveryServerAnswers) {
 
 TEST(Offer, isRefusedWithTheSdksStatuses) {
     const std::string offer = offerOf("video audio");
-    EXPECT_EQ(statusOf(without(offer, "a=fingerprint:")), kFingerprintMissing);
-    EXPECT_EQ(statusOf(without(offer, "a=ice-ufrag:")), kSdpUnreadable);
+    EXPECT_EQ(statusOf(withoutLines(offer, "a=fingerprint:")), kFingerprintMissing);
+    EXPECT_EQ(statusOf(withoutLines(offer, "a=ice-ufrag:")), kSdpUnreadable);
 }
 
 TEST(Offer, withoutASessionNameIsTakenAndNotAnswered) {
     AnsweringSide side;
     RtcSessionDescriptionInit answer{};
-    ASSERT_EQ(side.setOffer(without(offerOf("video audio"), "s=")), STATUS_SUCCESS);
+    ASSERT_EQ(side.setOffer(withoutLines(offerOf("video audio"), "s=")), STATUS_SUCCESS);
     EXPECT_EQ(createAnswer(side.connection(), &answer), kNoRemoteDescription);
 }
 

@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto kDeadline = 20s;
+constexpr auto kReportDeadline = 20s;
 
 class ReportedState : public testing::Test {
 protected:
@@ -41,7 +41,7 @@ TEST_F(ReportedState, isConnectedOnTheListenerThreadAndAnyOtherOnTheTimerThread)
     reports.add(RTC_PEER_CONNECTION_STATE_CONNECTED);
     reports.add(RTC_PEER_CONNECTION_STATE_DISCONNECTED);
     reports.add(RTC_PEER_CONNECTION_STATE_CLOSED);
-    ASSERT_EQ(done.get_future().wait_for(kDeadline), std::future_status::ready);
+    ASSERT_EQ(done.get_future().wait_for(kReportDeadline), std::future_status::ready);
     const auto timer = threadOf([&](HandlerExecutor::Task task) { executor->post(std::move(task)); });
     const auto listener = threadOf([&](HandlerExecutor::Task task) { executor->postIncoming(std::move(task)); });
     EXPECT_EQ(threads, (std::vector<std::thread::id>{timer, listener, timer, timer}));
@@ -60,14 +60,14 @@ TEST_F(ReportedState, waitsForTheReportOfTheStateBefore) {
         }
     });
     reports.add(RTC_PEER_CONNECTION_STATE_CONNECTED);
-    ASSERT_EQ(connected.get_future().wait_for(kDeadline), std::future_status::ready);
+    ASSERT_EQ(connected.get_future().wait_for(kReportDeadline), std::future_status::ready);
     reports.add(RTC_PEER_CONNECTION_STATE_CLOSED);
     // The timer thread has other things to do meanwhile.
     threadOf([&](HandlerExecutor::Task task) { executor->post(std::move(task)); });
     auto end = closed.get_future();
     EXPECT_EQ(end.wait_for(50ms), std::future_status::timeout);
     release.set_value();
-    EXPECT_EQ(end.wait_for(kDeadline), std::future_status::ready);
+    EXPECT_EQ(end.wait_for(kReportDeadline), std::future_status::ready);
     executor->stop();
 }
 
@@ -79,7 +79,7 @@ TEST_F(ReportedState, mayDestroyItsOwnReports) {
         done.set_value();
     });
     reports->add(RTC_PEER_CONNECTION_STATE_CONNECTING);
-    EXPECT_EQ(done.get_future().wait_for(kDeadline), std::future_status::ready);
+    EXPECT_EQ(done.get_future().wait_for(kReportDeadline), std::future_status::ready);
     executor->stop();
 }
 

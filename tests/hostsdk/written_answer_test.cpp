@@ -17,7 +17,7 @@ bool contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
-SessionDescription read(const std::string& sdp) {
+SessionDescription readText(const std::string& sdp) {
     std::string error;
     return hostsdk::parseDescription(sdp, &error).value();
 }
@@ -32,13 +32,13 @@ std::string engineSection(const std::string& user, const std::string& source) {
 LocalSide localSide() {
     LocalSide local;
     local.sessionId = 123;
-    local.engineAnswer = read("v=0\r\n" + engineSection("own0", "11") + engineSection("own1", "22"));
+    local.engineAnswer = readText("v=0\r\n" + engineSection("own0", "11") + engineSection("own1", "22"));
     local.candidates = {{0, "candidate:1 1 UDP 5 192.0.2.2 40000 typ host"}};
     return local;
 }
 
 SessionDescription answerTo(const std::string& sdp, const LocalSide& local = localSide()) {
-    return read(writeAnswer(planFor(sdp), local));
+    return readText(writeAnswer(planFor(sdp), local));
 }
 
 std::string bundled(const std::string& more = "") {
@@ -90,7 +90,7 @@ TEST(WrittenAnswer, namesStreamsInWordsThatFitALine) {
     AnswerPlan plan = planFor(session() + video("0"));
     plan.sections[0].streamId = "my stream\r\n";
     plan.sections[0].trackId = "";
-    EXPECT_EQ(read(writeAnswer(plan, localSide())).sections[0].attributes.value("msid"), "my_stream__ -");
+    EXPECT_EQ(readText(writeAnswer(plan, localSide())).sections[0].attributes.value("msid"), "my_stream__ -");
 }
 
 TEST(WrittenAnswer, hasReducedReportsWhereTheyAreOffered) {
@@ -137,7 +137,7 @@ TEST(EngineOffer, holdsWhatIsServedInOneGroup) {
     const std::string offer = session("a=group:BUNDLE 2 1 0\r\n") + audio("0", transport("user0")) + data("2") +
                               video("1", transport("user1") + "a=extmap:1 urn:x\r\na=rid:1 recv\r\n");
     const std::string text = engineOffer(planFor(offer));
-    const SessionDescription engine = read(text);
+    const SessionDescription engine = readText(text);
     ASSERT_EQ(engine.sections.size(), 2U);
     EXPECT_EQ(engine.session.value("group"), "BUNDLE 0 1");
     EXPECT_EQ(engine.sections[0].attributes.value("mid"), "0");
@@ -152,7 +152,7 @@ TEST(EngineOffer, holdsWhatIsServedInOneGroup) {
 
 TEST(EngineOffer, hasNoGroupForTransportsOfTheirOwn) {
     const SessionDescription engine =
-        read(engineOffer(planFor(session() + video("0", transport("user0")) + audio("1", transport("user1")))));
+        readText(engineOffer(planFor(session() + video("0", transport("user0")) + audio("1", transport("user1")))));
     EXPECT_FALSE(engine.session.has("group"));
     EXPECT_EQ(engine.sections[0].attributes.value("ice-ufrag"), "user0");
     EXPECT_EQ(engine.sections[1].attributes.value("ice-ufrag"), "user1");
@@ -161,15 +161,15 @@ TEST(EngineOffer, hasNoGroupForTransportsOfTheirOwn) {
 TEST(EngineOffer, hasUsableCandidatesOnce) {
     const std::string candidate = "a=candidate:1 1 udp 1 192.0.2.2 9 typ host\r\n";
     const SessionDescription engine =
-        read(engineOffer(planFor(session("a=group:BUNDLE 0 1\r\n") + video("0", transport() + candidate) +
-                                 audio("1", transport() + candidate))));
+        readText(engineOffer(planFor(session("a=group:BUNDLE 0 1\r\n") + video("0", transport() + candidate) +
+                                     audio("1", transport() + candidate))));
     EXPECT_EQ(engine.sections[0].attributes.values("candidate").size(), 1U);
     EXPECT_FALSE(engine.sections[1].attributes.has("candidate"));
 }
 
 TEST(EngineOffer, namesTheFarEndsSourceOfWhatIsReceived) {
     const SessionDescription engine =
-        read(engineOffer(planFor(bundled("a=ssrc:77 cname:a b\r\na=ssrc:78 cname:c\r\n"))));
+        readText(engineOffer(planFor(bundled("a=ssrc:77 cname:a b\r\na=ssrc:78 cname:c\r\n"))));
     EXPECT_EQ(engine.sections[1].attributes.values("ssrc"), (std::vector<std::string>{"77 cname:viewer"}));
     EXPECT_FALSE(contains(engineOffer(planFor(bundled("a=ssrc:nonsense\r\n"))), "a=ssrc"));
     EXPECT_FALSE(contains(engineOffer(planFor(session() + video("0") + "a=ssrc:77 cname:a\r\n")), "a=ssrc"));

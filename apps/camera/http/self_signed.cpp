@@ -15,7 +15,7 @@ namespace zelrtc::camera {
 
 namespace {
 
-constexpr time_t kDay = 24 * 60 * 60;
+constexpr time_t kDay = time_t{24} * 60 * 60;
 // Browsers refuse what is valid for longer than 398 days.
 constexpr time_t kValidity = 397 * kDay;
 constexpr unsigned kVersion = 3;

@@ -40,7 +40,7 @@ private:
     static constexpr size_t kListener = 1;
 
     void post(size_t lane, Task task);
-    static void run(const std::shared_ptr<Shared>& shared, size_t lane);
+    static void run(const std::shared_ptr<Shared>& shared, size_t index);
 
     std::shared_ptr<Shared> shared_;
     std::array<std::thread, 2> threads_;

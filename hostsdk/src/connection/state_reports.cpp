@@ -16,7 +16,7 @@ struct StateReports::Queue {
 
 StateReports::StateReports(std::shared_ptr<HandlerExecutor> executor, Report report)
     : queue_(std::make_shared<Queue>()) {
-    queue_->executor = executor;
+    queue_->executor = std::move(executor);
     queue_->report = std::move(report);
 }
 

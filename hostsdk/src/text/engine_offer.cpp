@@ -31,7 +31,7 @@ std::string formatLines(const PlannedSection& planned) {
         text += "a=fmtp:" + payloadType + " " + planned.parameters + kEnd;
     }
     for (const std::string& feedback : planned.feedback) {
-        text += "a=rtcp-fb:" + payloadType + " " + feedback + kEnd;
+        text.append("a=rtcp-fb:").append(payloadType).append(" ").append(feedback).append(kEnd);
     }
     return text;
 }

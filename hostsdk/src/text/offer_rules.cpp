@@ -65,7 +65,7 @@ bool hasSessionName(const std::string& sdp) {
     std::istringstream lines(sdp);
     for (std::string line; std::getline(lines, line);) {
         if (startsWith(line, "s=")) {
-            return line.find_first_not_of("\r", 2) != std::string::npos;
+            return line.find_first_not_of('\r', 2) != std::string::npos;
         }
     }
     return false;

@@ -89,7 +89,7 @@ void addFormat(const PlannedSection& planned, Lines* lines) {
         lines->addAttribute("fmtp", payloadType + " " + planned.parameters);
     }
     for (const std::string& feedback : planned.feedback) {
-        lines->addAttribute("rtcp-fb", payloadType + " " + feedback);
+        lines->addAttribute("rtcp-fb", std::string(payloadType).append(" ").append(feedback));
     }
 }
 

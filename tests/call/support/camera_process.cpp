@@ -21,6 +21,7 @@ constexpr std::chrono::seconds kResponseLimit(15);
 
 // The build's own, unless another one is to prove itself.
 std::string program() {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): no thread changes the environment
     const char* const other = std::getenv("ZELRTC_CAMERA_UNDER_TEST");
     return other != nullptr ? other : ZELRTC_CAMERA;
 }
