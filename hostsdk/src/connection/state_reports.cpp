@@ -14,9 +14,9 @@ struct StateReports::Queue {
     std::deque<RTC_PEER_CONNECTION_STATE> states;  // the first is posted or being reported
 };
 
-StateReports::StateReports(std::shared_ptr<HandlerExecutor> executor, Report report)
+StateReports::StateReports(const std::shared_ptr<HandlerExecutor>& executor, Report report)
     : queue_(std::make_shared<Queue>()) {
-    queue_->executor = std::move(executor);
+    queue_->executor = executor;
     queue_->report = std::move(report);
 }
 

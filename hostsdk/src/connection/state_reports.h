@@ -17,7 +17,7 @@ class StateReports {
 public:
     using Report = std::function<void(RTC_PEER_CONNECTION_STATE)>;
 
-    StateReports(std::shared_ptr<HandlerExecutor> executor, Report report);
+    StateReports(const std::shared_ptr<HandlerExecutor>& executor, Report report);
 
     // Any thread.
     void add(RTC_PEER_CONNECTION_STATE state);

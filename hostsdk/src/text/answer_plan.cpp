@@ -198,6 +198,7 @@ bool Planner::addTransports(std::string* error) {
             carriers.push_back(carrier);
         }
     }
+    // NOLINTNEXTLINE(readability-use-anyofallof): the loop fills the plan as it goes
     for (const size_t carrier : carriers) {
         const std::optional<Transport> transport = transportOf(offer_, carrier, error);
         if (!transport) {
