@@ -24,7 +24,7 @@ private:
     const char* name_;
 };
 
-/** On the stand-in, the silence of a vanished viewer passes ten times as fast; other SDKs ignore it. */
+/** The stand-in counts a vanished viewer's silence ten times faster; other SDKs ignore this. */
 class FasterSilence : public SwitchedEnvironment {
 public:
     FasterSilence() : SwitchedEnvironment("ZELRTC_HOSTSDK_SILENCE_RATE", "10") {
