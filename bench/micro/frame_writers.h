@@ -1,4 +1,4 @@
-/** @file frame_writers.h The ways to write one frame that the benchmarks compare, all called alike. */
+/** @file frame_writers.h The ways to write one frame that the benchmarks compare, with one signature. */
 #ifndef BENCH_MICRO_FRAME_WRITERS_H
 #define BENCH_MICRO_FRAME_WRITERS_H
 
