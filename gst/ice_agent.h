@@ -1,6 +1,6 @@
 /**
  * @file ice_agent.h The ICE agent under webrtcbin: how it gathers and checks, and what it has found. Its settings must
- * be made before the pipeline starts.
+ * be set before the pipeline starts.
  */
 #ifndef GST_ICE_AGENT_H
 #define GST_ICE_AGENT_H

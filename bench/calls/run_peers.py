@@ -40,7 +40,7 @@ JANUS_FILES = {
 
 
 class OneHost(namespaces.Loopback):
-    """Adds an interface beside loopback, because some peers gather no candidates on that."""
+    """Adds a second interface, because some peers gather no candidates on loopback."""
 
     def _build(self):
         super()._build()

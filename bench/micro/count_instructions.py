@@ -21,7 +21,7 @@ WRITES = re.compile(r"(?:ZelRtcSession|HandWrittenSender)::write")
 
 
 def profile(loop, number, frames):
-    """The total of instructions, and how often each instruction of the writes ran, by address."""
+    """Total instructions, and how often each instruction of the writes ran, by address."""
     with tempfile.NamedTemporaryFile(mode="r") as out:
         subprocess.run(["valgrind", "--tool=callgrind", "--dump-instr=yes", "--compress-strings=no",
                         "--compress-pos=no", f"--callgrind-out-file={out.name}", loop, str(number), str(frames)],

@@ -30,7 +30,7 @@ using FrameWriter = int (*)(Targets* targets, int64_t presentationTs);
 struct NamedWriter {
     const char* name;
     FrameWriter writer;
-    int result; /**< the result that a write should have */
+    int result; /**< the expected result of a write */
 };
 
 const std::vector<NamedWriter>& frameWriters();

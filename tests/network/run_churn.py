@@ -125,7 +125,7 @@ class Churn:
 
 
 class PlainChurn(Churn):
-    """The engine alone does not notice that its viewer is gone, so it is told, as late as a camera notices."""
+    """The engine alone does not notice that its viewer is gone; this ends its calls as late as a camera would."""
 
     def __init__(self, *arguments):
         super().__init__(*arguments)

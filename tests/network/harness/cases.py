@@ -72,7 +72,7 @@ class Scene:
         wait_for(reached, seconds, f"the state {state}")
 
     def wait_for_sound(self, frames=50, seconds=CONNECT_SECONDS):
-        """Waits until the camera has received so many audio frames from the viewer: by then media flows."""
+        """Waits until the camera has received this many audio frames from the viewer: by then media flows."""
         def heard():
             levels = [event["data"]["frames"] for event in list(self.camera.events) if event["event"] == "level"]
             return levels and levels[-1] >= frames
@@ -140,7 +140,7 @@ def check_picture(outcome, frames, audio):
 
 
 def let_pass(seconds):
-    """Lets the thing being measured go on for so long; does not wait for any condition."""
+    """The condition that is measured lasts this long; nothing is awaited."""
     time.sleep(seconds)
 
 

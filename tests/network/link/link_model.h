@@ -21,11 +21,11 @@ struct Conditions {
     bool isUp = true;
     double lossPercent = 0;
     Duration delay{0};
-    Duration jitter{0};             /**< delay varies evenly by up to this much both ways, order kept */
-    double reorderPercent = 0;      /**< so many packets are held back and overtaken */
+    Duration jitter{0};             /**< the delay varies evenly by up to this much both ways, in order */
+    double reorderPercent = 0;      /**< this share of packets is held back and overtaken */
     Duration reorderHold{0};        /**< for how long */
     uint64_t rateBitsPerSecond = 0; /**< 0: no limit */
-    size_t queueBytes = 0;          /**< what waits for the rate limit; more is dropped */
+    size_t queueBytes = 0;          /**< the most that waits for the rate limit; more is dropped */
 };
 
 /** What has happened to the packets so far. */
@@ -33,7 +33,7 @@ struct Counters {
     uint64_t delivered = 0;
     uint64_t bytes = 0;
     uint64_t lost = 0;       /**< by chance */
-    uint64_t overflowed = 0; /**< the queue before the rate limit was full */
+    uint64_t overflowed = 0; /**< because the queue before the rate limit was full */
     uint64_t whileDown = 0;
     uint64_t reordered = 0;
 };
