@@ -3,15 +3,14 @@
 #   find_package(KvsWebrtcClient)   ->   KvsWebrtcClient::KvsWebrtcClient
 #
 # Point at it with CMAKE_PREFIX_PATH (the folder that holds include/ and lib/). pkg-config is asked first; its answer is
-# only a hint, because the .pc files of a cross-built SDK often name the folder that it was built for and not the one
-# that it lies in.
+# only a hint, because the .pc files of a cross-built SDK often name the folder it was built for, not the one it is in.
 #
-# Variables for a layout that is not found by itself:
+# Variables for layouts that are not found automatically:
 #   KvsWebrtcClient_INCLUDE_DIR            folder that holds com/amazonaws/kinesis/video/webrtcclient/Include.h
 #   KvsWebrtcClient_PLATFORM_INCLUDE_DIR   folder that holds com/amazonaws/kinesis/video/common/PlatformUtils.h
 #   KvsWebrtcClient_LIBRARY                the client library
-#   KvsWebrtcClient_PLATFORM_LIBRARY       the platform library; not needed where a shared client library contains it
-#   KvsWebrtcClient_EXTRA_LIBRARIES        what static libraries need besides: "srtp2;ssl;crypto" and the like
+#   KvsWebrtcClient_PLATFORM_LIBRARY       the platform library; not needed if a shared client library contains it
+#   KvsWebrtcClient_EXTRA_LIBRARIES        what static libraries need in addition, such as "srtp2;ssl;crypto"
 
 set(KvsWebrtcClient_EXTRA_LIBRARIES "" CACHE STRING "Libraries that a static WebRTC SDK needs besides its own")
 set(kvs_client_names kvsWebrtcClient kvsWebrtc)
@@ -87,7 +86,7 @@ if(KvsWebrtcClient_FOUND AND NOT TARGET KvsWebrtcClient::KvsWebrtcClient)
     list(APPEND KvsWebrtcClient_LINK_LIBRARIES ${kvs_further})
   endif()
 
-  # Global, and without targets of its own scope behind it, so that a project that adds this one as a folder sees it.
+  # Global, and with no targets of this scope behind it, so that a project that adds this one as a folder can use it.
   add_library(KvsWebrtcClient::KvsWebrtcClient INTERFACE IMPORTED GLOBAL)
   set_target_properties(
     KvsWebrtcClient::KvsWebrtcClient

@@ -1,4 +1,4 @@
-# What every target of this project is compiled with. Nothing here reaches a user's own targets.
+# How every target of this project is compiled. Nothing here reaches a user's own targets.
 
 if(NOT CMAKE_BUILD_TYPE AND is_top_level)
   set(CMAKE_BUILD_TYPE RelWithDebInfo)
@@ -9,7 +9,7 @@ if(ZELRTC_WARNINGS_AS_ERRORS)
   list(APPEND ZELRTC_WARNINGS -Werror)
 endif()
 
-# C libraries of older toolchains keep clock_gettime in a library of its own.
+# Older toolchains have clock_gettime in librt.
 include(CheckFunctionExists)
 check_function_exists(clock_gettime ZELRTC_CLOCK_IN_LIBC)
 set(ZELRTC_CLOCK_LIBRARY "")
@@ -22,7 +22,7 @@ if(ZELRTC_SANITIZE)
   add_link_options(-fsanitize=${ZELRTC_SANITIZE})
 endif()
 
-# Everything is watched by the fuzzer, not the targets alone.
+# The fuzzer must see all code, not only the fuzz targets.
 if(ZELRTC_BUILD_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
@@ -33,14 +33,14 @@ function(zelrtc_compile target standard)
   target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:${ZELRTC_WARNINGS}>)
 endfunction()
 
-# zelrtc_merge_sources(target): with ZELRTC_MERGE_SOURCES, some sources are compiled as one. What includes gmock or a
-# header-only library takes seconds to read and little more to compile, so that halves the time of a whole build.
+# zelrtc_merge_sources(target): with ZELRTC_MERGE_SOURCES, compiles several sources as one. A source that includes gmock
+# or a header-only library takes seconds to parse and little more to compile, so this halves the time of a whole build.
 function(zelrtc_merge_sources target)
   set_target_properties(${target} PROPERTIES UNITY_BUILD ${ZELRTC_MERGE_SOURCES} UNITY_BUILD_BATCH_SIZE 9)
 endfunction()
 
-# zelrtc_session_library(target type sdk [standard]): the session layer, compiled against the SDK that the target `sdk`
-# names. Tests use it to build the same sources against other SDKs and as other standards.
+# zelrtc_session_library(target type sdk [standard]): the session layer, compiled against the SDK target `sdk`. Tests
+# use it to build the same sources against other SDKs and as other standards.
 function(zelrtc_session_library target type sdk)
   set(standard 11)
   if(ARGC GREATER 3)

@@ -1,7 +1,7 @@
 # What `cmake --install` and CPack deliver, in components:
 #   runtime   the shared library
 #   dev       headers, the library to link against, the CMake package, the pkg-config file
-#   hostsdk   the SDK stand-in that the library was built against; only where it was, and never part of a device
+#   hostsdk   the SDK stand-in, if the library was built against it; never for a device
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -20,8 +20,8 @@ install(FILES ${PROJECT_SOURCE_DIR}/include/zelwebrtc.h
 install(EXPORT ZelWebrtcClientTargets NAMESPACE ZelWebrtcClient:: DESTINATION ${ZELRTC_CMAKE_DIR} COMPONENT dev)
 install(FILES ${PROJECT_SOURCE_DIR}/cmake/FindKvsWebrtcClient.cmake DESTINATION ${ZELRTC_CMAKE_DIR} COMPONENT dev)
 
-# Sets what the pkg-config file says of the SDK: its own .pc files where they describe the SDK that was found, else
-# flags.
+# Sets what the pkg-config file says about the SDK: the SDK's own .pc files if they describe the SDK that was found,
+# otherwise flags.
 function(zelrtc_describe_installed_sdk)
   set(requires "")
   set(cflags "")

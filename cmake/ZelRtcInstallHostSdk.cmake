@@ -1,4 +1,4 @@
-# The SDK stand-in, installed under names of its own so that it can never be taken for the SDK of a device.
+# The SDK stand-in, installed under its own names, so that it can never be mistaken for a device's SDK.
 
 set(ZELRTC_HOSTSDK_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/zelrtc-hostsdk)
 

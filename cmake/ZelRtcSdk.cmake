@@ -1,5 +1,5 @@
-# Chooses the WebRTC SDK and names it ZelRtc::Sdk: the installed one where there is one, else the project's stand-in.
-# A cross build never falls back: a device has no use for the stand-in, and silence would hide a wrong path. The
+# Chooses the WebRTC SDK and names it ZelRtc::Sdk: the installed one if there is one, otherwise the project's stand-in.
+# A cross build never falls back: the stand-in is useless on a device, and silence would hide a wrong path. The
 # stand-in, and the viewer with either SDK, are built on gst.
 
 if(NOT ZELRTC_SDK MATCHES "^(|installed|host)$")

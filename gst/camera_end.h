@@ -1,6 +1,6 @@
 /**
- * @file camera_end.h The camera's end of a call. The stand-in and the bare sender that it is measured against share it,
- * so that they differ in nothing but what stands above. What fails throws std::runtime_error with the reason.
+ * @file camera_end.h The camera's end of a call. The stand-in and the plain sender that it is compared with share it,
+ * so that they differ only in what is built on it. Failures throw std::runtime_error with the reason.
  */
 #ifndef GST_CAMERA_END_H
 #define GST_CAMERA_END_H
@@ -16,7 +16,7 @@ namespace zelrtc::gst {
 
 enum class Codec { kH264, kMulaw };
 
-// The codec of the packets that come out of webrtcbin's pad; nothing when it is another one.
+// The codec of the packets from webrtcbin's pad; nothing if it is neither of these.
 std::optional<Codec> codecOf(GstPad* webrtcPad);
 
 // One m-line of the offer, as this end answers it.
@@ -28,14 +28,15 @@ struct Track {
     std::optional<std::string> streamId;
 };
 
-// Everything but ICE servers and the addresses to gather on; before the pipeline starts.
+// Sets up everything except ICE servers and the addresses to gather on. Call it before the pipeline starts.
 void configureCameraEnd(GstElement* webrtcbin);
 
-// After the remote description. Returns the appsrc that takes the frames, or null when the direction does not send.
+// Call it after the remote description is set. Returns the appsrc for the frames, or null if the direction does not
+// send.
 GstPtr<GstElement> addTrack(GstElement* pipeline, GstElement* webrtcbin, const Track& track);
 
-// Takes packets of the codec from webrtcbin's new pad; `handler` runs for each frame, as in handleSamples. The oldest
-// frames are dropped where nobody pulls them. False when the pad does not fit.
+// Receives packets of the codec from webrtcbin's new pad; `handler` runs for each frame, as in handleSamples. If nobody
+// pulls the frames, the oldest are dropped. False if the pad does not fit.
 bool receiveTrack(GstElement* pipeline, GstPad* webrtcPad, Codec codec, std::function<void(GstAppSink*)> handler);
 
 }  // namespace zelrtc::gst

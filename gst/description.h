@@ -1,6 +1,6 @@
 /**
- * @file description.h Session descriptions: between text and webrtcbin. What fails throws std::runtime_error with the
- * reason.
+ * @file description.h Session descriptions, converted from and to text and exchanged with webrtcbin. Failures throw
+ * std::runtime_error with the reason.
  */
 #ifndef GST_DESCRIPTION_H
 #define GST_DESCRIPTION_H
@@ -22,7 +22,7 @@ Description createAnswer(GstElement* webrtcbin);
 void setLocalDescription(GstElement* webrtcbin, const Description& description);
 void setRemoteDescription(GstElement* webrtcbin, const Description& description);
 
-// With the candidates found so far; null before one is set.
+// Includes the candidates found so far; null until a description is set.
 Description localDescription(GstElement* webrtcbin);
 
 }  // namespace zelrtc::gst

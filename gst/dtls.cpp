@@ -12,7 +12,7 @@ constexpr std::chrono::milliseconds kSendingLimit{200};
 
 using Signal = std::promise<void>;
 
-// Fulfils the promise when the pad next fires such a probe. The probe shares ownership, because it may fire after the
+// Fulfils the promise at the pad's next probe of this type. The probe shares ownership, because it may fire after the
 // time limit.
 void signalOnce(GstPad* pad, GstPadProbeType occasion, const std::shared_ptr<Signal>& signal) {
     const auto onOccasion = [](GstPad*, GstPadProbeInfo*, gpointer data) {
@@ -30,7 +30,7 @@ void closeEncoder(GstElement* encoder) {
     }
     const auto started = std::make_shared<Signal>();
     signalOnce(output.get(), GST_PAD_PROBE_TYPE_BUFFER, started);
-    // The encoder closes its side when its stream of application data ends.
+    // At the end of its stream of application data the encoder closes its side.
     gst_pad_send_event(input.get(), gst_event_new_eos());
     if (started->get_future().wait_for(kSendingLimit) != std::future_status::ready) {
         return;
@@ -53,7 +53,7 @@ void onPadAdded(GstElement* decoder, GstPad* pad, gpointer) {
     dropBuffers(decoder, pad, nullptr);
 }
 
-// The decoder has its pad for data by the time it is added, or gets it later.
+// The decoder's pad for data exists when the decoder is added, or is added later.
 void onElementAdded(GstBin*, GstBin*, GstElement* element, gpointer) {
     if (isMadeBy(element, "dtlsdec")) {
         g_signal_connect(element, "pad-added", G_CALLBACK(onPadAdded), nullptr);

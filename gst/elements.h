@@ -1,6 +1,5 @@
 /**
- * @file elements.h Making, finding and linking elements. What is missing throws std::runtime_error with GStreamer's
- * reason.
+ * @file elements.h Creates, finds and links elements. A missing one throws std::runtime_error with GStreamer's reason.
  */
 #ifndef GST_ELEMENTS_H
 #define GST_ELEMENTS_H
@@ -15,10 +14,10 @@
 
 namespace zelrtc::gst {
 
-// Floating: the bin that it is put into owns it.
+// Floating: the bin that it is added to takes ownership.
 GstElement* makeElement(const char* factory);
 
-// A bin from GStreamer's pipeline text, with a pad "sink" or "src" for each open end. Floating.
+// A bin from pipeline text, as gst-launch takes it, with a pad "sink" or "src" for each open end. Floating.
 GstElement* makeBin(const std::string& description);
 
 // Whether the element came from the factory of that name.
@@ -31,10 +30,10 @@ std::vector<GstPtr<GstElement>> elementsMadeBy(GstElement* bin, const char* fact
 GstPtr<GstElement> elementOf(GstElement* bin, const char* name);
 GstPtr<GstPad> padOf(GstElement* bin, const char* name, const char* pad);
 
-// Puts the receiver into the running pipeline and lets the pad feed its pad "sink". False when they do not fit.
+// Adds the receiver to the running pipeline and links the pad to its pad "sink". False if they do not fit.
 bool addReceiver(GstElement* pipeline, GstPad* source, GstElement* receiver);
 
-// Runs `handler` on the streaming thread for each sample that the appsink has; the handler pulls it, then or later.
+// Runs `handler` on the streaming thread for each sample that reaches the appsink; the handler pulls it, now or later.
 void handleSamples(GstElement* appsink, std::function<void(GstAppSink*)> handler);
 
 }  // namespace zelrtc::gst

@@ -1,4 +1,4 @@
-/** @file handles.h Ownership of GStreamer's objects. */
+/** @file handles.h Ownership of GStreamer objects. */
 #ifndef GST_HANDLES_H
 #define GST_HANDLES_H
 
@@ -40,7 +40,7 @@ struct GstDeleter {
 template <typename T>
 using GstPtr = std::unique_ptr<T, GstDeleter>;
 
-// The value of a property that is an object or a copy of a record; null when it is unset.
+// The value of an object or boxed property; null if it is unset.
 template <typename T>
 GstPtr<T> ownedProperty(gpointer object, const char* name) {
     T* value = nullptr;
@@ -48,7 +48,7 @@ GstPtr<T> ownedProperty(gpointer object, const char* name) {
     return GstPtr<T>(value);
 }
 
-// The value of a property that is a number or an enumeration.
+// The value of a number or enumeration property.
 template <typename T>
 T plainProperty(gpointer object, const char* name) {
     T value{};
@@ -56,10 +56,10 @@ T plainProperty(gpointer object, const char* name) {
     return value;
 }
 
-// The text, of which this takes the ownership; empty for null.
+// Takes ownership of the text; empty for null.
 std::string takeText(gchar* text);
 
-// The reason, of which this takes the ownership.
+// The error's message. Takes ownership of the error.
 std::string takeReason(GError* error);
 
 // Connects a signal to a plain function whose last argument points to a copy of `data`. The copy lives as long as the

@@ -4,8 +4,8 @@
 
 #include "gst/network_interfaces.h"
 
-// Declared here, as in libnice's public interface: for two functions, its development package would pull in half a
-// desktop. GStreamer's own list of candidates (1.22) crashes on a relayed one.
+// From libnice's public interface; its development package would pull in half a desktop for these two functions.
+// GStreamer's own list of candidates (1.22) crashes on a relayed one.
 extern "C" {
 GSList* nice_agent_get_local_candidates(GObject* agent, guint stream, guint component);
 void nice_candidate_free(gpointer candidate);
@@ -17,8 +17,8 @@ namespace {
 
 // Two instead of seven: gathering through a TURN server ends in 0.8 s instead of 2.0 s.
 constexpr guint kStunRetransmissions = 2;
-// Between two connectivity checks: the shortest pause that RFC 8445 allows. With the agent's own 20 ms, waiting for the
-// next check is most of the time that a call on a near network takes to connect.
+// The shortest pause between connectivity checks that RFC 8445 allows. With the agent's default of 20 ms, a call on a
+// near network spends most of its connecting time waiting for the next check.
 constexpr guint kCheckPacingMs = 5;
 
 GstPtr<GObject> iceAgent(GstElement* webrtcbin) {
@@ -32,7 +32,7 @@ GstPtr<GObject> niceAgent(GstElement* webrtcbin) {
 }
 
 void speedUpAgent(GstElement* webrtcbin) {
-    // The router's port mapping costs 200 ms of gathering, answered or not.
+    // Asking the router for a port mapping adds 200 ms to gathering, answered or not.
     g_object_set(niceAgent(webrtcbin).get(), "upnp", FALSE, "stun-max-retransmissions", kStunRetransmissions,
                  "stun-pacing-timer", kCheckPacingMs, nullptr);
 }
@@ -66,7 +66,7 @@ bool addIceServer(GstElement* webrtcbin, const std::string& uri) {
 }
 
 size_t countCandidates(GObject* agent, guint stream) {
-    // Media and its control packets share the first component.
+    // RTP and RTCP share the first component.
     GSList* const candidates = nice_agent_get_local_candidates(agent, stream, 1);
     const size_t count = g_slist_length(candidates);
     g_slist_free_full(candidates, nice_candidate_free);

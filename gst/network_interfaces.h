@@ -1,10 +1,10 @@
-/** @file network_interfaces.h What the host's network offers to the ICE agent. */
+/** @file network_interfaces.h The host's network, as the ICE agent can use it. */
 #ifndef GST_NETWORK_INTERFACES_H
 #define GST_NETWORK_INTERFACES_H
 
 namespace zelrtc::gst {
 
-// Whether no interface but loopback is up with an address.
+// Whether loopback is the only interface that is up and has an address.
 bool hasOnlyLoopback();
 
 }  // namespace zelrtc::gst

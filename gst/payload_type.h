@@ -1,6 +1,6 @@
 /**
- * @file payload_type.h Payload types that GStreamer's packetisers do not give: they know the one of their codec and 96
- * to 127, while a far end may choose any.
+ * @file payload_type.h Payload types that GStreamer's packetisers cannot produce: they know their codec's own and 96 to
+ * 127, while a far end may choose any.
  */
 #ifndef GST_PAYLOAD_TYPE_H
 #define GST_PAYLOAD_TYPE_H
@@ -11,11 +11,11 @@
 
 namespace zelrtc::gst {
 
-// The payload type for a packetiser or its counterpart whose packets have `payloadType` on the way; `ownType` is the
-// codec's own, or a negative number when it has none.
+// The payload type to set on a packetiser or depacketiser whose packets carry `payloadType` on the wire; `ownType` is
+// the codec's own, or negative if it has none.
 int packetiserType(int payloadType, int ownType);
 
-// For a pipeline's text, behind a packetiser or before its counterpart: the packets' caps have this payload type.
+// Pipeline text, to follow a packetiser or precede a depacketiser, that puts this payload type into the packets' caps.
 std::string renumberedCaps(int payloadType);
 
 // Writes the payload type into all packets that leave the pad.

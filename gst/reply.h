@@ -1,4 +1,4 @@
-/** @file reply.h Waiting for webrtcbin. Never on one of its own threads, which would wait for themselves. */
+/** @file reply.h Waits for webrtcbin. Not for use on its own threads, which would wait for themselves. */
 #ifndef GST_REPLY_H
 #define GST_REPLY_H
 
@@ -15,11 +15,11 @@ public:
     Reply(GstElement* webrtcbin, const char* action, gpointer argument = nullptr);
 
     bool accepted() const;
-    // Null when the reply holds nothing.
+    // Null if the reply is empty.
     const GstStructure* structure() const;
     // Why it was refused.
     std::string error() const;
-    // Throws std::runtime_error, with the action and the reason, when it was not accepted.
+    // Throws std::runtime_error, with the action and the reason, if it was not accepted.
     void require() const;
 
 private:
@@ -27,8 +27,8 @@ private:
     GstPtr<GstPromise> promise_;
 };
 
-// Returns once webrtcbin has done all that it was asked and told of before: its thread works through one queue, and
-// the reply to a request for statistics comes last.
+// Returns once webrtcbin has handled everything queued so far. Its thread works through one queue, so the reply to
+// get-stats comes last.
 void waitUntilIdle(GstElement* webrtcbin);
 
 }  // namespace zelrtc::gst

@@ -1,17 +1,17 @@
-"""The rules of this project's dialect that no other tool knows; tools/check-static asks for them.
+"""Rules of this project's style that no other tool knows; tools/check-static applies them.
 
-Each rule is a function from a file's name and text to its findings, (line number, words).
+Each rule is a function from a file's name and text to its findings: (line number, message).
 """
 import functools
 import pathlib
 import re
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-# The library's own headers are known by their names wherever they are installed.
+# The library's headers are included by their plain names, wherever they are installed.
 LIBRARY = ("src/", "include/")
-# Written as the SDK's headers are, name by name.
+# These repeat the SDK's headers, name by name.
 SDK_HEADERS = ("hostsdk/include/", "tests/support/sdk-other-layout/")
-# Without what a macro appends to it.
+# Without the suffix that a macro appends.
 POINTER = re.compile(r"\bpp?[A-Z][A-Za-z0-9]*")
 
 
@@ -28,7 +28,7 @@ def is_code(name):
 
 
 def without_comments(text):
-    """The text with comments and literals blanked out, line by line."""
+    """The text with comments and literals blanked out; lines keep their numbers."""
     return re.sub(r'//[^\n]*|/\*.*?\*/|"(?:\\.|[^"\\\n])*"', lambda match: re.sub(r"[^\n]", " ", match.group(0)), text,
                   flags=re.DOTALL)
 
@@ -52,7 +52,7 @@ def file_comment(name, text):
 
 @functools.cache
 def names_of_the_interface():
-    """Pointers as the SDK's interface and the library's sources call them."""
+    """Names of pointers in the SDK's interface and the library's sources."""
     folders = [ROOT / folder for folder in ("hostsdk/include", *LIBRARY)]
     return {pointer for folder in folders for file in folder.rglob("*.*") if file.suffix in (".h", ".cpp")
             for pointer in POINTER.findall(file.read_text(encoding="utf-8"))}
@@ -90,7 +90,7 @@ def shell(name, text):
     commands = [line for line in text.splitlines() if line and not line.startswith("#")]
     if not commands or not re.fullmatch(r'set -euo pipefail|\. "\$\(dirname "\$0"\)/lib\.sh"', commands[0]):
         yield 1, "the first command is not: set -euo pipefail"
-    # Continued lines and texts within quotes may stand where they like.
+    # Continued lines and quoted text may be indented in any way.
     depth = 0
     for number, line in enumerate(text.splitlines(), 1):
         indent = len(line) - len(line.lstrip(" "))

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Times and weighs whole calls: the demo camera, and beside it the engine without session and SDK.
+"""Measures times and memory of whole calls: the demo camera, and for comparison the engine without session and SDK.
 
-Both senders take turns within one run, so that other load on the machine affects both alike. Needs root for a network
-namespace of its own.
+The senders take turns within one run, so that other load on the machine affects both alike. Needs root for a network
+namespace.
 """
 import os
 import platform
@@ -17,7 +17,7 @@ def call_times(stage, count):
     ways = {"camera": [], "camera, complete answer": [], "engine alone": []}
     with stage.camera() as camera, stage.plain() as plain:
         for sender in (camera, plain):
-            stage.place(sender)  # the first call of a process makes its certificate
+            stage.place(sender)  # the first call of a process creates its certificate
         for _ in range(count):
             ways["camera"].append(stage.place(camera))
             ways["camera, complete answer"].append(stage.place(camera, "--no-trickle"))

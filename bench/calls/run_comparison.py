@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 """What session and SDK stand-in cost beyond the engine: the demo camera against bench/plain_sender.
 
-Processor time: in each round both serve the same clip to the same number of viewers at the same time, and the same
-seconds count for both, so that other load on the machine affects both alike. Each round starts new processes, in the
-opposite order. Instructions: each sender under callgrind, counted in user space for one pass of the clip and divided by
-the packets sent, which hardly depends on the machine's load. Needs root for a network namespace.
+Processor time: in each round both serve the same clip to the same number of viewers during the same seconds, so that
+other load on the machine affects both alike. Each round starts new processes, in the opposite order. Instructions: each
+sender under callgrind, counted in user space for one pass of the clip and divided by the packets sent, which hardly
+depends on the machine's load. Needs root for a network namespace.
 """
 import os
 import re
@@ -20,8 +20,8 @@ from stage import (CLIP_SECONDS, SETTLE_SECONDS, Stage, cpu_seconds, interval, n
 SENDERS = ("camera", "engine")
 # Under callgrind, connecting takes seconds.
 WARM_UP_SECONDS = 5
-# Everything that differs between the senders during a call: passing a frame to the engine, watching the connection,
-# looking after the calls.
+# Everything in which the senders differ during a call: passing a frame to the engine, watching the connection,
+# supervising the calls.
 DIFFERENT = [re.compile(pattern) for pattern in (
     r"camera::Call::onVideo\(", r"camera::Call::onAudio\(", r"camera::CallKeeper::run\(", r"Link::onPacket\(",
     r"HandlerExecutor::run\(", r"PlainPeer::onVideo\(", r"PlainPeer::onAudio\(")]
@@ -58,7 +58,7 @@ def control(sender, action):
 
 def read_profile(path):
     """From callgrind's file: all instructions, those of each function including its callees, and its number of calls.
-    Not for recursive functions."""
+    Wrong for recursive functions."""
     names, spent, calls = {}, {}, {}
     function = callee = None
     total = 0

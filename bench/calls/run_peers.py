@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""The demo camera beside programs that one could use instead: Janus' streaming plugin and aiortc.
+"""The demo camera beside programs that could be used instead: Janus' streaming plugin and aiortc.
 
-All of them send the same clip to the same viewer over the same HTTP interface, taking turns within one run; none
-encodes. Whatever is not installed is left out. Needs root for a network namespace.
+All send the same clip to the same viewer over the same HTTP interface, taking turns within one run; none encodes.
+Programs that are not installed are left out. Needs root for a network namespace.
 """
 import os
 import shutil
@@ -40,7 +40,7 @@ JANUS_FILES = {
 
 
 class OneHost(namespaces.Loopback):
-    """Adds an interface beside loopback, where some peers gather no candidates."""
+    """Adds a second interface, because some peers gather no candidates on loopback."""
 
     def _build(self):
         super()._build()
@@ -52,7 +52,7 @@ class OneHost(namespaces.Loopback):
 
 
 class Janus:
-    """Janus, a process that feeds it the clip, and the camera's HTTP interface before it. Only Janus is weighed."""
+    """Janus, a process that feeds it the clip, and the camera's HTTP interface in front. Only Janus is measured."""
 
     def __init__(self, stage, folder):
         self._processes = ExitStack()
@@ -154,7 +154,7 @@ def call_times(stage, starts, count):
     with ExitStack() as running:
         senders = {name: running.enter_context(begin(stage)) for name, begin in starts.items()}
         for sender in senders.values():
-            # Keeps the source running: the camera stops its own while nobody watches, and restarts with a key frame.
+            # Keeps the source running: the camera stops it while nobody watches, and restarts it with a key frame.
             running.callback(stage.watch(sender, 1, LONGEST_RUN_SECONDS).kill)
             wait_for_calls(sender, 1)
         for _ in range(count):

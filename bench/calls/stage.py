@@ -48,7 +48,7 @@ def read_options(description, plain=True):
     if missing:
         print(f"SKIPPED: {missing}")
         sys.exit(SKIPPED)
-    os.environ["MALLOC_ARENA_MAX"] = "1"  # as the camera sets it for itself
+    os.environ["MALLOC_ARENA_MAX"] = "1"  # as the camera itself does
     return options
 
 

@@ -29,7 +29,7 @@ def load(directory, name):
     with open(path, encoding="utf-8") as file:
         try:
             return json.load(file)
-        except json.JSONDecodeError:  # of a part that broke off while it wrote
+        except json.JSONDecodeError:  # from a part that was stopped while writing
             return None
 
 

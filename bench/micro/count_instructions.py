@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 """Counts the instructions of writing one frame in each way, and compares the session with the hand-written version.
 
-The counts come from callgrind, which gives the same number on every run: the difference of two runs that write
-different numbers of frames is the cost of a frame and of nothing else.
+The counts come from callgrind, which gives the same number on every run: the difference between two runs that write
+different numbers of frames is exactly the cost of a frame.
 
-With --account it prints instead which instructions of the write itself one frame runs through; what is left out, the
-loop around it and the SDK below it, is the same for all of them.
+With --account it prints instead the instructions of the write itself that one frame runs through. The loop around it
+and the SDK below it are left out; they are the same for all.
 """
 import argparse
 import json
@@ -21,7 +21,7 @@ WRITES = re.compile(r"(?:ZelRtcSession|HandWrittenSender)::write")
 
 
 def profile(loop, number, frames):
-    """Instructions in all, and how often each instruction of the writes ran, by address."""
+    """Total instructions, and how often each instruction of the writes ran, by address."""
     with tempfile.NamedTemporaryFile(mode="r") as out:
         subprocess.run(["valgrind", "--tool=callgrind", "--dump-instr=yes", "--compress-strings=no",
                         "--compress-pos=no", f"--callgrind-out-file={out.name}", loop, str(number), str(frames)],

@@ -1,4 +1,4 @@
-/** @file frame_writers.h The ways to write one frame that the benchmarks compare, all called alike. */
+/** @file frame_writers.h The ways to write one frame that the benchmarks compare, with one signature. */
 #ifndef BENCH_MICRO_FRAME_WRITERS_H
 #define BENCH_MICRO_FRAME_WRITERS_H
 
@@ -30,7 +30,7 @@ using FrameWriter = int (*)(Targets* targets, int64_t presentationTs);
 struct NamedWriter {
     const char* name;
     FrameWriter writer;
-    int result; /**< the result that a write should have */
+    int result; /**< the expected result of a write */
 };
 
 const std::vector<NamedWriter>& frameWriters();

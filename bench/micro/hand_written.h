@@ -10,9 +10,9 @@
 namespace zelrtc::bench {
 
 /**
- * The least that a guarded write can cost when an application writes it by hand: one frame filled, both flags loaded,
- * the SDK called. The session is measured against it. The frame is filled first, as in the session, because the other
- * order costs nine instructions more.
+ * The least that a hand-written guarded write can cost: one frame filled, both flags loaded, the SDK called. The
+ * session is measured against it. The frame is filled first, as in the session, because the other order costs nine
+ * instructions more.
  */
 class HandWrittenSender {
 public:

@@ -88,7 +88,7 @@ void destroySession(benchmark::State& state) {
     }
 }
 
-// A session in a call, for steps that happen many times in one.
+// A session in a call, for steps that a call repeats.
 class Call {
 public:
     Call() : session(1, configuration(0), &callback_) {

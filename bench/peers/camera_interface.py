@@ -1,4 +1,4 @@
-"""As much of the demo camera's HTTP interface as the headless viewer uses, in front of something else that answers
+"""The part of the demo camera's HTTP interface that the headless viewer uses, in front of another program that answers
 calls."""
 import asyncio
 import json
@@ -56,7 +56,7 @@ class Calls:
 
 
 async def serve(backend):
-    """Serves on a free port, which it prints, until the process is told to stop."""
+    """Serves on a free port, which it prints, until the process is stopped."""
     calls = Calls(backend)
     application = web.Application()
     application.add_routes([

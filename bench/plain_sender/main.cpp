@@ -1,5 +1,5 @@
-// plain-sender: serves the demo camera's streams over webrtcbin, with neither session nor SDK in between. It has as
-// much of the camera's HTTP interface as the headless viewer needs. For comparison only.
+// plain-sender: serves the demo camera's streams over webrtcbin, with neither session nor SDK in between. It has the
+// part of the camera's HTTP interface that the headless viewer needs. For comparison only.
 #include <pthread.h>
 
 #include <CLI/CLI.hpp>
@@ -24,7 +24,7 @@ using nlohmann::json;
 using zelrtc::camera::Request;
 using zelrtc::camera::Response;
 
-// Each call has three connections, from one address; so many calls at the same time are compared.
+// Each call has three connections, all from one address, and up to 64 calls at a time are compared.
 constexpr size_t kMostConnections = 64 * 3 + 32;
 
 class Sender {

@@ -18,7 +18,7 @@
 
 namespace zelrtc::bench {
 
-/** Any thread, but the destructor must not run on one of GStreamer's. */
+/** Usable on any thread, but it must not be destroyed on one of GStreamer's. */
 class PlainPeer : public zelrtc::camera::FrameSink {
 public:
     /** @param onConnected called on a GStreamer thread when media can flow */

@@ -1,4 +1,4 @@
-// Ends of calls on an SDK that takes its time to release a connection.
+// How calls end on an SDK that is slow to release a connection.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -29,7 +29,7 @@ using zelrtc::test::SdkFunction;
 constexpr auto kLimit = 10s;
 constexpr const char* kOffer = R"({"type":"offer","sdp":"v=0"})";
 
-/** Holds the threads that pass it until it is opened; closed ones give up at the limit, so that no test hangs. */
+/** Holds the threads that pass it until it is opened. They give up at the limit, so that no test hangs. */
 class Gate {
 public:
     explicit Gate(size_t opensAt = SIZE_MAX) : opensAt_(opensAt) {
@@ -43,7 +43,7 @@ public:
         --inside_;
     }
 
-    /** Waits until so many have been held at the same time. */
+    /** Waits until this many are held at the same time. */
     bool hasHeld(size_t count, std::chrono::milliseconds limit = kLimit) {
         std::unique_lock<std::mutex> lock(mutex_);
         return changed_.wait_for(lock, limit, [&] { return most_ >= count; });
@@ -160,7 +160,7 @@ TEST_F(CallEndTest, OtherCallsGoOnDuringARelease) {
     }));
     EXPECT_EQ(calls_.find(staying)->select(2, std::nullopt).video, 2);
     EXPECT_EQ(calls_.find(place())->summary().state, "none");
-    EXPECT_EQ(release_.holds(), 1U) << "the release was over by then";
+    EXPECT_EQ(release_.holds(), 1U) << "the release had already finished";
 }
 
 TEST_F(CallEndTest, TheKeeperEndsFailedCallsBesideEachOther) {
@@ -243,7 +243,7 @@ TEST_F(CallEndTest, ACallWithoutAnAnswerInTimeIsEndedAndSaysHowLongItHasWaited) 
     const auto call = calls_.place(kOffer, false);
     try {
         calls_.answerOf(*call, 1s);
-        ADD_FAILURE() << "there was an answer";
+        ADD_FAILURE() << "the call was answered";
     } catch (const CallError& error) {
         EXPECT_EQ(error.kind(), CallError::Kind::kNoAnswer);
         EXPECT_THAT(error.what(), ::testing::HasSubstr("within 1 seconds"));
@@ -265,7 +265,7 @@ TEST_F(CallEndTest, ARefusedOfferLeavesNoCall) {
     RecordingSdk::instance().failAlways(SdkFunction::setRemoteDescription, 0x55000008);
     try {
         place();
-        ADD_FAILURE() << "the offer was taken";
+        ADD_FAILURE() << "the offer was accepted";
     } catch (const CallError& error) {
         EXPECT_EQ(error.kind(), CallError::Kind::kOfferRefused);
         EXPECT_EQ(static_cast<uint32_t>(error.sdkStatus()), 0x55000008U);

@@ -1,4 +1,4 @@
-// Who gives way, and when somebody's time is over. Time is made up.
+// Which connection gives way, and when one runs out of time. The time is made up.
 
 #include "http/connection_table.h"
 

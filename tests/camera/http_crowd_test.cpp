@@ -1,4 +1,4 @@
-// Many connections at the same time, and somebody who only wants to see the camera.
+// Many connections at once, and a visitor who only wants to see the camera.
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -26,11 +26,11 @@ protected:
     void SetUp() override {
         const DescriptorBudget budget = reserveDescriptors(2 * kCrowd + 200);
         if (budget.allowed < budget.wanted) {
-            GTEST_SKIP() << "this process may not have enough descriptors";
+            GTEST_SKIP() << "this process may not open enough descriptors";
         }
     }
 
-    // Connections that begin a request and leave it at that.
+    // Opens connections that begin a request and never finish it.
     void gather(int port, const std::string& from) {
         for (size_t i = 0; i < kCrowd; ++i) {
             crowd_.emplace_back(port, from);

@@ -16,7 +16,7 @@ using std::chrono::milliseconds;
 
 constexpr milliseconds kShort(150);
 
-// Sends a byte now and then until the server has had enough; each alone would be in time.
+// Sends a byte now and then, each of them in time, until the server closes the connection.
 bool isClosedWhileTrickling(RawClient& client) {
     return comesTrue([&client] {
         client.send("x");

@@ -1,4 +1,4 @@
-// Streams of events, and readers that do not read.
+// Event streams, and readers that do not read them.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

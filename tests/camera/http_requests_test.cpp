@@ -1,4 +1,4 @@
-// What comes back for what is sent, over real connections.
+// Requests and their responses, over real connections.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// The end of the server, with everything else going on.
+// Stopping the server while everything else goes on.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,7 +14,7 @@ namespace {
 
 using ::testing::HasSubstr;
 
-// The limits of these servers are minutes, so whatever is waited for shows.
+// The limits of these servers are minutes, so waiting for any of them shows.
 constexpr std::chrono::seconds kAtOnce(5);
 
 TEST(HttpStop, WaitsForNobodyWhoHasAskedNothing) {

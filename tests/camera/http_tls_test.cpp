@@ -1,4 +1,4 @@
-// The same server behind TLS, asked by a client that trusts its certificate and no other.
+// The same server over TLS, with a client that trusts its certificate and no other.
 
 #include <gmock/gmock.h>
 #include <gnutls/gnutls.h>

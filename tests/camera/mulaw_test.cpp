@@ -18,7 +18,7 @@ TEST(MulawTest, KnownCodesHaveTheirKnownSamples) {
 TEST(MulawTest, EverySampleOfACodeIsCodedAsThatCode) {
     for (int code = 0; code < 256; ++code) {
         const auto byte = static_cast<uint8_t>(code);
-        const uint8_t expected = byte == 0x7f ? 0xff : byte;  // both codes for zero mean the same
+        const uint8_t expected = byte == 0x7f ? 0xff : byte;  // there are two codes for zero
         EXPECT_EQ(mulawEncode(mulawDecode(byte)), expected) << "code " << code;
     }
 }

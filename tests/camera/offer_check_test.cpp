@@ -105,7 +105,7 @@ TEST(OfferCheckTest, TheCodecsOfOtherSectionsAreNotThoseOfTheVideo) {
     EXPECT_EQ(refusalOf(checkOfferedSdp, sdp + "a=rtpmap:97 H264/90000\r\n").status, 422);
 }
 
-// As the SDK counts: each of the line ends takes four characters.
+// Counted as the SDK counts: each line end takes four characters.
 TEST(OfferCheckTest, AnOfferOf25000EscapedCharactersPassesAndALongerOneDoesNot) {
     const std::string sdp = kSdp;
     const size_t escaped = sdp.size() + 2 * 4;

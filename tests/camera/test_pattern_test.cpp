@@ -11,7 +11,7 @@ constexpr size_t kWidth = 640;
 constexpr size_t kHeight = 360;
 constexpr uint8_t kBright = 128;
 
-// A picture that owns its memory, its lines padded with bytes that must not be touched.
+// A picture that owns its memory; its lines end in padding that must not be touched.
 class Canvas {
 public:
     Canvas(size_t width, size_t height) : width_(width), height_(height) {

@@ -1,5 +1,5 @@
-// Prints what a session costs at run time as JSON: its size, the heap it holds, and the stack that each operation and
-// each handler touches. The SDK is the stub SDK, which keeps next to nothing on the stack.
+// Prints the run-time cost of a session as JSON: its size, the heap it holds, and the stack that each operation and
+// handler touches. The stub SDK uses next to no stack itself.
 #include <malloc.h>
 #include <ucontext.h>
 
@@ -17,7 +17,7 @@ namespace {
 
 const size_t kStackSize = 1024 * 1024;
 const unsigned char kPaint = 0xa5;
-// Of the lengths that a TURN service hands out.
+// As long as the URLs that TURN services hand out.
 const char kServerUrl[] = "turns:192-0-2-17.turn.service.example.net:443?transport=tcp";
 const char kServerUser[] = "1767225600:arn-of-a-channel-or-a-user-name-of-this-length/0123456789abcdef";
 const char kServerCredential[] = "bm90IGEgcmVhbCBzZWNyZXQsIGp1c3QgbG9uZyBlbm91Z2g=";
@@ -37,7 +37,7 @@ ZelRtcSessionConfig configWithServers(size_t count, bool trickle) {
 // Built before anything is measured.
 const std::string kOffer(4000, 'o');
 
-// What the operations work on: built before the painted thread starts, so that only the operation itself is measured.
+// What the operations work on: built before the painted thread starts, so that only the operation is measured.
 struct Scene {
     explicit Scene(bool trickle) : config(configWithServers(5, trickle)), callback(), session(7, config, &callback) {
     }
@@ -74,7 +74,7 @@ Frame emptyFrame() {
 uint8_t media[16];
 Frame received = emptyFrame();
 char candidateText[] = "{\"candidate\":\"candidate:1 1 udp 1 192.0.2.2 9 typ host\"}";
-// Where an operation constructs or destroys a session without the allocation's own stack in the measurement.
+// For constructing and destroying a session in place, which keeps the allocator's stack out of the measurement.
 alignas(ZelRtcSession) unsigned char sessionPlace[sizeof(ZelRtcSession)];
 
 void prepareDestruction(Scene& scene) {
@@ -82,7 +82,7 @@ void prepareDestruction(Scene& scene) {
     session->init(kOffer);
 }
 
-// What it takes to call an operation at all.
+// The cost of calling any operation at all.
 const Operation kNothing = {"nothing", true, prepareNothing, [](Scene&) {}};
 
 const Operation kOperations[] = {
@@ -124,14 +124,14 @@ Scene* currentScene;
 unsigned char paintedStack[kStackSize];
 size_t untouchedStack;
 
-// Looks at the paint before it returns, because returning to the other stack touches this one.
+// Inspects the paint before it returns: switching back to the other stack touches this one.
 void runCurrentOperation() {
     currentOperation->run(*currentScene);
     for (untouchedStack = 0; paintedStack[untouchedStack] == kPaint; untouchedStack++) {
     }
 }
 
-// Bytes that one run of the operation touches on a painted stack, what it takes to get there included.
+// Bytes that one run of the operation touches on a painted stack, including the way to it.
 size_t touchedStack(const Operation& operation) {
     Scene scene(operation.trickle);
     operation.prepare(scene);
@@ -170,7 +170,7 @@ void printHeap(size_t serverCount) {
 
 }  // namespace
 
-// The library's allocations are counted where it makes them; the size is what the C library really set aside.
+// Counts the library's allocations; the size is what the C library really set aside.
 void* operator new(size_t size) {
     void* memory = std::malloc(size);
     if (memory == nullptr) {

@@ -1,4 +1,4 @@
-/** @file application.h An application's callback that notes what it is told and may act on it. */
+/** @file application.h A session callback that records what it receives and may react to it. */
 #ifndef TESTS_FUZZ_APPLICATION_H
 #define TESTS_FUZZ_APPLICATION_H
 

@@ -1,4 +1,4 @@
-// Candidates from the far end: the reader of their JSON and of the line inside.
+// Candidates from the far end: parses their JSON and the line inside.
 #include <string.h>
 
 #include <algorithm>
@@ -19,7 +19,7 @@ const CHAR kUntouched = '#';
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    // The text ends where its length says, not at a terminator: a heap block of its size shows any step beyond.
+    // The text has a length and no terminator; in a heap block of exactly that size, any overrun shows.
     std::unique_ptr<CHAR[]> json(new CHAR[size > 0 ? size : 1]);
     std::copy(data, data + size, json.get());
     RtcIceCandidateInit candidate;
@@ -34,7 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     const std::string line(candidate.candidate, strnlen(candidate.candidate, sizeof(candidate.candidate)));
     const auto usable = zelrtc::hostsdk::usableCandidate(line);
-    require(!usable || !usable->empty(), "a usable candidate has a text");
+    require(!usable || !usable->empty(), "a usable candidate is not empty");
     zelrtc::hostsdk::sdkCandidate(line);
     return 0;
 }

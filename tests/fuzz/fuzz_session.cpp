@@ -1,4 +1,4 @@
-// A whole session, driven by the input, over an SDK that fails as the input says.
+// A whole session driven by the input, over an SDK whose failures the input picks.
 #include "session_run.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

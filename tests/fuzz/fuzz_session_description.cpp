@@ -1,4 +1,4 @@
-// Offers from the far end: the reader of descriptions, and what the answer is chosen from.
+// Offers from the far end: parses them and plans their answers.
 #include <string.h>
 
 #include <memory>
@@ -20,7 +20,7 @@ namespace {
 
 const CHAR kUntouched = '#';
 
-// What the engine gets and what the viewer gets are descriptions again, of as many sections as they must have.
+// The descriptions for the engine and for the viewer must parse again, with the right number of sections.
 void negotiate(const std::string& sdp) {
     constexpr RTC_CODEC kH264 = RTC_CODEC_H264_PROFILE_42E01F_LEVEL_ASYMMETRY_ALLOWED_PACKETIZATION_MODE;
     std::string error;
@@ -30,7 +30,7 @@ void negotiate(const std::string& sdp) {
                                           {RTC_CODEC_MULAW, RTC_RTP_TRANSCEIVER_DIRECTION_SENDRECV, "stream", "sound"}},
                                          &error)
                             : std::nullopt;
-    require(plan || !error.empty(), "a refused offer is refused with a reason");
+    require(plan || !error.empty(), "a refused offer has a reason");
     if (!plan) {
         return;
     }
@@ -45,7 +45,7 @@ void negotiate(const std::string& sdp) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    // The text ends where its length says, not at a terminator: a heap block of its size shows any step beyond.
+    // The text has a length and no terminator; in a heap block of exactly that size, any overrun shows.
     std::unique_ptr<CHAR[]> json(new CHAR[size > 0 ? size : 1]);
     std::copy(data, data + size, json.get());
     RtcSessionDescriptionInit description;

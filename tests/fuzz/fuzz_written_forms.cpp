@@ -1,4 +1,4 @@
-// What is written is read back as it was: descriptions and candidates, with any text inside.
+// Descriptions and candidates are read back exactly as they were written, whatever text they hold.
 #include <fuzzer/FuzzedDataProvider.h>
 #include <string.h>
 
@@ -17,8 +17,8 @@ namespace {
 
 const size_t kLargestEscape = sizeof("\\u0000") - 1;
 
-// JSON text is UTF-8, and a field ends at its terminator. Of what JSON escapes only line ends come back: other escapes
-// stay in the text as they are.
+// JSON text is UTF-8, and a field ends at its terminator. Reading unescapes line ends only: other escapes stay in the
+// text as they are.
 bool comesBack(unsigned char byte) {
     return byte == '\r' || byte == '\n' || (byte >= 0x20 && byte < 0x80 && byte != '"' && byte != '\\');
 }
@@ -47,14 +47,14 @@ void describe(FuzzedDataProvider* input) {
                 "a text that fits is written");
         return;
     }
-    require(status == STATUS_SUCCESS, "only the room can be too small");
-    require(length <= room && buffer[length - 1] == '\0', "the length counts the terminator and keeps to the room");
+    require(status == STATUS_SUCCESS, "only too little room makes it fail");
+    require(length <= room && buffer[length - 1] == '\0', "the length counts the terminator and fits the room");
 
     RtcSessionDescriptionInit read;
     memset(&read, 0, sizeof(read));
     const STATUS readStatus = deserializeSessionDescriptionInit(buffer.data(), length - 1, &read);
-    require((readStatus == STATUS_SUCCESS) == !sdp.empty(), "a description that was written is readable, unless empty");
-    require(sdp.empty() || (read.type == written.type && sdp == read.sdp), "a description is read as it was written");
+    require((readStatus == STATUS_SUCCESS) == !sdp.empty(), "a written description can be read, unless empty");
+    require(sdp.empty() || (read.type == written.type && sdp == read.sdp), "a description is read back as written");
 }
 
 void announce(FuzzedDataProvider* input) {
@@ -64,8 +64,8 @@ void announce(FuzzedDataProvider* input) {
 
     RtcIceCandidateInit read;
     const STATUS status = deserializeRtcIceCandidateInit(json.data(), static_cast<UINT32>(json.size()), &read);
-    require((status == STATUS_SUCCESS) == !line.empty(), "a candidate that was written is readable, unless empty");
-    require(line.empty() || line == read.candidate, "a candidate is read as it was written");
+    require((status == STATUS_SUCCESS) == !line.empty(), "a written candidate can be read, unless empty");
+    require(line.empty() || line == read.candidate, "a candidate is read back as written");
 }
 
 }  // namespace

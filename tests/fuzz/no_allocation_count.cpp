@@ -1,4 +1,4 @@
-// Stands in for the unit tests' allocation counter, so that operator new and delete stay the sanitizer's.
+// Replaces the unit tests' allocation counter, which would take operator new and delete from the sanitizer.
 #include "allocations.h"
 
 namespace zelrtc::test {

@@ -1,6 +1,5 @@
 /**
- * @file promise.h How a fuzz target ends when the code under test breaks a promise: with the promise's words and the
- * input kept.
+ * @file promise.h Ends a fuzz target when the code under test breaks a promise: the promise is printed, the input kept.
  */
 #ifndef TESTS_FUZZ_PROMISE_H
 #define TESTS_FUZZ_PROMISE_H

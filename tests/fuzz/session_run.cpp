@@ -1,4 +1,4 @@
-// The run's course: construction, steps, the SDK's moods, destruction.
+// The course of a run: construction, steps, what the SDK does, destruction.
 #include "session_run.h"
 
 #include <algorithm>
@@ -19,7 +19,7 @@ const size_t kMaxServers = 24;
 const size_t kMaxServerText = 256;
 const size_t kLargestAnswer = 10240;
 
-// Where the SDK's threads may come in while an operation is under way: gathering starts with the descriptions.
+// The SDK calls in which events may interrupt an operation: gathering starts with the descriptions.
 const SdkFunction kInterrupted[] = {SdkFunction::setRemoteDescription, SdkFunction::createAnswer,
                                     SdkFunction::setLocalDescription, SdkFunction::serializeSessionDescriptionInit,
                                     SdkFunction::closePeerConnection};
@@ -114,7 +114,7 @@ void SessionRun::step() {
             writeAudio();
             break;
         case 5:
-            // An end early on would leave little to see.
+            // Ending too early would leave little to see.
             if (input_.ConsumeIntegralInRange(0, 3) == 0) {
                 teminate();
             }
@@ -140,8 +140,8 @@ void SessionRun::destroy() {
     size_t queries = 0;
     bool failed = false;
     while (hadConnection && queries < serverCount && !failed) {
-        require(calls.at(queries).function == SdkFunction::rtcPeerConnectionGetMetrics, "servers are asked in turn");
-        require(calls[queries].length == queries, "each server is asked for once");
+        require(calls.at(queries).function == SdkFunction::rtcPeerConnectionGetMetrics, "servers are queried in turn");
+        require(calls[queries].length == queries, "each server is queried once");
         failed = calls[queries].status != STATUS_SUCCESS;
         ++queries;
     }
@@ -152,11 +152,11 @@ void SessionRun::destroy() {
     }
     require(sdk_.liveConnections() == 0, "every connection that was created has been freed");
     require(application_.told == model_.told, "destruction tells the application nothing");
-    require(sdk_.misuse().empty(), "the SDK is called on what lives");
+    require(sdk_.misuse().empty(), "the SDK is only called with live objects");
     expectLines();
 }
 
-// ---- the SDK's moods ----
+// ---- what the SDK does ----
 
 void SessionRun::scriptSdk() {
     sdk_.succeedAgain();
@@ -178,7 +178,7 @@ void SessionRun::deliverDefaults() {
     sdk_.deliver.iceServers.resize(kMaxServers);
 }
 
-// Lets an event come in while the next operation is inside the SDK.
+// Fires an event while the next operation is inside the SDK.
 void SessionRun::interruptNext() {
     const SdkFunction function = input_.PickValueInArray(kInterrupted);
     for (const SdkFunction other : kInterrupted) {
@@ -252,7 +252,7 @@ std::string SessionRun::answerText(const std::string& sdp) const {
     return whole.empty() ? R"({"type": "answer", "sdp": ")" + sdp + R"("})" : whole;
 }
 
-// Mostly short; now and then of a length where a limit may lie.
+// Mostly short; now and then as long as a limit may be.
 std::string SessionRun::text(size_t limit) {
     if (input_.ConsumeBool()) {
         return input_.ConsumeRandomLengthString(16);

@@ -1,7 +1,7 @@
 /**
- * @file session_run.h One session's life, driven by a byte string: public calls, the SDK's handlers and the SDK's
- * statuses in an order that nobody would think of, beside a plain model of what the session promises. Whatever the two
- * disagree on ends the run.
+ * @file session_run.h The life of one session, driven by a byte string: public calls, SDK handlers and SDK statuses in
+ * orders that nobody would think of, checked against a plain model of the session's promises. Any disagreement ends the
+ * run.
  */
 #ifndef TESTS_FUZZ_SESSION_RUN_H
 #define TESTS_FUZZ_SESSION_RUN_H
@@ -33,7 +33,7 @@ public:
     void run();
 
 private:
-    /** What the session has to be and do by now. */
+    /** What must be true of the session by now. */
     struct Model {
         ZelRtcSessionConfig given;
         ZelRtcSessionConfig corrected;
@@ -98,7 +98,7 @@ private:
     std::unique_ptr<ZelRtcSession> session_;
     std::vector<BYTE> media_;
     bool isNested_ = false;
-    // Ranges of SDK calls that an event or a reaction made while an operation was under way.
+    // Ranges of SDK calls that an event or a reaction made in the middle of an operation.
     std::vector<std::pair<size_t, size_t>> nestedCalls_;
 };
 

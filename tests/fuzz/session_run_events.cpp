@@ -1,4 +1,4 @@
-// What the SDK reports, and what the session may make of it.
+// What the SDK reports, and how the session may react.
 #include "session_run.h"
 
 #include "promise.h"

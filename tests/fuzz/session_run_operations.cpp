@@ -1,4 +1,4 @@
-// What the application does, and what it may expect of it.
+// What the application does, and what it may expect.
 #include "session_run.h"
 
 #include <stdio.h>
@@ -18,7 +18,7 @@ const size_t kMaxMessage = 10240;
 const int kKeyFrame = 0x10;
 const UINT32 kRefused = 2;
 
-// The road of a negotiation; serialization follows in a trickle call.
+// The SDK calls of a negotiation; a trickle call adds the serialization.
 const SdkFunction kNegotiation[] = {SdkFunction::createPeerConnection,
                                     SdkFunction::peerConnectionOnIceCandidate,
                                     SdkFunction::peerConnectionOnConnectionStateChange,
@@ -49,7 +49,7 @@ void SessionRun::init() {
     const std::string offer = input_.ConsumeRandomLengthString(64);
     interruptNext();
     const bool hadConnection = model_.hasConnection;
-    // Stored early in init: an event that comes in finds it, also when init fails later on.
+    // init stores it early, so that events find it, even if init fails later.
     model_.hasConnection = true;
     const int result = session_->init(offer);
     const std::vector<SdkCall> calls = ownCallsSince(0);
@@ -65,7 +65,7 @@ void SessionRun::init() {
     UINT32 expected = STATUS_SUCCESS;
     size_t done = 0;
     while (done < wholeRoad && expected == STATUS_SUCCESS) {
-        require(calls.at(done).function == kNegotiation[done], "negotiation keeps to its order");
+        require(calls.at(done).function == kNegotiation[done], "negotiation keeps its order");
         expected = calls[done].status;
         ++done;
     }
@@ -94,7 +94,7 @@ void SessionRun::init() {
 void SessionRun::addRemoteCandidate() {
     const size_t size = input_.PickValueInArray<size_t>({0, 1, 80, 255, 256, 300, 5000, 10240, 10241, 20000});
     const std::string json = input_.ConsumeRandomLengthString(64) + std::string(size, 'c');
-    // The line is a part of the text, so it is never the longer of the two.
+    // The line is part of the text, so it is never longer.
     sdk_.deliver.candidateLine = json.substr(0, input_.ConsumeIntegralInRange<size_t>(0, json.size()));
     const std::string& line = sdk_.deliver.candidateLine;
     const bool isTerminated = std::min(line.size(), line.find('\0')) <= MAX_ICE_CANDIDATE_INIT_CANDIDATE_LEN;

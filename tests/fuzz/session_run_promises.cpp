@@ -27,12 +27,12 @@ void SessionRun::expectConfiguration() const {
     require(created.size() == 1, "a negotiation creates one connection");
     const RtcConfiguration configuration = created[0].as<RtcConfiguration>();
     const bool isRelay = configuration.iceTransportPolicy == ICE_TRANSPORT_POLICY_RELAY;
-    require(isRelay == model_.corrected.relayOnly, "relay only is asked for when it is wanted");
+    require(isRelay == model_.corrected.relayOnly, "only relays are asked for when relayOnly is set");
     const auto& servers = model_.corrected.iceServers;
     for (size_t i = 0; i < MAX_ICE_SERVERS_COUNT; ++i) {
         const ZelRtcIceServer server = i < servers.size() ? servers[i] : ZelRtcIceServer();
         const RtcIceServer& given = configuration.iceServers[i];
-        require(holds(given.urls, server.url), "servers are handed over in their order");
+        require(holds(given.urls, server.url), "servers are passed on in order");
         require(holds(given.username, server.username), "a server has its user name");
         require(holds(given.credential, server.username.empty() ? "" : server.credential),
                 "a credential goes with a user name only");
@@ -43,7 +43,7 @@ void SessionRun::expectMembers() {
     require(session_->getSessionId() == sid_, "the id stays");
     require(static_cast<UINT32>(session_->getState()) == model_.state, "getState is the last state reported");
     const bool hasConnection = member(*session_, zelrtc::test::pPeerConnection_Tag()) != nullptr;
-    require(hasConnection == model_.hasConnection, "the connection is kept after success only");
+    require(hasConnection == model_.hasConnection, "only a successful init keeps its connection");
     require(sdk_.liveConnections() == (hasConnection ? 1 : 0), "a connection that is not kept has been freed");
     require((member(*session_, zelrtc::test::pVideoRtcRtpTransceiver_Tag()) != nullptr) == model_.hasTransceivers,
             "the video transceiver is kept after success only");
@@ -68,8 +68,8 @@ void SessionRun::expectLines() const {
 }
 
 void SessionRun::expectAll() {
-    require(application_.told == model_.told, "the application is told what it has to know, once and in order");
-    require(sdk_.misuse().empty(), "the SDK is called on what lives");
+    require(application_.told == model_.told, "the application gets each report once and in order");
+    require(sdk_.misuse().empty(), "the SDK is only called with live objects");
     expectMembers();
     expectLines();
 }

@@ -1,4 +1,4 @@
-/** @file access_units.h Something to send. */
+/** @file access_units.h Video to send. */
 #ifndef TESTS_HOSTSDK_ACCESS_UNITS_H
 #define TESTS_HOSTSDK_ACCESS_UNITS_H
 

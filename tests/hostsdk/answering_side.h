@@ -1,5 +1,5 @@
 /**
- * @file answering_side.h The near end of a call in the tests: hostsdk through its C functions, as a session drives it.
+ * @file answering_side.h The near end of a call: hostsdk through its C functions, driven as a session drives it.
  */
 #ifndef TESTS_HOSTSDK_ANSWERING_SIDE_H
 #define TESTS_HOSTSDK_ANSWERING_SIDE_H
@@ -30,7 +30,7 @@ public:
     ~AnsweringSide();
 
     STATUS setOffer(const std::string& sdp);
-    // Sets the offer, makes and sets the answer; returns the first status that is not success.
+    // Sets the offer, then creates and sets the answer; returns the first status that is not success.
     STATUS answer(const std::string& offer);
     std::string answerSdp() const;
     // Includes the candidates gathered so far.
@@ -39,12 +39,12 @@ public:
 
     STATUS writeVideo(size_t index);
     STATUS writeAudio(size_t index);
-    // Writes 30 video and audio frames a second until the condition holds; false at the deadline.
+    // Writes 30 video and audio frames a second until the condition holds; false on timeout.
     bool writeUntil(const std::function<bool()>& condition);
 
     void close();
 
-    // These return false at the deadline.
+    // These return false on timeout.
     bool waitForState(RTC_PEER_CONNECTION_STATE state, std::chrono::milliseconds limit = kDeadline);
     bool waitForGathering(std::chrono::milliseconds limit = kDeadline);
     bool waitFor(const std::function<bool()>& condition, std::chrono::milliseconds limit = kDeadline);
@@ -55,7 +55,7 @@ public:
     int ends();
     std::vector<UINT32> audioSizes();
     std::vector<UINT64> audioTimes();
-    // On which threads candidates, the end of gathering and states other than CONNECTED came, and on which the others.
+    // The threads that delivered candidates, the end of gathering and states other than CONNECTED; then all the others.
     std::set<std::thread::id> timerThreads();
     std::set<std::thread::id> listenerThreads();
 

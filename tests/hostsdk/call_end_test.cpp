@@ -186,7 +186,7 @@ TEST_F(CallEnd, leavesNoDescriptorsBehind) {
             WebrtcbinViewer viewer("video audio");
             connect(&side, &viewer);
         }
-        // After the first two calls, everything that the process keeps for good is open.
+        // After the first two calls, everything that the process opens once and keeps is open.
         before = i == 1 ? openDescriptors() : before;
     }
     EXPECT_LE(openDescriptors(), before);

@@ -72,7 +72,7 @@ TEST_F(Call, refusesFramesForWhatTheViewerDidNotAskFor) {
     EXPECT_EQ(side.writeVideo(0), STATUS_SUCCESS);
 }
 
-// Not the first one: webrtcbin as the far end does not take its transport along to another section.
+// The refused section is not the first: as the far end, webrtcbin does not move its transport to another section.
 TEST_F(Call, goesOnWithoutTheSectionThatHasNoCommonCodec) {
     place("audio vp8");
     EXPECT_EQ(side.writeVideo(0), kTransportNotReady);
@@ -126,7 +126,7 @@ TEST_F(Call, tellsTheSelectedCandidates) {
     EXPECT_STREQ(local.url, "N/A");
     EXPECT_GT(local.port, 0);
     EXPECT_GT(local.priority, 0);
-    // The candidate must be one that this side has announced.
+    // The candidate must be one that this side announced.
     const std::string announced = std::string(" ") + local.address + " " + std::to_string(local.port) + " typ host";
     EXPECT_NE(side.localSdp().find(announced), std::string::npos) << announced;
 

@@ -15,8 +15,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// A server-reflexive candidate and the end of gathering are reported on different threads. This holds the candidate's
-// thread back, as a loaded machine does, until the end has been reported, if it is.
+// A server-reflexive candidate and the end of gathering are reported on different threads. Like a loaded machine, this
+// delays the candidate's thread until the end has been reported, if it is.
 class HeldBackCandidate {
 public:
     explicit HeldBackCandidate(AnsweringSide* side)

@@ -1,4 +1,4 @@
-/** @file offer_text.h Offers for the tests of what answers are made from. */
+/** @file offer_text.h Writes offers for the tests. */
 #ifndef TESTS_HOSTSDK_OFFER_TEXT_H
 #define TESTS_HOSTSDK_OFFER_TEXT_H
 
@@ -22,7 +22,7 @@ inline std::string transport(const std::string& user = "vwVw") {
            "a=rtcp-mux\r\n";
 }
 
-// With a mid unless it is empty.
+// The mid line; nothing for an empty mid.
 inline std::string midLine(const std::string& mid) {
     return mid.empty() ? "" : "a=mid:" + mid + "\r\n";
 }
@@ -46,7 +46,7 @@ inline std::vector<hostsdk::AnsweringTrack> tracks() {
             {RTC_CODEC_MULAW, RTC_RTP_TRANSCEIVER_DIRECTION_SENDRECV, "stream", "sound"}};
 }
 
-// What is wrong with the offer.
+// Why the offer is refused.
 inline std::string errorOf(const std::string& sdp) {
     std::string error;
     const auto offer = hostsdk::parseDescription(sdp, &error);

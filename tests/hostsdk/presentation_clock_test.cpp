@@ -27,7 +27,7 @@ TEST(PresentationClock, putsTracksOfOneTimelineTogether) {
     std::optional<gint64> video;
     std::optional<gint64> audio;
     clock.toRunningTime(5 * kTicksPerSecond, 7 * GST_SECOND, &video);
-    // The audio frame of the same moment is written 300 ms later.
+    // The audio frame captured at the same moment is written 300 ms later.
     EXPECT_EQ(clock.toRunningTime(5 * kTicksPerSecond, 7 * GST_SECOND + 300 * GST_MSECOND, &audio), 7 * GST_SECOND);
 }
 

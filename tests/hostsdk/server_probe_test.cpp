@@ -28,7 +28,7 @@ bool eventually(const std::function<bool()>& condition) {
     return condition();
 }
 
-// A port of the loopback address that takes what comes and says nothing.
+// A loopback port that accepts everything and answers nothing.
 class SilentPort {
 public:
     explicit SilentPort(int type) : socket_(socket(AF_INET, type, 0)) {

@@ -20,7 +20,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// Sends binding requests (RFC 8489) to a port of this host, as a viewer's ICE agent does all the time.
+// Sends binding requests (RFC 8489) to a port of this host, as a viewer's ICE agent constantly does.
 class Checks {
 public:
     Checks(const std::string& address, int port) {
@@ -50,7 +50,7 @@ private:
         return address.sa_family == AF_INET ? sizeof(sockaddr_in) : sizeof(sockaddr_in6);
     }
 
-    // Without the interface's name, which a link-local address has at its end.
+    // Without the interface name that a link-local address ends with.
     static std::string textOf(const sockaddr* address) {
         char text[NI_MAXHOST]{};
         if (address == nullptr || (address->sa_family != AF_INET && address->sa_family != AF_INET6)) {
@@ -64,7 +64,7 @@ private:
     void connectTo(const sockaddr& host, int port) {
         sockaddr_in6 place{};
         memcpy(&place, &host, sizeOf(host));
-        // At the same place in both kinds of address.
+        // The port has the same offset in both kinds of address.
         place.sin6_port = htons(static_cast<uint16_t>(port));
         socket_ = socket(host.sa_family, SOCK_DGRAM, 0);
         EXPECT_EQ(connect(socket_, reinterpret_cast<const sockaddr*>(&place), sizeOf(host)), 0);
@@ -101,7 +101,7 @@ TEST(SignsOfLife, areTheChecksOfAViewerThatSendsNothingElse) {
     viewer.freeze();
     {
         const Checks checks(local.address, local.port);
-        // Twice as long as silence may last.
+        // Twice the silence that means DISCONNECTED.
         EXPECT_FALSE(side.waitForState(RTC_PEER_CONNECTION_STATE_DISCONNECTED, 6s));
     }
     EXPECT_TRUE(side.waitForState(RTC_PEER_CONNECTION_STATE_DISCONNECTED));

@@ -62,7 +62,7 @@ TEST_F(ReportedState, waitsForTheReportOfTheStateBefore) {
     reports.add(RTC_PEER_CONNECTION_STATE_CONNECTED);
     ASSERT_EQ(connected.get_future().wait_for(kReportDeadline), std::future_status::ready);
     reports.add(RTC_PEER_CONNECTION_STATE_CLOSED);
-    // The timer thread has other things to do meanwhile.
+    // Meanwhile the timer thread runs other tasks.
     threadOf([&](HandlerExecutor::Task task) { executor->post(std::move(task)); });
     auto end = closed.get_future();
     EXPECT_EQ(end.wait_for(50ms), std::future_status::timeout);

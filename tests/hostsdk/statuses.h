@@ -1,4 +1,4 @@
-/** @file statuses.h Statuses of the C library that the tests name, by their values. */
+/** @file statuses.h Statuses of the C library that the tests expect. */
 #ifndef TESTS_HOSTSDK_STATUSES_H
 #define TESTS_HOSTSDK_STATUSES_H
 

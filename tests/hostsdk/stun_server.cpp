@@ -22,7 +22,7 @@ constexpr std::array<uint8_t, 6> kAttribute{0x00, 0x01, 0x00, 0x08, 0x00, 0x01};
 
 using Message = std::array<uint8_t, kHeaderSize + 12>;
 
-// The transaction id is the request's.
+// With the request's transaction id.
 Message responseTo(const Message& request, const sockaddr_in& client) {
     Message response = request;
     std::copy(kResponse.begin(), kResponse.end(), response.begin());

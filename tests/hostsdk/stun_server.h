@@ -1,4 +1,4 @@
-/** @file stun_server.h A STUN server that sees every client behind the same distant address. */
+/** @file stun_server.h A STUN server that reports the same distant address to every client. */
 #ifndef TESTS_HOSTSDK_STUN_SERVER_H
 #define TESTS_HOSTSDK_STUN_SERVER_H
 
@@ -11,7 +11,7 @@ namespace zelrtc::test {
 
 class StunServer {
 public:
-    // From a documentation network (RFC 5737), so that no machine has it.
+    // From a documentation network (RFC 5737), so no machine has it.
     static constexpr const char* kMappedAddress = "203.0.113.7";
 
     StunServer();

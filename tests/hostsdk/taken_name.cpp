@@ -1,4 +1,4 @@
-// Does not compile: the name is a macro of the SDK's.
+// Does not compile: the name is a macro of the SDK.
 #include <com/amazonaws/kinesis/video/webrtcclient/Include.h>
 
 namespace zelrtc::test {

@@ -146,7 +146,7 @@ WebrtcbinViewer::WebrtcbinViewer(const std::string& sections)
 
 WebrtcbinViewer::~WebrtcbinViewer() {
     gst::sendDtlsClose(webrtcbin_);
-    // Closing while it gathers candidates leaks descriptors.
+    // Closing webrtcbin while it gathers leaks descriptors.
     gst::waitUntilIdle(webrtcbin_);
     gst_element_set_state(pipeline_.get(), GST_STATE_NULL);
 }

@@ -1,4 +1,4 @@
-/** @file webrtcbin_viewer.h The far end of a call in the tests: a plain webrtcbin that makes the offer. */
+/** @file webrtcbin_viewer.h The far end of a call: a plain webrtcbin that makes the offer. */
 #ifndef TESTS_HOSTSDK_WEBRTCBIN_VIEWER_H
 #define TESTS_HOSTSDK_WEBRTCBIN_VIEWER_H
 
@@ -12,7 +12,7 @@
 
 namespace zelrtc::test {
 
-// The destructor closes the connection as a leaving viewer does.
+// The destructor closes the connection, as a viewer who leaves does.
 class WebrtcbinViewer {
 public:
     // The sections of the offer, in this order: "video" receives H.264, "audio" sends and receives mu-law,
@@ -33,13 +33,13 @@ public:
     // Distance between the RTP timestamps of the last two video frames, in units of 1/90000 s.
     guint32 lastVideoTimestampStep() const;
 
-    // Whatever the viewer sends goes nowhere, as if it had lost its network.
+    // Drops whatever the viewer sends, as if it had lost its network.
     void freeze();
     void thaw();
 
-    // Packets that the viewer has sent, or would have.
+    // Packets that the viewer has sent, or tried to.
     int talkPackets() const;
-    // These return false at the deadline.
+    // These return false on timeout.
     bool waitForTalk(int packets, std::chrono::seconds deadline);
     bool waitForClose(std::chrono::seconds deadline);
 

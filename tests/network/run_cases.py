@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Calls over bad networks, each in network namespaces of its own. Needs root, /dev/net/tun, ip and nft."""
+"""Calls over bad networks, each in its own network namespaces. Needs root, /dev/net/tun, ip and nft."""
 import argparse
 import json
 import os

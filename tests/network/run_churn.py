@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Many calls, one after the other, at once, and broken off at every stage: what does the camera hold afterwards?
+"""Many calls, one after the other, at once, and broken off at every stage: what does the camera still hold afterwards?
 
-The measuring starts after some calls of each kind, because the first calls of a process fill caches that stay. What
-counts is the heap in use, which a leak makes grow and nothing else: GLib's slices and the allocator's caches for each
-thread keep what was freed and would hide that, so the programs run without them. With --plain the engine alone is
-measured beside the camera. Needs root for a network namespace of its own.
+Measuring starts after some calls of each kind, because the first calls of a process fill caches that stay. What counts
+is the heap in use, because only a leak makes it grow. GLib's slices and the allocator's caches for each thread keep
+freed memory and would hide a leak, so the programs run without them. With --plain the engine alone is measured too.
+Needs root for a network namespace.
 """
 import argparse
 import json
@@ -19,28 +19,28 @@ from harness.programs import Camera, Viewer, wait_for  # noqa: E402
 
 SKIPPED = 77
 ABORT_POINTS = ("offer", "gathering", "dtls", "0.3")
-# Without the two whose release takes ten seconds.
+# Without the two that take ten seconds to release.
 QUICK_ABORT_POINTS = ("gathering", "0.3")
 RELEASE_SECONDS = max(sdk_limits.seconds("neverConnected"), sdk_limits.seconds("vanished")) + 15
-# The stand-in's silence of a vanished viewer passes this many times as fast.
+# The stand-in counts a vanished viewer's silence this many times faster.
 SILENCE_RATE = 5
-# What may stay: some memory once, and next to nothing for each call.
+# How much may remain: some memory once, and next to nothing for each call.
 RSS_KB_ONCE = 4096
 RSS_KB_PER_CALL = 8
-# The engine's own: GLib never forgets a name, and webrtcbin makes new ones with the numbers of each call's streams.
-# That is 1 to 3 kB for each call, in steps: now and then GLib's table of names doubles.
+# The engine's own growth: GLib never forgets a name, and webrtcbin makes new ones from the numbers of each call's
+# streams. That is 1 to 3 kB for each call, in steps, as GLib's table of names doubles now and then.
 HEAP_KB_ONCE = 256
 HEAP_KB_PER_CALL = 3
 EXACT_HEAP = {"G_SLICE": "always-malloc", "GLIBC_TUNABLES": "glibc.malloc.tcache_count=0", "MALLOC_ARENA_MAX": "1"}
-# The camera gives its free memory back to the system some seconds after its last call: nothing of its process changes
-# for so long once it has, and it has in time.
+# Some seconds after its last call the camera returns its free memory to the system. It has, once its figures do not
+# change for the first of these times; the second limits the wait.
 QUIET_SECONDS = 4
 SETTLE_SECONDS = 60
-# Idle threads of a pool end by themselves.
+# A pool ends its idle threads by itself.
 POOL_SECONDS = 40
 WARM_UP_CALLS = 5
 WARM_UP_AT_ONCE = 20
-# Broken-off calls are held for ten seconds, many at a time: memory is at its highest only after many of them.
+# A broken-off call is held for ten seconds, beside many others: memory peaks only after many of them.
 HELD_AT_ONCE = 50
 WARM_UP_BROKEN_OFF = 200
 COUNTED = ("descriptors", "threads")
@@ -75,7 +75,7 @@ class Churn:
             self.on_vanished(self._view("--abort-at", self.abort_points[number % len(self.abort_points)]).report())
 
     def on_vanished(self, report):
-        """The camera finds out by itself."""
+        """Nothing to do: the camera finds out by itself."""
 
     def _check(self, report):
         for call in report["calls"]:
@@ -107,11 +107,11 @@ class Churn:
             self.failures.append(f"still held: {self._camera.live_calls()}")
 
     def settled_within(self, limits):
-        """The figures once each is within its limit, or after a while, if it never is."""
+        """The figures once each is within its limit, or after a while if that never happens."""
         self.wait_for_release()
 
         def are_within():
-            # Asking costs the camera a thread, so it is not asked before the rest is as it should be.
+            # The heap comes last, because asking for it costs the camera a thread.
             now = figures(self.pid())
             if any(now[what] > limits[what] for what in now.keys() & limits.keys()):
                 return None
@@ -125,7 +125,7 @@ class Churn:
 
 
 class PlainChurn(Churn):
-    """The engine alone does not find out that its viewer is gone, so it is told, as late as a camera finds out."""
+    """The engine alone does not notice that its viewer is gone; this ends its calls as late as a camera would."""
 
     def __init__(self, *arguments):
         super().__init__(*arguments)
@@ -187,7 +187,7 @@ def churn_camera(network, options, abort_points):
 
 
 def churn_engine(network, options, abort_points):
-    """What the engine itself keeps of calls that were broken off; no verdict depends on it."""
+    """What the engine itself keeps of broken-off calls; informative only."""
     with Camera(options.plain, [], network.command_in, watched=False) as sender:
         churn = PlainChurn(network, sender, options.viewer, abort_points)
         baseline = warm_up(churn, options.short)

@@ -1,4 +1,4 @@
-// Sessions that are made and never initialised: an application may give up before the offer is used.
+// Sessions that are created and never initialised: an application may give up before it uses the offer.
 #include <gtest/gtest.h>
 #include <zelwebrtc_session.h>
 
@@ -11,9 +11,9 @@ namespace {
 
 constexpr int kSessions = 200;
 constexpr size_t kServers = 21;
-// A session's own copy of its servers is below 8 kB; see docs/footprint.md.
+// A session's own copy of its servers takes less than 8 kB; see docs/footprint.md.
 constexpr uint64_t kHeldByASession = 10000;
-// Less than a byte may stay for each session.
+// Less than one byte for each session may remain.
 constexpr uint64_t kHeldAfterwards = kSessions - 1;
 
 ZelRtcSessionConfig fullConfig() {
@@ -43,7 +43,7 @@ void makeAndDestroy(const ZelRtcSessionConfig& config) {
 TEST(SessionsWithoutInit, HoldNoDescriptorAndNoThreadAndLeaveNothingBehind) {
     loggerSetLogLevel(LOG_LEVEL_SILENT);
     const ZelRtcSessionConfig config = fullConfig();
-    makeAndDestroy(config);  // what is allocated once
+    makeAndDestroy(config);  // allocates what is allocated once
     const int descriptors = zelrtc::camera::openDescriptors();
     const int threads = zelrtc::camera::runningThreads();
     const uint64_t heap = zelrtc::camera::heapBytes().value_or(0);

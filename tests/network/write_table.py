@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes the outcomes of run_cases.py into docs/networks.md: write_table.py OUTCOMES.json DOCUMENT.md"""
+"""Writes the results of run_cases.py into docs/networks.md: write_table.py OUTCOMES.json DOCUMENT.md"""
 import json
 import sys
 

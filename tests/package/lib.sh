@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Sourced by the package tests. Needs: SOURCE (the project), WORK (a scratch folder of the test's own).
+# Sourced by the package tests. Needs SOURCE (the project) and WORK (the test's scratch folder).
 set -euo pipefail
 
 SOURCE=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
@@ -34,8 +34,8 @@ same_lists() {
     diff -u "$1" "$2" >"$LOG" || fail "$3"
 }
 
-# copy_sdk_headers PREFIX: records laid out unlike hostsdk's, on the same platform layer, so that nothing can lean on
-# what hostsdk alone has.
+# copy_sdk_headers PREFIX: the SDK's records in another layout than hostsdk's, over the same platform layer, so that
+# nothing can depend on what only hostsdk has.
 copy_sdk_headers() {
     local platform=com/amazonaws/kinesis/video/common
     cp -r "$SOURCE/tests/support/sdk-other-layout/include" "$1/include"
@@ -43,8 +43,8 @@ copy_sdk_headers() {
     cp "$SOURCE/hostsdk/include/$platform/"*.h "$1/include/$platform/"
 }
 
-# make_stub_sdk PREFIX KIND CLIENT-NAME PLATFORM-NAME: an installed SDK, KIND shared or static. With an empty platform
-# name the client library holds the platform's symbols too.
+# make_stub_sdk PREFIX KIND CLIENT-NAME PLATFORM-NAME: an installed SDK, KIND shared or static. Without a platform name
+# the client library holds the platform's symbols too.
 make_stub_sdk() {
     local prefix=$1 kind=$2 client=$3 platform=$4 unit
     local objects=$prefix/objects
@@ -93,7 +93,7 @@ Cflags: -I\${includedir}
 END
 }
 
-# configure BUILD-FOLDER OPTIONS...: the project without apps and tests.
+# configure BUILD-FOLDER OPTIONS...: the project without its apps and tests.
 configure() {
     local build=$1
     shift
@@ -105,7 +105,7 @@ project_version() {
     sed -nE 's/^#define ZELRTC_VERSION_(MAJOR|MINOR|PATCH) ([0-9]+)$/\2/p' "$SOURCE/include/zelwebrtc.h" | paste -sd.
 }
 
-# binary_version: what the soname ends in; before 1.0 each minor version has a binary interface of its own.
+# binary_version: the end of the soname; before 1.0 each minor version has its own ABI.
 binary_version() {
     project_version | sed -nE 's/^(0\.[0-9]+|[0-9]+)\..*/\1/p'
 }

@@ -10,7 +10,7 @@ thread_local unsigned long made = 0;
 thread_local unsigned long released = 0;
 thread_local unsigned long untilFailure = 0;
 
-// Null when there is no memory, or when there shall be none.
+// Null when memory has run out, or is meant to.
 void* allocateOrNull(size_t size) noexcept {
     if (uncountedDepth == 0) {
         if (untilFailure > 0 && --untilFailure == 0) {
@@ -18,7 +18,7 @@ void* allocateOrNull(size_t size) noexcept {
         }
         ++made;
     }
-    // NOLINTNEXTLINE(cppcoreguidelines-no-malloc): this is what operator new is made of
+    // NOLINTNEXTLINE(cppcoreguidelines-no-malloc): operator new is built on it
     return std::malloc(size > 0 ? size : 1);
 }
 
@@ -34,7 +34,7 @@ void release(void* memory) {
     if (uncountedDepth == 0 && memory != nullptr) {
         ++released;
     }
-    // NOLINTNEXTLINE(cppcoreguidelines-no-malloc): this is what operator delete is made of
+    // NOLINTNEXTLINE(cppcoreguidelines-no-malloc): operator delete is built on it
     std::free(memory);
 }
 

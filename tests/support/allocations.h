@@ -1,13 +1,12 @@
-/** @file allocations.h Counts what the code under test allocates, and makes an allocation of its choice fail. */
+/** @file allocations.h Counts the allocations of the code under test, and makes a chosen one fail. */
 #ifndef TESTS_SUPPORT_ALLOCATIONS_H
 #define TESTS_SUPPORT_ALLOCATIONS_H
 
 namespace zelrtc::test {
 
-// An executable that links allocations.cpp has its operator new and delete replaced. Everything here concerns the
-// calling thread only.
+// Linking allocations.cpp replaces a program's operator new and delete. All of this affects the calling thread only.
 
-/** What the test's own machinery allocates inside this scope is neither counted nor made to fail. */
+/** Allocations inside this scope, the test's own, are neither counted nor made to fail. */
 class UncountedScope {
 public:
     UncountedScope();
@@ -16,14 +15,14 @@ public:
     UncountedScope& operator=(const UncountedScope&) = delete;
 };
 
-/** Counts from its construction on. */
+/** Counts from construction on. */
 class AllocationCount {
 public:
     AllocationCount();
 
-    /** Allocations made since. */
+    /** Allocations since construction. */
     unsigned long made() const;
-    /** Allocations made since and not released, less those released that were made before. */
+    /** Allocations since construction that are not released yet, minus earlier ones that have been released since. */
     long unreleased() const;
 
 private:
@@ -31,7 +30,7 @@ private:
     unsigned long releasedBefore_;
 };
 
-/** Inside this scope the n-th allocation (from 1) throws std::bad_alloc, or is null if it must not throw. */
+/** In this scope the n-th allocation (from 1) throws std::bad_alloc, or returns null if it must not throw. */
 class FailingAllocation {
 public:
     explicit FailingAllocation(unsigned long nth);

@@ -11,7 +11,7 @@
 
 namespace zelrtc::test {
 
-/** Starts in the constructor and outlives neither this object nor the test program. */
+/** Started by the constructor; outlives neither this object nor the test program. */
 class ChildProcess {
 public:
     /** Standard output and error go to the files. @throws std::runtime_error if it cannot be started */
@@ -26,7 +26,7 @@ public:
     }
     void signal(int number) const;
 
-    /** The exit status, or 128 plus the number of the signal that ended it; nothing if it still runs at the limit. */
+    /** The exit status, or 128 plus the signal that ended it; nothing if it is still running at the limit. */
     std::optional<int> waitForExit(std::chrono::milliseconds limit);
 
 private:

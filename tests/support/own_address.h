@@ -1,4 +1,4 @@
-/** @file own_address.h Where on this host servers can stand. */
+/** @file own_address.h Which address of this host servers can use. */
 #ifndef TESTS_SUPPORT_OWN_ADDRESS_H
 #define TESTS_SUPPORT_OWN_ADDRESS_H
 
@@ -8,7 +8,7 @@ namespace zelrtc::test {
 
 /**
  * An IPv4 address of this host other than loopback, if there is one: candidates are gathered on the other addresses,
- * and from those no UDP packet reaches the loopback address.
+ * and no UDP packet sent from those reaches loopback.
  */
 std::string ownAddress();
 

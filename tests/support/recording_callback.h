@@ -1,4 +1,4 @@
-/** @file recording_callback.h An application's callback that notes its calls in the recorder's journal. */
+/** @file recording_callback.h A session callback that notes its calls in the recorder's journal. */
 #ifndef TESTS_SUPPORT_RECORDING_CALLBACK_H
 #define TESTS_SUPPORT_RECORDING_CALLBACK_H
 

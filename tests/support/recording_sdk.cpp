@@ -33,7 +33,7 @@ bool needsObject(SdkFunction function) {
     }
 }
 
-// The SDK refuses a null connection with a status; a null transceiver to write to crashes it.
+// The SDK refuses a null connection with a status, but crashes on writing to a null transceiver.
 bool isOnNull(const SdkCall& call) {
     return call.object == nullptr && needsObject(call.function) && call.function != SdkFunction::writeFrame;
 }
@@ -104,7 +104,7 @@ void RecordedTransceiver::fireBandwidth(double bitsPerSecond) const {
     onBandwidth(bandwidthData, bitsPerSecond);
 }
 
-// The text is gone as soon as the handler returns, as it is with the SDK.
+// As with the SDK, the text is gone as soon as the handler returns.
 void RecordedConnection::fireCandidate(const std::string& json) const {
     std::vector<CHAR> text(json.begin(), json.end());
     text.push_back('\0');

@@ -1,4 +1,4 @@
-/** @file recording_sdk.h An SDK that does nothing but record: every call, every log line, in one order. */
+/** @file recording_sdk.h An SDK that only records: every call and every log line, in one order. */
 #ifndef TESTS_SUPPORT_RECORDING_SDK_H
 #define TESTS_SUPPORT_RECORDING_SDK_H
 
@@ -45,14 +45,14 @@ enum class SdkFunction {
 
 const char* nameOf(SdkFunction function);
 
-/** One call, with what the caller handed over at that moment. */
+/** One call, with what the caller passed at that moment. */
 struct SdkCall {
     SdkFunction function = SdkFunction::kCount;
     const void* object = nullptr;   // the connection or transceiver
     const void* pointer = nullptr;  // a second pointer: transceiver init, transceiver of a query, the frame's bytes
     UINT64 customData = 0;
     uintptr_t handler = 0;
-    std::string text;          // a text, as long as the caller said it is
+    std::string text;          // a text, of the length that the caller gave
     UINT32 length = 0;         // a length or a count
     std::vector<BYTE> record;  // the record's bytes
     std::string detail;        // the arguments as the journal shows them
@@ -78,7 +78,7 @@ struct LogLine {
 };
 std::ostream& operator<<(std::ostream& out, const LogLine& line);
 
-/** A line as the session has to write it: with its tag, the raw format, and the values filled in. */
+/** A line as the session must write it: with its tag, the raw format, and the values filled in. */
 #if defined(__GNUC__)
 __attribute__((format(printf, 2, 3)))
 #endif
@@ -116,13 +116,13 @@ struct RecordedConnection {
     RecordedTransceiver& audio() const;
 };
 
-/** What the SDK delivers through the records that it fills in. */
+/** What the SDK writes into the caller's records. */
 struct SdkDeliveries {
     std::string answerSdp = "v=0 created answer";
     std::string currentLocalSdp = "v=0 current local description";
-    /** Written by serializeSessionDescriptionInit; empty: made from the description it is given. */
+    /** Written by serializeSessionDescriptionInit; if empty, it serializes the description it is given. */
     std::string serializedJson;
-    /** Written by deserializeRtcIceCandidateInit as the SDK does it: past the record's end if it is too long. */
+    /** Written by deserializeRtcIceCandidateInit as the SDK does: past the end of the record if it is too long. */
     std::string candidateLine = "candidate:1 1 udp 2130706431 192.0.2.2 45020 typ host";
     RtcIceCandidateStats localCandidate;
     RtcIceCandidateStats remoteCandidate;
@@ -137,9 +137,9 @@ struct SdkDeliveries {
 
 /**
  * Keeps a copy of each call's arguments. A test scripts what each call returns and delivers, and fires the registered
- * handlers from wherever it likes, also from inside an SDK call.
+ * handlers from anywhere, even from inside an SDK call.
  *
- * There is one, as there is one SDK in a process. All its operations may be used on any thread.
+ * There is only one, like the SDK itself in a process. Any thread may use all of it.
  */
 class RecordingSdk {
 public:
@@ -154,35 +154,35 @@ public:
     /** The nth call (from 1, counted since reset or forget) fails. */
     void failNth(SdkFunction function, unsigned nth, UINT32 status);
     void succeedAgain();
-    /** The action runs inside every call of the function, on the caller's thread. */
+    /** Runs the action inside every call of the function, on the caller's thread. */
     void during(SdkFunction function, std::function<void()> action);
-    /** The action runs inside every log line that is written. */
+    /** Runs the action inside every log line that is written. */
     void duringLog(std::function<void(const LogLine&)> action);
     /** Notes the loads and stores of this flag in the journal. */
     void watchFlag(const volatile SIZE_T* flag, const std::string& name);
-    /** Everything that follows is neither recorded nor synchronised, only counted; for runs at full speed. */
+    /** From now on, only counts, without recording or synchronising; for runs at full speed. */
     void beQuiet(bool quiet);
 
     SdkDeliveries deliver;
 
     std::vector<SdkCall> calls() const;
     std::vector<SdkCall> calls(SdkFunction function) const;
-    /** The function's only call; an empty record when there was none or more than one. */
+    /** The function's only call; an empty record if there was none or more than one. */
     SdkCall onlyCall(SdkFunction function) const;
     std::vector<LogLine> lines() const;
-    /** Calls, log lines and notes in the order they happened. */
+    /** Calls, log lines and notes in the order in which they happened. */
     std::vector<std::string> journal() const;
-    /** Adds something of the test's own to the journal. */
+    /** Adds the test's own entry to the journal. */
     void note(const std::string& entry);
-    /** Calls on a connection or transceiver that does not live, and the like. */
+    /** Calls on a connection or transceiver that is not alive, and the like. */
     std::vector<std::string> misuse() const;
-    /** The connections that have been created and not freed. */
+    /** Connections created and not freed. */
     size_t liveConnections() const;
     /** The connection created last. */
     RecordedConnection& connection() const;
     unsigned long quietCalls() const;
 
-    // What the SDK's functions are made of.
+    // For the SDK's functions, which are built on these.
     bool isQuiet() const;
     UINT32 enter(SdkCall call);
     void writeLine(UINT32 level, const char* tag, const char* format, va_list values);

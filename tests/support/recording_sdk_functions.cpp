@@ -1,4 +1,4 @@
-// The SDK's own functions, on top of the recorder.
+// The SDK's functions, on top of the recorder.
 #include <stdio.h>
 
 #include "allocations.h"
@@ -235,7 +235,7 @@ STATUS deserializeSessionDescriptionInit(PCHAR json, UINT32 length, PRtcSessionD
     return status;
 }
 
-// As the SDK does it: the length in is the room, the length out counts the terminator, and too little room is an error.
+// Like the SDK: the length in is the room, the length out includes the terminator, and too little room is an error.
 STATUS serializeSessionDescriptionInit(PRtcSessionDescriptionInit pDescription, PCHAR json, PUINT32 pLength) {
     if (sdk().isQuiet()) {
         sdk().countQuietCall();
@@ -283,7 +283,7 @@ STATUS createAnswer(PRtcPeerConnection pPeerConnection, PRtcSessionDescriptionIn
     return status;
 }
 
-// The type comes back as 0, as the SDK has it.
+// Like the SDK, returns the type as 0.
 STATUS peerConnectionGetCurrentLocalDescription(PRtcPeerConnection pPeerConnection,
                                                 PRtcSessionDescriptionInit pDescription) {
     if (sdk().isQuiet()) {
@@ -299,7 +299,7 @@ STATUS peerConnectionGetCurrentLocalDescription(PRtcPeerConnection pPeerConnecti
     return status;
 }
 
-// As the SDK does it: a line that fills the record is not terminated, and a longer one runs past the record's end.
+// Like the SDK: a line that fills the record is not terminated, and a longer one runs past its end.
 STATUS deserializeRtcIceCandidateInit(PCHAR json, UINT32 length, PRtcIceCandidateInit pCandidate) {
     if (sdk().isQuiet()) {
         sdk().countQuietCall();

@@ -1,4 +1,4 @@
-/** @file scratch_folder.h A folder for one test's files. */
+/** @file scratch_folder.h A folder for the files of one test. */
 #ifndef TESTS_SUPPORT_SCRATCH_FOLDER_H
 #define TESTS_SUPPORT_SCRATCH_FOLDER_H
 

@@ -1,4 +1,4 @@
-/** @file session_members.h The session's private members, for promises that no public operation shows. */
+/** @file session_members.h The session's private members, for promises that no public operation reveals. */
 #ifndef TESTS_SUPPORT_SESSION_MEMBERS_H
 #define TESTS_SUPPORT_SESSION_MEMBERS_H
 
@@ -6,7 +6,7 @@
 
 namespace zelrtc::test {
 
-// Explicit instantiations are exempt from access checks, so the session's header needs no opening for tests.
+// Access checks do not apply to explicit instantiations, so the session's header needs no opening for tests.
 template <typename Tag, typename Tag::type kMember>
 struct Reveal {
     friend typename Tag::type pointerTo(Tag) {
@@ -37,7 +37,7 @@ ZELRTC_REVEAL(audioType_, UINT32);
 
 #undef ZELRTC_REVEAL
 
-// The one private operation whose result no public operation shows.
+// The only private operation with a result that no public operation reveals.
 struct ReleaseTag {
     typedef UINT32 (ZelRtcSession::*type)(PRtcPeerConnection*);
     friend type pointerTo(ReleaseTag);

@@ -118,7 +118,7 @@ SessionTest::SessionTest() : sdk(RecordingSdk::instance()) {
 
 SessionTest::~SessionTest() = default;
 
-// Whatever a test is about: every line has the tag and the head, no SDK call went astray, and nothing stays behind.
+// For every test: each line has the tag and the head, no SDK call went astray, and nothing leaks.
 void SessionTest::TearDown() {
     sdk.duringLog(nullptr);
     session.reset();

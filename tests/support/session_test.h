@@ -35,16 +35,16 @@ RtcIceServerStats serverStats(const std::string& url, int port, const std::strin
 /** The servers' texts, for comparison. */
 std::vector<std::string> textsOf(const std::vector<ZelRtcIceServer>& servers);
 
-/** The line that the function writes on its way out with a failure. */
+/** The line that a failing function writes before it returns. */
 LogLine statusLine(const char* function, UINT32 status);
 
 /** Runs the action on a thread of its own and waits for its end. */
 void onAnotherThread(const std::function<void()>& action);
 
-/** Fills the stack below the caller with garbage, so that a record that is not cleared shows. */
+/** Fills the stack below the caller with garbage, so that an uncleared record shows. */
 void dirtyStack();
 
-/** Every member of a session that an operation could change. */
+/** Every member of a session that an operation can change. */
 struct Members {
     explicit Members(ZelRtcSession& session);
     bool operator==(const Members& other) const;
@@ -63,7 +63,7 @@ struct Members {
 };
 std::ostream& operator<<(std::ostream& out, const Members& members);
 
-/** The statuses that a test of a failure goes through: small, the SDK's own, and negative as an int. */
+/** The statuses with which a test makes calls fail: small, the SDK's own, and negative as an int. */
 const UINT32 kFailures[] = {0x00000001, 0x5e000001, 0xffffffff};
 
 class SessionTest : public ::testing::Test {
@@ -73,17 +73,17 @@ protected:
 
     void TearDown() override;
 
-    /** A new session, with what was recorded up to its end forgotten. */
+    /** A new session; forgets all that was recorded so far. */
     ZelRtcSession& construct(const ZelRtcSessionConfig& config);
     ZelRtcSession& construct(const ZelRtcSessionConfig& config, ZelWebrtcSessionCallback* callback);
-    /** A session whose init succeeded; all recorded so far is forgotten. */
+    /** A session whose init succeeded; forgets all that was recorded so far. */
     ZelRtcSession& negotiate(const ZelRtcSessionConfig& config);
     ZelRtcSession& negotiate(const ZelRtcSessionConfig& config, ZelWebrtcSessionCallback* callback);
-    /** A call that is connected; all recorded so far is forgotten. */
+    /** A connected call; forgets all that was recorded so far. */
     ZelRtcSession& connect();
-    /** A connected call whose video has been opened by a key frame; all recorded so far is forgotten. */
+    /** A connected call whose video a key frame has opened; forgets all that was recorded so far. */
     ZelRtcSession& startVideo();
-    /** Destroys the session; what that records is kept. */
+    /** Destroys the session; keeps what that records. */
     void destroy();
 
     RecordedConnection& connection() const;

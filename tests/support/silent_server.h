@@ -1,4 +1,4 @@
-/** @file silent_server.h A server that answers nothing. */
+/** @file silent_server.h A server that never answers. */
 #ifndef TESTS_SUPPORT_SILENT_SERVER_H
 #define TESTS_SUPPORT_SILENT_SERVER_H
 
@@ -6,7 +6,7 @@
 
 namespace zelrtc::test {
 
-/** Receives UDP on this host's own address and never answers. */
+/** Receives UDP on this host's own address and answers nothing. */
 class SilentServer {
 public:
     SilentServer();

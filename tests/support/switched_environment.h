@@ -1,4 +1,4 @@
-/** @file switched_environment.h A variable of the environment for the time of a test. */
+/** @file switched_environment.h An environment variable that is set for the duration of a test. */
 #ifndef TESTS_SUPPORT_SWITCHED_ENVIRONMENT_H
 #define TESTS_SUPPORT_SWITCHED_ENVIRONMENT_H
 
@@ -6,7 +6,7 @@
 
 namespace zelrtc::test {
 
-/** To be made before the threads and processes that read the variable. */
+/** Create it before any thread or process that reads the variable. */
 class SwitchedEnvironment {
 public:
     SwitchedEnvironment(const char* name, const char* value) : name_(name) {
@@ -24,7 +24,7 @@ private:
     const char* name_;
 };
 
-/** Ten times as fast as time the silence of a vanished viewer passes, on the stand-in; another SDK takes its time. */
+/** The stand-in counts a vanished viewer's silence ten times faster; other SDKs ignore this. */
 class FasterSilence : public SwitchedEnvironment {
 public:
     FasterSilence() : SwitchedEnvironment("ZELRTC_HOSTSDK_SILENCE_RATE", "10") {

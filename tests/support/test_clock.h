@@ -1,4 +1,4 @@
-/** @file test_clock.h The library's clock in the hands of a test: linked first, it replaces the real one. */
+/** @file test_clock.h The library's clock under a test's control: linked first, it replaces the real one. */
 #ifndef TESTS_SUPPORT_TEST_CLOCK_H
 #define TESTS_SUPPORT_TEST_CLOCK_H
 

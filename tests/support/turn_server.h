@@ -9,7 +9,7 @@
 
 namespace zelrtc::test {
 
-/** coturn on a free port of this host's own address, with UDP, TCP and one user. */
+/** coturn on a free port of this host's own address, over UDP and TCP, with one user. */
 class TurnServer {
 public:
     TurnServer();

@@ -1,4 +1,4 @@
-/** @file waiting.h Waiting for what other processes bring about. */
+/** @file waiting.h Waiting for other processes. */
 #ifndef TESTS_SUPPORT_WAITING_H
 #define TESTS_SUPPORT_WAITING_H
 

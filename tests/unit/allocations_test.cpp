@@ -1,4 +1,4 @@
-// The count that other tests rely on sees every way of asking for memory.
+// The allocation counter that other tests rely on catches every form of operator new.
 #include "allocations.h"
 
 #include <gtest/gtest.h>

@@ -170,7 +170,7 @@ TEST_F(GatheringEnd, ReadsNoAnswerThatTheSdkHasNotWritten) {
     const AllocationCount allocations;
     connection().fireGatheringEnd();
 
-    EXPECT_EQ(allocations.made(), 0U) << "what the buffer held has been copied";
+    EXPECT_EQ(allocations.made(), 0U) << "copied what the buffer happened to hold";
 }
 
 TEST_F(GatheringEnd, LeavesTheCallUsableAfterAFailure) {

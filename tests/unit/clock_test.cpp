@@ -1,4 +1,4 @@
-// The library's own clock; in every other test of the session the test's clock takes its place.
+// The library's own clock; every other test of the session replaces it with the test clock.
 #include "zelwebrtc_clock.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// What becomes of a configuration before a session uses it.
+// How a configuration is checked and cleaned up before a session uses it.
 #include <limits>
 #include <new>
 

@@ -1,4 +1,4 @@
-// What the session makes of each state that the SDK reports.
+// How the session reacts to each state that the SDK reports.
 #include "session_test.h"
 
 namespace zelrtc::test {

@@ -1,4 +1,4 @@
-// A new session: what it takes over, how it starts, what it logs.
+// A new session: what it copies, how it starts, what it logs.
 #include <limits>
 #include <new>
 

@@ -1,4 +1,4 @@
-// What the log says of the selected candidates and of the ICE servers.
+// What the log says about the selected candidates and the ICE servers.
 #include <limits>
 
 #include "session_test.h"

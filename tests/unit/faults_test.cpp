@@ -1,4 +1,4 @@
-// Every SDK call of a negotiation fails in turn, and memory runs out: nothing stays behind, and the next try succeeds.
+// Each SDK call of a negotiation fails in turn, and memory runs out: nothing leaks, and the next attempt succeeds.
 #include <algorithm>
 #include <new>
 #include <stdexcept>
@@ -13,7 +13,7 @@ namespace {
 struct Step {
     SdkFunction function;
     unsigned nth;
-    /** How many of handleOffer's lines the log holds by then; none of them before the offer is handled. */
+    /** Lines of handleOffer logged by then; zero before the offer is handled. */
     size_t linesOfHandleOffer;
     /** handleOffer reports the failure before init does. */
     bool isPartOfHandleOffer;
@@ -37,7 +37,7 @@ const Step kSteps[] = {{SdkFunction::peerConnectionOnIceCandidate, 1, 0, false},
                        {SdkFunction::setLocalDescription, 1, 2, true},
                        {SdkFunction::serializeSessionDescriptionInit, 1, 4, true}};
 
-// The last step belongs to a trickle call alone.
+// Only a trickle call has the last step.
 size_t stepCount(bool trickle) {
     const size_t all = sizeof(kSteps) / sizeof(kSteps[0]);
     return trickle ? all : all - 1;
@@ -75,7 +75,7 @@ protected:
         return expected;
     }
 
-    /** The failed init's calls: those of a good one up to the step, then the release, and nobody told. */
+    /** The failed init made the calls of a good one up to this step, then released; the application heard nothing. */
     void expectCallsUpTo(size_t index) const {
         Journal expected = {"createPeerConnection"};
         for (size_t i = 0; i <= index; ++i) {
@@ -152,7 +152,7 @@ TEST_P(Faults, OfTheCreationHaveNothingToRelease) {
     EXPECT_EQ(session->init(kOffer), 0);
 }
 
-// The SDK hands nothing out when it fails, but a connection that it did hand out would have to be released.
+// A failing SDK hands out no connection, but one that it did hand out would have to be released.
 TEST_P(Faults, OfTheCreationReleaseWhatTheSdkHandedOut) {
     construct(config());
     sdk.failNth(SdkFunction::createPeerConnection, 1, status());
@@ -186,7 +186,7 @@ TEST_P(Faults, MayBeFollowedByFaultsOfTheRelease) {
     EXPECT_EQ(Members(*session), before);
 }
 
-// A handler that runs while the failed connection closes finds a session without a connection.
+// A handler running while the failed connection closes finds a session without a connection.
 TEST_P(Faults, ForgetTheConnectionBeforeItIsReleased) {
     construct(config());
     sdk.failAlways(SdkFunction::createAnswer, status());
@@ -218,7 +218,7 @@ protected:
         return config;
     }
 
-    /** Lets each allocation of the action fail in turn; returns how many there are. */
+    /** Fails each allocation of the action in turn; returns how many there are. */
     template <typename Action>
     static unsigned failEachAllocation(const Action& action) {
         for (unsigned nth = 1;; ++nth) {
@@ -279,7 +279,7 @@ TEST_F(MemoryExhaustion, InInitLeavesNoConnectionAndTheSessionReadyForAnotherOff
     const std::string offer = kOffer;
     int result = -1;
     const unsigned allocations = failEachAllocation([&] { result = session->init(offer); });
-    EXPECT_EQ(result, 0) << "the first try that had its memory";
+    EXPECT_EQ(result, 0) << "the first attempt with enough memory";
     EXPECT_EQ(allocations, 1U + 4 * 3 + 1) << "four servers with three texts each in a list, and the answer";
     EXPECT_EQ(sdk.liveConnections(), 1U);
 }
@@ -311,7 +311,7 @@ TEST_F(ThrowingAnswer, MayBeFollowedByAnotherOffer) {
     EXPECT_EQ(session->writeVideoData(frame, sizeof(frame), 0, kKeyFrame, 1), 0);
 }
 
-// As after any other failure of init: a handler that runs meanwhile finds a session without a connection.
+// As after any other failure of init, a handler running meanwhile finds a session without a connection.
 TEST_F(ThrowingAnswer, ForgetsTheConnectionBeforeItIsReleased) {
     RtcPeerConnection untouched;
     PRtcPeerConnection seen = &untouched;

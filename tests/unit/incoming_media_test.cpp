@@ -1,4 +1,4 @@
-// What arrives from the viewer: audio for the application, the rest for the log.
+// What arrives from the viewer: audio goes to the application, everything else to the log.
 #include <limits>
 
 #include "session_test.h"

@@ -12,7 +12,7 @@ protected:
     uint8_t data[1200] = {};
 };
 
-/** An application that only looks at what it gets. */
+/** An application that only looks at what it receives. */
 class PointerCheck : public ZelWebrtcSessionCallback {
 public:
     void onAudioFrame(ZELRTC_SESSION_ID, void* data, unsigned int) override {
@@ -96,7 +96,7 @@ TEST_F(MediaPathCost, IsNoAllocationForASwitchOfStreams) {
     EXPECT_EQ(count.made(), 0U);
 }
 
-// One copy of the text: what the application gets may be kept after the SDK has dropped its own.
+// One copy of the text, so that the application may keep it after the SDK has dropped its own.
 TEST_F(MediaPathCost, IsOneAllocationForALongCandidate) {
     class Silent : public ZelWebrtcSessionCallback {};
     Silent silent;

@@ -1,4 +1,4 @@
-// init: what it asks of the SDK, in which order, and what it keeps.
+// init: its calls to the SDK, their order, and what it keeps.
 #include "session_test.h"
 
 namespace zelrtc::test {

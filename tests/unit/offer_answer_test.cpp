@@ -11,7 +11,7 @@ using ::testing::SizeIs;
 
 class OfferAnswer : public SessionTest {
 protected:
-    /** The lines of handleOffer in their order, as far as the call gets. */
+    /** The first `count` lines of handleOffer, in order. */
     static Lines handling(size_t count) {
         const Lines all = {
             line(2, "%s(): createPeerConnection took %.2fms, return 0x%x", "initializePeerConnection", 0.0, 0U),
@@ -22,7 +22,7 @@ protected:
         return Lines(all.begin(), all.begin() + static_cast<Lines::difference_type>(1 + count));
     }
 
-    /** Lets the step fail; the call ends with that many of its lines, the failure, and no answer. */
+    /** Fails the step: handleOffer logs that many of its lines and the failure, and there is no answer. */
     void expectFailure(SdkFunction step, const std::string& journalEntry, size_t lineCount) {
         for (const UINT32 status : kFailures) {
             SCOPED_TRACE(status);

@@ -1,4 +1,4 @@
-// Frames on their way to the viewer: which go, which are held back, and in what form.
+// Frames to the viewer: which are sent, which are held back, and in what form.
 #include <limits>
 
 #include "session_test.h"
@@ -91,7 +91,7 @@ TEST_F(OutgoingMedia, NeverHoldsAudioBack) {
     }
     EXPECT_EQ(sent(), 4U);
     EXPECT_THAT(lines(), IsEmpty());
-    EXPECT_TRUE(isWaiting()) << "audio opens nothing for video";
+    EXPECT_TRUE(isWaiting()) << "audio does not open video";
 }
 
 TEST_F(OutgoingMedia, GoesToTheTransceiverOfItsKind) {
@@ -159,7 +159,7 @@ TEST_F(OutgoingMedia, ReturnsTheSdksStatusWithoutALine) {
         EXPECT_EQ(writeAudio(), static_cast<int>(status));
     }
     EXPECT_THAT(lines(), IsEmpty());
-    EXPECT_EQ(sent(), 6U) << "nothing is tried twice";
+    EXPECT_EQ(sent(), 6U) << "nothing is retried";
 }
 
 TEST_F(OutgoingMedia, LogsAKeyFrameBeforeItOpensTheWay) {
@@ -194,7 +194,7 @@ TEST_F(OutgoingMedia, IsRefusedInEveryStateButConnected) {
         EXPECT_EQ(writeVideo(0x10), -1) << state;
         EXPECT_EQ(writeAudio(), -1) << state;
         EXPECT_THAT(journal(), IsEmpty());
-        EXPECT_TRUE(isWaiting()) << "a frame that is not sent opens nothing";
+        EXPECT_TRUE(isWaiting()) << "a frame that is not sent does not open video";
     }
 }
 
@@ -256,8 +256,8 @@ TEST_F(OutgoingMedia, LooksAtConnectedBeforeTheEndOfTheCall) {
     EXPECT_THAT(journal(), ElementsAre("load connected_"));
 }
 
-// Connected can be reported while init still waits for the application's onAnswer; the SDK crashes on a null
-// transceiver, and the first key frame must not be spent.
+// The SDK may report connected while init is still in the application's onAnswer. It crashes on a null transceiver, and
+// the first key frame must not be used up.
 TEST_F(OutgoingMedia, IsRefusedWhileInitStillRunsAndSpendsNoKeyFrame) {
     construct(trickleConfig());
     app.duringAnswer = [this] {
@@ -324,7 +324,7 @@ TEST_F(StreamChoice, StartsANewVideoStreamWithAKeyFrame) {
     startVideo();
     EXPECT_EQ(session->setAudioVideoType(1, 2), 0);
     EXPECT_TRUE(isWaiting());
-    EXPECT_EQ(writeVideo(0x10, 1), 0) << "the old stream is left out";
+    EXPECT_EQ(writeVideo(0x10, 1), 0) << "the old stream is skipped";
     EXPECT_EQ(writeVideo(0, 2), -127);
     EXPECT_EQ(writeVideo(0x10, 2), 0);
     EXPECT_EQ(writeVideo(0, 2), 0);

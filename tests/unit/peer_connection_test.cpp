@@ -1,4 +1,4 @@
-// The SDK's connection: how it is asked for, and how it goes.
+// The SDK's connection: how it is created and how it is released.
 #include <algorithm>
 
 #include "session_test.h"
@@ -26,7 +26,7 @@ protected:
         return sdk.onlyCall(SdkFunction::createPeerConnection).as<RtcConfiguration>();
     }
 
-    /** What the SDK gets when nothing special is asked for. */
+    /** What the SDK gets from a plain configuration. */
     static RtcConfiguration plainConfiguration() {
         RtcConfiguration configuration;
         memset(&configuration, 0, sizeof(configuration));

@@ -1,4 +1,4 @@
-// The public records, the callback interface and the session's outward form.
+// The public records, the callback interface and the public shape of the session.
 #include <type_traits>
 
 #include "session_test.h"
@@ -71,10 +71,10 @@ TEST(PublicRecords, NameTheKeyFrameBitAndTheResultsOfAWrite) {
     EXPECT_EQ(ZELRTC_WRITE_WAITING_KEY_FRAME, -127);
 }
 
-// The order of its virtual operations is binary interface: a caller compiled before must reach the same ones.
+// The order of its virtual functions is part of the ABI: callers compiled earlier must reach the same ones.
 TEST(CallbackInterface, KeepsItsOperationsInTheirSlots) {
-    // A pointer to a virtual member function holds one more than the offset of its slot in the table (on ARM, the
-    // offset itself); the two destructors come first.
+    // A pointer to a virtual member function holds its vtable offset plus one (on ARM, the offset itself). The two
+    // destructors come first.
     const auto slotOf = [](auto operation) {
         intptr_t parts[sizeof(operation) / sizeof(intptr_t)];
         memcpy(parts, &operation, sizeof(operation));

@@ -1,5 +1,5 @@
-// Everything at once, as a camera has it: the SDK's threads report, media threads write, the control thread decides.
-// Under ThreadSanitizer this proves what is synchronised; tests/support/tsan.supp names what is plain on purpose.
+// Everything at once, as in a camera: the SDK's threads report, media threads write, the control thread decides. Under
+// ThreadSanitizer this shows what is synchronised; tests/support/tsan.supp lists what deliberately is not.
 #include <stdio.h>
 
 #include <atomic>
@@ -17,7 +17,7 @@ using Clock = std::chrono::steady_clock;
 const unsigned kHandlerThreads = 4;
 const auto kDeadline = std::chrono::seconds(60);
 
-/** Waits for the condition; false when it has not come true in time. */
+/** Waits for the condition; false on timeout. */
 template <typename Condition>
 bool waitFor(const Condition& condition) {
     const Clock::time_point end = Clock::now() + kDeadline;
@@ -30,7 +30,7 @@ bool waitFor(const Condition& condition) {
     return true;
 }
 
-/** Threads that repeat an action until they are told to stop. */
+/** Threads that repeat an action until stopped. */
 class Repeating {
 public:
     ~Repeating() {
@@ -60,7 +60,7 @@ private:
     std::vector<std::thread> threads_;
 };
 
-/** Counts what it is told and checks that nothing is told that began after the end of the call. */
+/** Counts its calls and checks that none starts after the end of the call. */
 class StormCallback : public ZelWebrtcSessionCallback {
 public:
     enum Kind { kAnswer, kCandidate, kState, kAudio, kKindCount };
@@ -78,7 +78,7 @@ public:
         told(kAudio);
     }
 
-    /** The next report of that kind ends the call. */
+    /** The next report of this kind ends the call. */
     void endOn(Kind kind, ZelRtcSession* session) {
         session_ = session;
         endingKind_.store(kind);
@@ -131,7 +131,7 @@ private:
 
 class Threads : public SessionTest {
 protected:
-    /** One call of one handler after the other, at full speed. */
+    /** Fires every handler in turn, at full speed. */
     void fireAll(RecordedConnection& from) {
         Frame frame;
         memset(&frame, 0, sizeof(frame));
@@ -147,7 +147,7 @@ protected:
         fireState(from, RTC_PEER_CONNECTION_STATE_CONNECTED);
     }
 
-    // The SDK reports the states of one connection one after the other.
+    // The SDK reports the states of one connection one at a time.
     void fireState(RecordedConnection& from, UINT32 state) {
         const std::lock_guard<std::mutex> oneAfterTheOther(states_);
         fire([&] { from.fireState(state); });
@@ -160,7 +160,7 @@ protected:
         handlerCalls.fetch_add(1, std::memory_order_relaxed);
     }
 
-    /** Starts writing video and audio; every result has to be one that the interface names. */
+    /** Starts writing video and audio; every result must be a documented one. */
     void startMedia(Repeating& media) {
         media.start(1, [this] {
             static uint8_t data[64];
@@ -181,7 +181,7 @@ protected:
         }
     }
 
-    /** A new call, counted from zero: what an earlier call left in a count would satisfy every wait of this one. */
+    /** A new call with fresh counts: those of an earlier call would satisfy every wait of this one. */
     void create(const ZelRtcSessionConfig& config) {
         handlerCalls.store(0);
         written.store(0);
@@ -189,11 +189,11 @@ protected:
         session.reset(new ZelRtcSession(kSid, config, callback.get()));
     }
 
-    /** Destroys the session while the handlers go on until the SDK closes the connection. */
+    /** Destroys the session while handlers keep running, until the SDK closes the connection. */
     void destroyUnder(Repeating& handlers) {
         sdk.during(SdkFunction::closePeerConnection, [&handlers] { handlers.stop(); });
         session.reset();
-        EXPECT_EQ(callback->late(), 0U) << "nothing is told that began after the end of the call";
+        EXPECT_EQ(callback->late(), 0U) << "no callback starts after the end of the call";
         sdk.reset();
     }
 
@@ -279,7 +279,7 @@ TEST_F(Threads, HandlersMayRunInsideSetLocalDescriptionOnTheCallersThread) {
     }
 }
 
-// Handlers start while the local description is set and do not stop when init returns.
+// Handlers start while the local description is being set and continue after init returns.
 TEST_F(Threads, HandlersMayRunFromSetLocalDescriptionOnOnThreadsOfTheSdk) {
     for (unsigned i = 0; i < 30; ++i) {
         create(i % 2 == 0 ? trickleConfig() : completeAnswerConfig());
@@ -359,7 +359,7 @@ TEST_F(Threads, TheCallMayEndInsideEachCallbackWhileAllHandlersRun) {
     }
 }
 
-// A suppression hides every later mistake in the same place, so none is added without a decision.
+// A suppression hides every later mistake in the same place, so adding one must be a decision.
 TEST(Suppressions, AreTheseAndNoOthers) {
     std::ifstream file(ZELRTC_TSAN_SUPPRESSIONS);
     ASSERT_TRUE(file.is_open());

@@ -1,4 +1,4 @@
-// The road of one call from construction to destruction, with every SDK call, every line and every report in its place.
+// One call from construction to destruction: every SDK call, every line and every report, in order.
 #include "session_test.h"
 
 namespace zelrtc::test {

@@ -1,4 +1,4 @@
-/** @file raw_client.h A client that sends bytes as a test wants them, not as HTTP does. */
+/** @file raw_client.h A client that sends whatever bytes a test wants, HTTP or not. */
 #ifndef TESTS_CAMERA_HTTP_SUPPORT_RAW_CLIENT_H
 #define TESTS_CAMERA_HTTP_SUPPORT_RAW_CLIENT_H
 
@@ -7,13 +7,13 @@
 
 namespace zelrtc::camera::test {
 
-/** A TCP connection to a server on 127.0.0.1. What waits gives up after ten seconds. */
+/** A TCP connection to a server on 127.0.0.1. Waits give up after ten seconds. */
 class RawClient {
 public:
     /**
      * @param port          of the server
-     * @param from          the client's own address, of 127.0.0.0/8
-     * @param receiveBuffer how much the kernel takes for a client that does not read; 0 for what is usual
+     * @param from          the client's own address, in 127.0.0.0/8
+     * @param receiveBuffer how much the kernel buffers for a client that does not read; 0 for the default
      */
     explicit RawClient(int port, const std::string& from = "127.0.0.1", int receiveBuffer = 0);
     ~RawClient();
@@ -22,29 +22,29 @@ public:
     RawClient(const RawClient&) = delete;
     RawClient& operator=(const RawClient&) = delete;
 
-    /** Whether there is a connection; there may be none when the server refuses. */
+    /** Whether there is a connection; the server may refuse one. */
     bool isConnected() const;
 
-    /** The socket, for whoever wants to use it in another way. */
+    /** The socket, for other uses. */
     int descriptor() const;
 
-    /** Sends all. @return false when the server has closed the connection */
+    /** Sends all of it. @return false when the server has closed the connection */
     bool send(const std::string& bytes);
 
-    /** Sends nothing more, but still receives. */
+    /** Stops sending, but still receives. */
     void closeSending();
 
-    /** Receives until the text is among what has come, and takes everything up to its end. @return what was taken; all
-     * that came when the server closes the connection or the time is over */
+    /** Receives until the text arrives and takes everything up to its end. @return what was taken; if the server closes
+     * the connection or time runs out first, all that came */
     std::string receiveUntil(const std::string& text);
 
-    /** Receives one response with its body, which has a length. @return the same as receiveUntil */
+    /** Receives one response with its body, which must have a length. @return the same as receiveUntil */
     std::string receiveResponse();
 
-    /** Receives until the server closes the connection. @return false when the time is over before */
+    /** Receives until the server closes the connection. @return false if time runs out first */
     bool isClosedByServer(std::chrono::milliseconds limit = std::chrono::seconds(10));
 
-    /** Whether the connection is still open after all that has come. Does not wait. */
+    /** Whether the connection is still open after everything received so far. Does not wait. */
     bool isOpen();
 
 private:

@@ -1,4 +1,4 @@
-/** @file test_server.h A server with a few routes, running on a thread of its own. */
+/** @file test_server.h A server with a few routes, on a thread of its own. */
 #ifndef TESTS_CAMERA_HTTP_SUPPORT_TEST_SERVER_H
 #define TESTS_CAMERA_HTTP_SUPPORT_TEST_SERVER_H
 
@@ -14,17 +14,17 @@
 
 namespace zelrtc::camera::test {
 
-/** Limits that no test runs into by itself, however slow the machine. */
+/** Limits that no test reaches by accident, however slow the machine. */
 HttpLimits patientLimits();
 
-/** A door that handlers wait at until the test opens it. */
+/** A door at which handlers wait until the test opens it. */
 class Door {
 public:
     /** Waits until the door is open. */
     void pass();
-    /** Lets everybody pass. */
+    /** Lets everyone pass. */
     void open();
-    /** Waits until that many stand at the door. @return false after ten seconds */
+    /** Waits until that many are waiting at the door. @return false after ten seconds */
     bool hasWaiting(int count);
 
 private:
@@ -84,7 +84,7 @@ private:
     std::thread serving_;
 };
 
-/** A GET request without a body. @param fields further header lines, each with its end */
+/** A GET request without a body. @param fields more header lines, each with its line end */
 std::string getRequest(const std::string& path, const std::string& fields = "");
 
 /** A POST request with a body and its length. */
@@ -93,10 +93,10 @@ std::string postRequest(const std::string& path, const std::string& body, const 
 /** The status of a response; 0 when there is none. */
 int statusOf(const std::string& response);
 
-/** What stands behind the header. */
+/** What follows the header. */
 std::string bodyOf(const std::string& response);
 
-/** Waits for a condition. @return false when it has not come true within ten seconds */
+/** Waits for a condition. @return false if it does not come true within ten seconds */
 bool comesTrue(const std::function<bool()>& condition);
 
 }  // namespace zelrtc::camera::test

@@ -1,1 +1,1 @@
-"""Calls between a camera and a viewer in network namespaces of their own, joined by an emulated link."""
+"""Calls between a camera and a viewer in network namespaces, joined by an emulated link."""

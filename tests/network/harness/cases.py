@@ -1,4 +1,4 @@
-"""The calls over bad networks: what is done to each, and what must come of it."""
+"""The calls over bad networks: what happens to each, and what it must achieve."""
 import signal
 import subprocess
 import time
@@ -29,7 +29,7 @@ class Programs:
 
 @dataclass
 class Outcome:
-    """What one case brought: a row of the table, and what is wrong with it."""
+    """The result of one case: a row of the table, and what went wrong."""
     name: str
     network: str
     seconds: float = 0
@@ -59,7 +59,7 @@ class Scene:
                              silence_rate=silence_rate)
 
     def viewer(self, *options):
-        # Late packets wait in the viewer for as long as the links here can hold one back.
+        # The viewer's buffer covers the longest delay that the links here can add.
         settings = ["--connect-timeout", str(CONNECT_SECONDS), "--jitter-buffer", "250", *options]
         return Viewer(self._programs.viewer, self.camera.url(self.network.camera_address), settings,
                       self.network.command_in)
@@ -72,7 +72,7 @@ class Scene:
         wait_for(reached, seconds, f"the state {state}")
 
     def wait_for_sound(self, frames=50, seconds=CONNECT_SECONDS):
-        """Until the camera has heard so many frames of the viewer: by then media flows."""
+        """Waits until the camera has received this many audio frames from the viewer: by then media flows."""
         def heard():
             levels = [event["data"]["frames"] for event in list(self.camera.events) if event["event"] == "level"]
             return levels and levels[-1] >= frames
@@ -89,7 +89,7 @@ def describe_ends(camera, call):
 
 
 def finish(outcome, scene):
-    """Waits until the camera has let go of the call, and notes what its application heard."""
+    """Waits until the camera has released the call, and notes what its application heard."""
     def all_released():
         ended = all(scene.camera.events_of(call, "ended") for call in scene.camera.calls())
         return ended and scene.camera.health()["calls"] == 0
@@ -103,7 +103,7 @@ def finish(outcome, scene):
 
 
 def steady(name, text, commands, seconds, frames, audio, viewer_options=()):
-    """A call over a link that is equally bad throughout; frames and audio: the shares that must arrive."""
+    """A call over a link that is equally bad throughout; frames and audio are the shares that must arrive."""
     def case(programs, seed):
         outcome = Outcome(name, text, seconds)
         with namespaces.Network(programs.link, seed) as network:
@@ -120,7 +120,7 @@ def steady(name, text, commands, seconds, frames, audio, viewer_options=()):
 
 
 def place_until_connected(outcome, scene, *options):
-    """Calls again when the call was not connected, as people do: on a very bad link a request may get lost, too."""
+    """Calls again if the call did not connect, as people do: a very bad link may lose a request, too."""
     reason = ""
     for attempt in range(1, MOST_ATTEMPTS + 1):
         outcome.report = scene.viewer(*options).report()
@@ -140,7 +140,7 @@ def check_picture(outcome, frames, audio):
 
 
 def let_pass(seconds):
-    """What is measured goes on for so long; this waits for nothing."""
+    """The condition that is measured lasts this long; nothing is awaited."""
     time.sleep(seconds)
 
 
@@ -179,7 +179,7 @@ def outage(seconds, before, after, same_call):
 
 
 def killed(silence_rate):
-    """The SDK takes 30 s to notice; the stand-in's time can pass faster, where nobody reads the figure."""
+    """The SDK takes 30 s to notice; the stand-in can be faster, in runs that publish no figure."""
     def case(programs, seed):
         outcome = Outcome("viewer killed", "the viewer's process disappears", 3)
         with namespaces.Network(programs.link, seed) as network:
@@ -202,7 +202,7 @@ def killed(silence_rate):
 
 
 def suspended(seconds):
-    """The viewer stands still: a telephone in a pocket, a lid that is closed."""
+    """The viewer stops running: a phone in a pocket, a closed lid."""
     def case(programs, seed):
         outcome = Outcome(f"viewer suspended for {seconds} s", "no packet is read or sent by the viewer", seconds + 6)
         with namespaces.Network(programs.link, seed) as network:
@@ -242,7 +242,7 @@ viewer_behind_nat.title = "viewer behind NAT"
 
 
 class Turn:
-    """A TURN server in one of a network's namespaces."""
+    """A TURN server in one of the network's namespaces."""
 
     user = "camera"
     password = "secret"
@@ -291,7 +291,7 @@ both_behind_nat.title = "both behind NAT"
 
 
 def servers(name, text, camera_options, viewer_options, expected_log):
-    """A call of a camera that is configured with servers of which none answers."""
+    """A call of a camera whose servers are all dead."""
     def case(programs, seed):
         outcome = Outcome(name, text, 3)
         with namespaces.Network(programs.link, seed) as network:

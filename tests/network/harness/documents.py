@@ -1,8 +1,8 @@
-"""Puts generated tables into documents, between a pair of markers."""
+"""Writes generated tables into documents, between a pair of markers."""
 
 
 def replace_between(path, name, text):
-    """Replaces what stands between <!-- begin NAME --> and <!-- end NAME -->."""
+    """Replaces what is between <!-- begin NAME --> and <!-- end NAME -->."""
     begin, end = f"<!-- begin {name} -->\n", f"<!-- end {name} -->"
     with open(path, encoding="utf-8") as file:
         document = file.read()
@@ -13,6 +13,6 @@ def replace_between(path, name, text):
 
 
 def table(header, rows):
-    """A table in Markdown."""
+    """A Markdown table."""
     lines = [header, ["---"] * len(header), *rows]
     return "\n".join("| " + " | ".join(str(cell) for cell in line) + " |" for line in lines)

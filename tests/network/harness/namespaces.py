@@ -12,7 +12,7 @@ HIDDEN_VIEWER = "192.168.2.2"
 
 
 def missing_ability():
-    """Why this machine cannot run these tests, or nothing."""
+    """Why these tests cannot run on this machine; None if they can."""
     if os.geteuid() != 0:
         return "network namespaces need root"
     if not os.access("/dev/net/tun", os.R_OK | os.W_OK):
@@ -22,7 +22,7 @@ def missing_ability():
         made = subprocess.run(["ip", "netns", "add", name], capture_output=True, text=True)
         if made.returncode != 0:
             return "network namespaces cannot be made: " + made.stderr.strip()
-        # In a plain chroot they can be made, but not entered.
+        # A plain chroot can make them, but not enter them.
         entered = subprocess.run(["ip", "netns", "exec", name, "true"], capture_output=True, text=True)
         subprocess.run(["ip", "netns", "del", name], check=True)
         if entered.returncode != 0:
@@ -34,7 +34,7 @@ def missing_ability():
 
 
 def clean_up_when_terminated():
-    """Lets the with statements remove their namespaces also when the test is stopped from outside."""
+    """Lets the with statements remove their namespaces even when the test is stopped from outside."""
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))
 
 
@@ -45,7 +45,7 @@ def run(*command, text=None):
 
 
 class Link:
-    """The emulator between two namespaces; its conditions change by command."""
+    """The emulator between two namespaces; commands change its conditions."""
 
     def __init__(self, program, left, right, seed):
         self._process = subprocess.Popen([program, "--left", left, "--right", right, "--seed", str(seed)],
@@ -73,7 +73,7 @@ class Link:
 
 
 class Network:
-    """camera --link-- viewer. Use it in a with statement; leaving removes every trace."""
+    """camera --link-- viewer. For use in a with statement, which removes every trace at its end."""
 
     camera_address = CAMERA_ADDRESS
     viewer_address = VIEWER_ADDRESS
@@ -122,7 +122,7 @@ class Network:
             subprocess.run(["ip", "netns", "del", self.namespace(role)], check=False)
 
     def _hide(self, role, gate, address):
-        """Puts a role behind its gate: its own small network, and address translation on the way out."""
+        """Puts a role behind its gate: a small network of its own, with its address translated on the way out."""
         gateway = address.rsplit(".", 1)[0] + ".1"
         inside, outside = self.namespace(role), self.namespace(gate)
         run("ip", "-n", inside, "link", "add", "eth0", "type", "veth", "peer", "name", "lan0", "netns", outside)

@@ -15,6 +15,6 @@ def figures(pid):
 
 
 def cpu_seconds(pid):
-    """To the nanosecond, threads that have ended included: the process's own processor-time clock."""
+    """To the nanosecond and including ended threads, from the process's own clock."""
     per_process_clock = 2
     return time.clock_gettime((~pid << 3) | per_process_clock)

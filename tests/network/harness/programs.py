@@ -1,4 +1,4 @@
-"""The camera and the viewer as processes, in a network's namespaces or on the loopback interface."""
+"""The camera and the viewer as processes, in a network's namespaces or on loopback."""
 import json
 import os
 import re
@@ -27,10 +27,10 @@ def no_prefix(_role, command):
 
 
 class Camera:
-    """A running camera and the events of its calls. Use it in a with statement."""
+    """A running camera and the events of its calls. For use in a with statement."""
 
     def __init__(self, program, options=(), command_in=no_prefix, log_path=os.devnull, watched=True, silence_rate=1):
-        """silence_rate: how fast the silence of a vanished viewer passes, on the stand-in."""
+        """silence_rate: the stand-in counts a vanished viewer's silence this many times faster."""
         self.events = []
         self._command_in = command_in
         self._folder = tempfile.TemporaryDirectory()
@@ -135,7 +135,7 @@ class Viewer:
         self.process.communicate()
 
     def report(self, seconds=120):
-        """The report of a run that ends by itself."""
+        """The report of a run that ends on its own."""
         try:
             out, err = self.process.communicate(timeout=seconds)
         except subprocess.TimeoutExpired:

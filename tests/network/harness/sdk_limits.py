@@ -1,4 +1,4 @@
-"""How long tests wait for a camera, by the SDK that it stands on: see tests/support/sdk_limits.h."""
+"""How long tests wait for a camera, which depends on the SDK under it: see tests/support/sdk_limits.h."""
 import json
 import os
 import pathlib

@@ -1,5 +1,5 @@
-"""Prints every event of a camera's calls as JSON lines: watch_calls.py URL LIST, where LIST is the camera's --call-list.
-Runs beside the camera, so that what it reports does not travel over the link under test."""
+"""Prints every event of a camera's calls as JSON lines: watch_calls.py URL LIST; LIST is the camera's --call-list.
+Runs beside the camera, to keep its reports off the link under test."""
 import json
 import sys
 import threading

@@ -1,4 +1,4 @@
-/** @file link_command.h How the conditions of a link are changed by words. */
+/** @file link_command.h Commands that change the conditions of a link. */
 #ifndef TESTS_NETWORK_LINK_LINK_COMMAND_H
 #define TESTS_NETWORK_LINK_LINK_COMMAND_H
 
@@ -9,9 +9,9 @@
 namespace zelrtc::link {
 
 /**
- * Changes conditions by one line of words: "up", "down", "clear", "loss PERCENT", "delay MS JITTER_MS",
- * "reorder PERCENT HOLD_MS", "rate KBIT QUEUE_BYTES". Several may stand on a line, separated by commas.
- * @return an empty text, or what is wrong with the line; the conditions are then unchanged
+ * Changes conditions by one line of commands: "up", "down", "clear", "loss PERCENT", "delay MS JITTER_MS",
+ * "reorder PERCENT HOLD_MS", "rate KBIT QUEUE_BYTES". A line may have several, separated by commas.
+ * @return an empty text, or what is wrong with the line, which then changes nothing
  */
 std::string applyCommand(const std::string& line, Conditions* conditions);
 

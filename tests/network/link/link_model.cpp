@@ -9,7 +9,7 @@ namespace {
 constexpr double kNanosecondsPerSecond = 1e9;
 constexpr double kBitsPerByte = 8;
 
-// In [0, 1); written out because the standard's distributions differ between libraries.
+// In [0, 1). Written out, because the distributions of the standard library differ between implementations.
 double evenly(std::mt19937_64* random) {
     constexpr int kMantissaBits = 53;
     return static_cast<double>((*random)() >> (64 - kMantissaBits)) / static_cast<double>(1ULL << kMantissaBits);

@@ -1,5 +1,5 @@
 /**
- * @file link_model.h What a bad network does to the packets of one direction, decided packet by packet and the same on
+ * @file link_model.h What a bad network does to the packets of one direction: decided packet by packet, the same on
  * every run.
  */
 #ifndef TESTS_NETWORK_LINK_LINK_MODEL_H
@@ -16,29 +16,29 @@ namespace zelrtc::link {
 using Duration = std::chrono::nanoseconds;
 using Time = std::chrono::time_point<std::chrono::steady_clock, Duration>;
 
-/** The state of a link; a default one passes everything at once. */
+/** The state of a link; by default everything passes at once. */
 struct Conditions {
     bool isUp = true;
     double lossPercent = 0;
     Duration delay{0};
-    Duration jitter{0};             /**< delay varies evenly by up to this much both ways, order kept */
-    double reorderPercent = 0;      /**< so many packets are held back and overtaken */
+    Duration jitter{0};             /**< the delay varies evenly by up to this much both ways, in order */
+    double reorderPercent = 0;      /**< this share of packets is held back and overtaken */
     Duration reorderHold{0};        /**< for how long */
     uint64_t rateBitsPerSecond = 0; /**< 0: no limit */
-    size_t queueBytes = 0;          /**< what waits for the rate limit; more is dropped */
+    size_t queueBytes = 0;          /**< the most that waits for the rate limit; more is dropped */
 };
 
-/** What became of the packets so far. */
+/** What has happened to the packets so far. */
 struct Counters {
     uint64_t delivered = 0;
     uint64_t bytes = 0;
     uint64_t lost = 0;       /**< by chance */
-    uint64_t overflowed = 0; /**< the queue before the rate limit was full */
+    uint64_t overflowed = 0; /**< because the queue before the rate limit was full */
     uint64_t whileDown = 0;
     uint64_t reordered = 0;
 };
 
-/** One direction of a link. Not thread-safe. The same seed, packets and times give the same decisions. */
+/** One direction of a link. Not thread-safe. The same seed, packets and times lead to the same decisions. */
 class LinkModel {
 public:
     explicit LinkModel(uint64_t seed);
@@ -46,8 +46,8 @@ public:
     void setConditions(const Conditions& conditions);
 
     /**
-     * Decides about a packet that enters the link.
-     * @return when it comes out at the other end; nothing for a packet that never does
+     * Decides the fate of a packet that enters the link.
+     * @return when it comes out at the other end; nothing if it never does
      */
     std::optional<Time> admit(Time now, size_t packetBytes);
 

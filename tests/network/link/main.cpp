@@ -1,4 +1,4 @@
-// zelrtc-link: joins two network namespaces by a link whose quality is changed by commands on standard input.
+// zelrtc-link: joins two network namespaces by a link whose quality is controlled by commands on standard input.
 #include <poll.h>
 #include <unistd.h>
 
@@ -31,7 +31,7 @@ struct PacketInFlight {
     }
 };
 
-// One direction: what leaves one device is delivered to the other when its time has come.
+// One direction: delivers what leaves one device to the other when it is due.
 class Direction {
 public:
     Direction(zelrtc::link::TunDevice* from, zelrtc::link::TunDevice* to, uint64_t seed)
@@ -90,7 +90,7 @@ public:
           leftward_(right, left, seed + 1) {
     }
 
-    // Until standard input ends.
+    // Returns when standard input ends.
     void run() {
         pollfd polled[] = {{STDIN_FILENO, POLLIN, 0}, {descriptors_[0], POLLIN, 0}, {descriptors_[1], POLLIN, 0}};
         bool isOpen = true;
@@ -116,7 +116,7 @@ private:
         return {bounded / kNanosecondsPerSecond, bounded % kNanosecondsPerSecond};
     }
 
-    // False when standard input has ended.
+    // False at the end of standard input.
     bool obey() {
         char text[4096];
         const ssize_t size = read(STDIN_FILENO, text, sizeof(text));

@@ -29,7 +29,7 @@ int openOrFail(const std::string& path, int flags) {
     return descriptor;
 }
 
-// A TUN interface is made in the namespace of the thread that opens the device.
+// A TUN interface appears in the namespace of the thread that opens the device.
 class NamespaceVisit {
 public:
     explicit NamespaceVisit(const std::string& name) : home_(openOrFail("/proc/self/ns/net", O_RDONLY)) {

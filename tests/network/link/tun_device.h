@@ -1,4 +1,4 @@
-/** @file tun_device.h The ends of the link, as network interfaces. */
+/** @file tun_device.h The ends of the link as network interfaces. */
 #ifndef TESTS_NETWORK_LINK_TUN_DEVICE_H
 #define TESTS_NETWORK_LINK_TUN_DEVICE_H
 
@@ -25,10 +25,10 @@ public:
         return descriptor_;
     }
 
-    /** @return the next waiting packet, or nothing when none waits */
+    /** @return the next waiting packet, or nothing */
     std::optional<std::vector<uint8_t>> read();
 
-    /** Hands a packet to the namespace; one that does not fit is lost, as on a real interface. */
+    /** Passes a packet to the namespace; one that does not fit is lost, as on a real interface. */
     void write(const std::vector<uint8_t>& packet);
 
 private:

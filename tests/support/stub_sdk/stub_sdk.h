@@ -1,7 +1,7 @@
 /**
- * @file stub_sdk.h A WebRTC SDK that connects nothing: every call succeeds at once, and what a session registered can
- * be fired by hand. It compiles against whatever SDK headers it is given. Its calls cost next to nothing, in time and
- * on the stack, so that what is measured above it is the session's own share.
+ * @file stub_sdk.h A WebRTC SDK that connects nothing: every call succeeds at once, and the handlers that a session
+ * registered can be fired by hand. It compiles against whatever SDK headers it is given. Its calls cost next to nothing
+ * in time and stack, so that what is measured above it is the session's own share.
  */
 #ifndef TESTS_SUPPORT_STUB_SDK_STUB_SDK_H
 #define TESTS_SUPPORT_STUB_SDK_STUB_SDK_H
@@ -18,14 +18,14 @@ typedef struct {
     RtcOnIceCandidate onIceCandidate;
     RtcOnConnectionStateChange onStateChange;
     RtcOnSenderBandwidthEstimation onSenderBandwidth;
-    /** First the video transceiver's, then the audio transceiver's. */
+    /** The video transceiver's, then the audio transceiver's. */
     RtcOnFrame onFrame[2];
     RtcOnBandwidthEstimation onBandwidth[2];
 } StubHandlers;
 
 extern StubHandlers stubHandlers;
 
-/** Characters of each answer; short, unless the caller needs one of a usual length. */
+/** Length of each answer in characters; short unless the caller needs a realistic one. */
 extern UINT32 stubAnswerLength;
 
 /** A transceiver to write to without a session. */

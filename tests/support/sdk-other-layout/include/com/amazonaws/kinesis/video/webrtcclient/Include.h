@@ -1,6 +1,6 @@
 /**
  * The SDK's interface in another layout than the development host's: shorter server URLs, a member before the text of a
- * session description, members in another order. A session that compiles and passes with both rests on names alone.
+ * session description, members in another order. A session that compiles and passes with both relies on names alone.
  */
 #ifndef OTHER_LAYOUT_INCLUDE_H
 #define OTHER_LAYOUT_INCLUDE_H
