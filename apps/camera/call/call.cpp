@@ -29,12 +29,13 @@ bool isSdkStatus(int result) {
 
 }  // namespace
 
-Call::Call(ZELRTC_SESSION_ID id, const ZelRtcSessionConfig& config, const std::string& recordPath, MediaHub& hub)
+Call::Call(ZELRTC_SESSION_ID id, const ZelRtcSessionConfig& config, const std::string& recordPath,
+           RecordingBudget& recordings, MediaHub& hub)
     : id_(id),
       isTrickle_(config.trickleIce || config.isAlexaCall),
       hub_(hub),
       logLines_(id, events_),
-      talkBack_(recordPath) {
+      talkBack_(recordPath, recordings) {
     const LogScope scope(id_);
     session_ = std::make_unique<ZelRtcSession>(id_, config, this);
 }

@@ -48,8 +48,10 @@ public:
     /**
      * @param id         of the session; in logs and names of recordings, no secret
      * @param recordPath where to record the viewer's voice; empty: do not record
+     * @param recordings what all recordings may take
      */
-    Call(ZELRTC_SESSION_ID id, const ZelRtcSessionConfig& config, const std::string& recordPath, MediaHub& hub);
+    Call(ZELRTC_SESSION_ID id, const ZelRtcSessionConfig& config, const std::string& recordPath,
+         RecordingBudget& recordings, MediaHub& hub);
     ~Call() override = default;
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;

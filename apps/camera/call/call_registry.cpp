@@ -10,6 +10,7 @@ namespace zelrtc::camera {
 namespace {
 
 constexpr size_t kKeptEndedCalls = 8;
+constexpr uint64_t kMib = 1024 * 1024;
 
 CallError noSuchCall() {
     return {CallError::Kind::kNoSuchCall, "there is no call at this address"};
@@ -22,7 +23,10 @@ CallError unavailable(const std::string& reason) {
 }  // namespace
 
 CallRegistry::CallRegistry(CallSettings settings, MediaHub& hub)
-    : settings_(std::move(settings)), hub_(hub), list_(settings_.listFile) {
+    : settings_(std::move(settings)),
+      hub_(hub),
+      list_(settings_.listFile),
+      recordings_(settings_.recordLimitMib * kMib) {
 }
 
 std::shared_ptr<Call> CallRegistry::place(const std::string& offer, std::optional<bool> trickle) {
@@ -64,7 +68,7 @@ std::shared_ptr<Call> CallRegistry::admit(std::optional<bool> trickle) {
         throw unavailable("the camera is still releasing calls that have ended (" + std::to_string(ending_) + ")");
     }
     const int id = ++newestId_;
-    auto call = std::make_shared<Call>(id, config, recordPath(id), hub_);
+    auto call = std::make_shared<Call>(id, config, recordPath(id), recordings_, hub_);
     calls_[id] = call;
     list_.add(id, call->key());
     return call;

@@ -3,6 +3,7 @@
 #define APPS_CAMERA_CALL_CALL_REGISTRY_H
 
 #include <chrono>
+#include <cstdint>
 #include <deque>
 #include <map>
 #include <memory>
@@ -25,7 +26,8 @@ struct CallSettings {
     ZelRtcSessionConfig session; /**< ICE servers, relay only, and trickle unless the viewer asks otherwise */
     std::string recordDir;       /**< where talk-back is recorded; empty: nowhere */
     size_t maxCalls = 16;
-    std::string listFile; /**< where the calls' keys are written to; empty for nowhere */
+    std::string listFile;           /**< where the calls' keys are written to; empty for nowhere */
+    uint64_t recordLimitMib = 1024; /**< what all recordings together may take */
 };
 
 /** Admits, finds and ends calls. Any thread except the SDK's. */
@@ -90,6 +92,7 @@ private:
     const CallSettings settings_;
     MediaHub& hub_;
     CallList list_;
+    RecordingBudget recordings_;
     std::mutex mutex_;
     std::map<int, std::shared_ptr<Call>> calls_;
     size_t ending_ = 0;
