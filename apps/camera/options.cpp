@@ -16,6 +16,7 @@ namespace zelrtc::camera {
 namespace {
 
 constexpr int kMostCalls = 64;
+constexpr int kMostRecordedMib = 1024 * 1024;
 constexpr int kLastPort = 65535;
 
 // Options as typed, before they are parsed further.
@@ -191,6 +192,9 @@ void describe(CLI::App& app, Texts& texts, Options& options) {
     app.add_flag("--no-trickle", texts.noTrickle, "Answer with all candidates at once unless a viewer asks otherwise");
     app.add_flag("--assistant-call", options.calls.session.isAlexaCall, "Treat every call as one of a voice assistant");
     app.add_option("--record-dir", options.calls.recordDir, "Record viewers' audio there, as call-ID.wav");
+    app.add_option("--record-limit", options.calls.recordLimitMib, "How many MiB all recordings may take")
+        ->check(CLI::Range(1, kMostRecordedMib))
+        ->capture_default_str();
     app.add_option("--call-list", options.calls.listFile,
                    "Write the addresses of all calls there, for this machine's owner to steer them");
     app.add_option("--max-calls", options.calls.maxCalls, "How many calls at the same time")

@@ -2,10 +2,6 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <array>
-#include <condition_variable>
-#include <functional>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -13,6 +9,7 @@
 #include "call/call_error.h"
 #include "call/call_keeper.h"
 #include "call/call_registry.h"
+#include "call_support.h"
 #include "media/mulaw.h"
 #include "recording_sdk.h"
 
@@ -25,67 +22,6 @@ using ::testing::IsEmpty;
 using namespace std::chrono_literals;
 using zelrtc::test::RecordingSdk;
 using zelrtc::test::SdkFunction;
-
-constexpr auto kLimit = 10s;
-constexpr const char* kOffer = R"({"type":"offer","sdp":"v=0"})";
-
-/** Holds the threads that pass it until it is opened. They give up at the limit, so that no test hangs. */
-class Gate {
-public:
-    explicit Gate(size_t opensAt = SIZE_MAX) : opensAt_(opensAt) {
-    }
-
-    void pass() {
-        std::unique_lock<std::mutex> lock(mutex_);
-        most_ = std::max(most_, ++inside_);
-        changed_.notify_all();
-        changed_.wait_for(lock, kLimit, [this] { return isOpen_ || most_ >= opensAt_; });
-        --inside_;
-    }
-
-    /** Waits until this many are held at the same time. */
-    bool hasHeld(size_t count, std::chrono::milliseconds limit = kLimit) {
-        std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_for(lock, limit, [&] { return most_ >= count; });
-    }
-
-    size_t holds() {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        return inside_;
-    }
-
-    void open() {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        isOpen_ = true;
-        changed_.notify_all();
-    }
-
-private:
-    const size_t opensAt_;
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    size_t inside_ = 0;
-    size_t most_ = 0;
-    bool isOpen_ = false;
-};
-
-bool eventually(const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + kLimit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(1ms);
-    }
-    return true;
-}
-
-std::array<VideoInput, kVideoStreams> streamsWithoutFrames() {
-    initVideo();
-    std::array<VideoInput, kVideoStreams> streams;
-    streams.fill({VideoInput::Kind::kPipeline, "appsrc is-live=true"});
-    return streams;
-}
 
 class CallEndTest : public ::testing::Test {
 protected:
@@ -106,7 +42,7 @@ protected:
     }
 
     std::string place() {
-        return calls_.place(kOffer, true)->key();
+        return calls_.place(kOffer, true, "viewer")->key();
     }
 
     std::vector<Event> eventsOf(const std::string& key) {
@@ -240,7 +176,7 @@ TEST_F(CallEndTest, WhoKeepsHangingUpAndCallingIsToldToWait) {
 }
 
 TEST_F(CallEndTest, ACallWithoutAnAnswerInTimeIsEndedAndSaysHowLongItHasWaited) {
-    const auto call = calls_.place(kOffer, false);
+    const auto call = calls_.place(kOffer, false, "viewer");
     try {
         calls_.answerOf(*call, 1s);
         ADD_FAILURE() << "the call was answered";
@@ -253,7 +189,7 @@ TEST_F(CallEndTest, ACallWithoutAnAnswerInTimeIsEndedAndSaysHowLongItHasWaited) 
 
 TEST_F(CallEndTest, WhoWaitsForTheAnswerOfACallThatEndsIsToldBeforeTheRelease) {
     releaseSlowly(release_);
-    const auto call = calls_.place(kOffer, false);
+    const auto call = calls_.place(kOffer, false, "viewer");
     const auto start = std::chrono::steady_clock::now();
     std::thread other([&] { calls_.end(call->key(), "the viewer hung up"); });
     EXPECT_THROW(calls_.answerOf(*call), CallError);

@@ -100,6 +100,21 @@ TEST_F(HttpRequests, MakesProblemsOfWhatHandlersThrow) {
     expectProblem(getRequest("/refuse"), 422);
 }
 
+TEST_F(HttpRequests, SaysWhenToTryAgain) {
+    EXPECT_THAT(exchange(getRequest("/later")), HasSubstr("\r\nRetry-After: 5\r\n"));
+    EXPECT_THAT(exchange(getRequest("/refuse")), Not(HasSubstr("Retry-After")));
+}
+
+TEST_F(HttpRequests, TellsClientsApart) {
+    const auto clientAt = [this](const char* address) {
+        RawClient client(server_.port(), address);
+        client.send(getRequest("/client"));
+        return bodyOf(client.receiveResponse());
+    };
+    EXPECT_EQ(clientAt("127.0.0.1"), clientAt("127.0.0.1"));
+    EXPECT_NE(clientAt("127.0.0.1"), clientAt("127.0.0.2"));
+}
+
 TEST_F(HttpRequests, TakesAHeaderOfFifteenKibibytes) {
     EXPECT_EQ(statusOf(exchange(getRequest("/", "X: " + std::string(15 * kKibibyte, 'x') + "\r\n"))), 200);
 }

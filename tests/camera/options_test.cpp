@@ -76,7 +76,8 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{"--token-file /etc/hostname --no-token", "--no-token"},
         Mistake{"--token-file /etc/passwd --listen 127.0.0.1:0", "is not 16 or more of"},
         Mistake{"--record-dir /dev/null", "is no directory"}, Mistake{"--max-calls 0", "not in range"},
-        Mistake{"--max-calls many", "--max-calls"}, Mistake{"--log-level 9", "not in range"},
+        Mistake{"--record-limit 0", "not in range"}, Mistake{"--max-calls many", "--max-calls"},
+        Mistake{"--log-level 9", "not in range"},
         Mistake{"--log-file /dev/null/log --listen 127.0.0.1:0", "log file cannot be opened"}));
 
 TEST(CameraOptionsTest, HelpNamesEveryOptionAndSucceeds) {
@@ -87,7 +88,7 @@ TEST(CameraOptionsTest, HelpNamesEveryOptionAndSucceeds) {
           "--no-token",       "--token-file",    "--allow-origin",    "--video-file", "--video-pipeline",
           "--audio-file",     "--ice-server",    "--ice-server-file", "--relay-only", "--no-trickle",
           "--assistant-call", "--record-dir",    "--call-list",       "--max-calls",  "--log-level",
-          "--log-file"}) {
+          "--log-file",       "--record-limit"}) {
         EXPECT_THAT(outcome.output, HasSubstr(option));
     }
 }

@@ -64,6 +64,30 @@ TEST_F(WavWriterTest, TheHeaderIsRightAfterEveryAppendWhileTheFileIsOpen) {
     EXPECT_THAT(std::vector<uint8_t>(file.begin() + 44, file.end()), ElementsAre(1, 0, 0xfe, 0xff, 0x2c, 0x01));
 }
 
+TEST_F(WavWriterTest, OnlyTheOwnerCanReadARecording) {
+    const WavWriter writer(path());
+    using std::filesystem::perms;
+    EXPECT_EQ(std::filesystem::status(path()).permissions(), perms::owner_read | perms::owner_write);
+}
+
+TEST_F(WavWriterTest, WhatIsThereAlreadyStaysAndTheRecordingGetsAnotherName) {
+    std::ofstream(path()) << "kept";
+    WavWriter second(path());
+    const WavWriter third(path());
+    ASSERT_TRUE(second.append({1}));
+    const auto kept = bytes();
+    EXPECT_EQ(std::string(kept.begin(), kept.end()), "kept");
+    EXPECT_EQ(second.path(), path().substr(0, path().size() - 4) + "-2.wav");
+    EXPECT_EQ(third.path(), path().substr(0, path().size() - 4) + "-3.wav");
+    EXPECT_EQ(std::filesystem::file_size(second.path()), 46U);
+}
+
+TEST_F(WavWriterTest, ALinkIsNotFollowed) {
+    std::filesystem::create_symlink(path() + ".target", path());
+    const WavWriter writer(path());
+    EXPECT_FALSE(std::filesystem::exists(path() + ".target"));
+}
+
 TEST_F(WavWriterTest, APathThatCannotBeWrittenIsReported) {
     EXPECT_THROW(WavWriter(path() + "/no/such/directory.wav"), std::runtime_error);
 }

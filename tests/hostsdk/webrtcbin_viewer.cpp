@@ -3,6 +3,7 @@
 #include <gst/rtp/gstrtpbuffer.h>
 
 #include <algorithm>
+#include <array>
 #include <condition_variable>
 #include <mutex>
 #include <stdexcept>
@@ -29,12 +30,14 @@ struct WebrtcbinViewer::Observer {
     std::atomic<guint32> videoTimestamp{0};
     std::atomic<guint32> videoTimestampStep{0};
     std::atomic<bool> frozen{false};
+    std::map<guint32, uint64_t> received;  // guarded by the mutex
 
     static void onGatheringState(GstElement* webrtcbin, GParamSpec*, Observer* self);
     static void onPadAdded(GstElement* webrtcbin, GstPad* pad, Observer* self);
     static void onElementAdded(GstBin*, GstBin*, GstElement* element, Observer* self);
     static void onDtlsState(GstElement* dtlsdec, GParamSpec*, Observer* self);
     void onVideo(GstSample* packet);
+    static GstPadProbeReturn onReceived(GstPad*, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onSend(GstPad*, GstPadProbeInfo*, gpointer self);
 };
 
@@ -44,7 +47,8 @@ constexpr std::chrono::seconds kGatheringLimit{20};
 
 constexpr const char* kVideoCaps =
     "application/x-rtp,media=video,encoding-name=H264,clock-rate=90000,payload=96,"
-    "packetization-mode=(string)1,profile-level-id=(string)42e01f";
+    "packetization-mode=(string)1,profile-level-id=(string)42e01f,rtcp-fb-nack=(boolean)true,rtcp-fb-nack-pli=(boolean)"
+    "true";
 constexpr const char* kVp8Caps = "application/x-rtp,media=video,encoding-name=VP8,clock-rate=90000,payload=98";
 constexpr const char* kAudioCaps = "application/x-rtp,media=audio,encoding-name=PCMU,clock-rate=8000,payload=0";
 
@@ -90,6 +94,9 @@ void WebrtcbinViewer::Observer::onElementAdded(GstBin*, GstBin*, GstElement* ele
         gst_pad_add_probe(pad.get(),
                           static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_BUFFER_LIST),
                           onSend, self, nullptr);
+    } else if (gst::isMadeBy(element, "srtpdec")) {
+        const gst::GstPtr<GstPad> pad(gst_element_get_static_pad(element, "rtp_sink"));
+        gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, onReceived, self, nullptr);
     }
 }
 
@@ -110,6 +117,21 @@ void WebrtcbinViewer::Observer::onVideo(GstSample* packet) {
         videoFrames++;
     }
     gst_rtp_buffer_unmap(&header);
+}
+
+// Still encrypted, but the source is in the clear.
+GstPadProbeReturn WebrtcbinViewer::Observer::onReceived(GstPad*, GstPadProbeInfo* info, gpointer self) {
+    constexpr gsize kHeaderBytes = 12;
+    GstBuffer* const packet = GST_PAD_PROBE_INFO_BUFFER(info);
+    std::array<guint8, kHeaderBytes> header{};
+    const bool isRtp = gst_buffer_extract(packet, 0, header.data(), kHeaderBytes) == kHeaderBytes &&
+                       ((header[1] & 0x7fU) < 64 || (header[1] & 0x7fU) > 95);
+    if (isRtp) {
+        auto* const observer = static_cast<Observer*>(self);
+        const std::lock_guard<std::mutex> lock(observer->mutex);
+        observer->received[GST_READ_UINT32_BE(&header[8])] += gst_buffer_get_size(packet);
+    }
+    return GST_PAD_PROBE_OK;
 }
 
 GstPadProbeReturn WebrtcbinViewer::Observer::onSend(GstPad*, GstPadProbeInfo*, gpointer self) {
@@ -204,6 +226,52 @@ void WebrtcbinViewer::freeze() {
 
 void WebrtcbinViewer::thaw() {
     observer_->frozen = false;
+}
+
+namespace {
+
+// Nothing may have gone this way before.
+void beginStream(GstPad* pad) {
+    GstEvent* const begun = gst_pad_get_sticky_event(pad, GST_EVENT_SEGMENT, 0);
+    if (begun != nullptr) {
+        gst_event_unref(begun);
+        return;
+    }
+    GstSegment segment;
+    gst_segment_init(&segment, GST_FORMAT_TIME);
+    gst_pad_send_event(pad, gst_event_new_stream_start("hostile"));
+    if (g_str_has_prefix(GST_PAD_NAME(pad), "rtcp")) {
+        const gst::GstPtr<GstCaps> caps(gst_caps_new_empty_simple("application/x-rtcp"));
+        gst_pad_send_event(pad, gst_event_new_caps(caps.get()));
+    }
+    gst_pad_send_event(pad, gst_event_new_segment(&segment));
+}
+
+}  // namespace
+
+bool WebrtcbinViewer::sendPacket(const std::vector<uint8_t>& packet) {
+    const bool isControl = packet.at(1) >= 192 && packet.at(1) <= 223;
+    return sendInto("srtpenc", isControl ? "rtcp_sink_0" : "rtp_sink_0", packet);
+}
+
+bool WebrtcbinViewer::sendData(const std::vector<uint8_t>& data) {
+    return sendInto("dtlsenc", "sink", data);
+}
+
+bool WebrtcbinViewer::sendInto(const char* factory, const char* pad, const std::vector<uint8_t>& packet) {
+    for (const auto& element : gst::elementsMadeBy(webrtcbin_, factory)) {
+        const gst::GstPtr<GstPad> input(gst_element_get_static_pad(element.get(), pad));
+        if (input != nullptr) {
+            beginStream(input.get());
+            return gst_pad_chain(input.get(), gst_buffer_new_memdup(packet.data(), packet.size())) == GST_FLOW_OK;
+        }
+    }
+    return false;
+}
+
+std::map<guint32, uint64_t> WebrtcbinViewer::receivedBytes() const {
+    const std::lock_guard<std::mutex> lock(observer_->mutex);
+    return observer_->received;
 }
 
 int WebrtcbinViewer::talkPackets() const {

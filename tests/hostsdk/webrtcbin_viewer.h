@@ -4,9 +4,12 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "gst/handles.h"
 
@@ -37,6 +40,14 @@ public:
     void freeze();
     void thaw();
 
+    // Feeds the near end a packet as if the viewer's sender had made it: bytes that are RTP or RTCP, before they are
+    // encrypted. Only while connected. False when it does not go out.
+    bool sendPacket(const std::vector<uint8_t>& packet);
+    // The same for application data, which is what data channels are made of.
+    bool sendData(const std::vector<uint8_t>& data);
+    // Bytes of RTP that have come in, by source.
+    std::map<guint32, uint64_t> receivedBytes() const;
+
     // Packets that the viewer has sent, or tried to.
     int talkPackets() const;
     // These return false on timeout.
@@ -47,6 +58,7 @@ private:
     struct Observer;
 
     void addSection(const std::string& section, int index);
+    bool sendInto(const char* factory, const char* pad, const std::vector<uint8_t>& packet);
     void addTalk(GstCaps* caps, const std::string& padName);
     bool waitFor(std::chrono::seconds deadline, const std::function<bool()>& condition);
 

@@ -15,7 +15,7 @@ using namespace std::chrono_literals;
 constexpr auto kTimeToConnect = 30s;
 // A silent connection may recover. This comes on top of the silence that the SDK allows before it reports one.
 constexpr auto kTimeToComeBack = 2s;
-constexpr auto kKeyFrameRetry = 100ms;
+constexpr auto kBetweenChoices = 500ms;
 constexpr size_t kKeptLevels = 5;
 
 std::chrono::milliseconds since(std::chrono::steady_clock::time_point start) {
@@ -29,12 +29,13 @@ bool isSdkStatus(int result) {
 
 }  // namespace
 
-Call::Call(ZELRTC_SESSION_ID id, const ZelRtcSessionConfig& config, const std::string& recordPath, MediaHub& hub)
+Call::Call(ZELRTC_SESSION_ID id, const ZelRtcSessionConfig& config, const std::string& recordPath,
+           RecordingBudget& recordings, MediaHub& hub)
     : id_(id),
       isTrickle_(config.trickleIce || config.isAlexaCall),
       hub_(hub),
       logLines_(id, events_),
-      talkBack_(recordPath) {
+      talkBack_(recordPath, recordings) {
     const LogScope scope(id_);
     session_ = std::make_unique<ZelRtcSession>(id_, config, this);
 }
@@ -74,7 +75,28 @@ Selection Call::select(std::optional<int> video, std::optional<bool> audio) {
     const LogScope scope(id_);
     const std::lock_guard<std::mutex> lock(controlMutex_);
     requireSession();
-    const Selection selection{video.value_or(video_), audio.value_or(audio_)};
+    chosen_ = {video.value_or(chosen_.video), audio.value_or(chosen_.audio)};
+    applyIfDue();
+    return chosen_;
+}
+
+void Call::applyChoice() {
+    const LogScope scope(id_);
+    const std::unique_lock<std::mutex> lock(controlMutex_, std::try_to_lock);
+    if (lock && session_) {
+        applyIfDue();
+    }
+}
+
+void Call::applyIfDue() {
+    const bool isNew = chosen_.video != video_ || chosen_.audio != audio_;
+    if (isNew && since(applied_) >= kBetweenChoices) {
+        applied_ = Clock::now();
+        apply(chosen_);
+    }
+}
+
+void Call::apply(const Selection& selection) {
     const bool isOtherVideo = selection.video != video_;
     if (isOtherVideo) {
         hub_.attach(shared_from_this(), selection.video);
@@ -88,7 +110,6 @@ Selection Call::select(std::optional<int> video, std::optional<bool> audio) {
     if (isOtherVideo) {
         hub_.requestKeyFrame(selection.video);
     }
-    return selection;
 }
 
 void Call::recordTalkBack() {
@@ -99,6 +120,10 @@ void Call::recordTalkBack() {
     if (const auto level = talkBack_.process()) {
         events_->appendPassing("level", json{{"rms", level->rms}, {"frames", level->frames}}.dump(), kKeptLevels);
     }
+}
+
+bool Call::keepsWaiting(std::chrono::milliseconds limit) const {
+    return !wasConnected_ && answeredMs_ >= 0 && age() - std::chrono::milliseconds(answeredMs_) >= limit;
 }
 
 std::optional<std::string> Call::reasonToEnd() const {
@@ -162,17 +187,7 @@ void Call::onVideo(const AccessUnit& unit) {
     }
     const int flags = unit.isKeyFrame ? ZELRTC_FRAME_FLAG_KEY_FRAME : 0;
     const int result = session_->writeVideoData(unit.data, unit.size, unit.timeUs, flags, unit.stream);
-    askForKeyFrameAgain(unit.isKeyFrame, result);
-}
-
-// A key frame that the SDK refused because its transport was not ready has opened the session's gate all the same.
-// Without another one the viewer would see nothing until the next regular key frame.
-void Call::askForKeyFrameAgain(bool isKeyFrame, int result) {
-    if (isKeyFrame) {
-        wantsKeyFrame_ = isSdkStatus(result);
-    }
-    if (wantsKeyFrame_ && since(askedForKeyFrame_) >= kKeyFrameRetry) {
-        askedForKeyFrame_ = Clock::now();
+    if (keyFrameRetry_.onWritten(unit.isKeyFrame, isSdkStatus(result), Clock::now())) {
         hub_.requestKeyFrame(video_);
     }
 }
@@ -185,6 +200,7 @@ void Call::onAudio(const AudioFrame& frame) {
 }
 
 void Call::onAnswer(ZELRTC_SESSION_ID, const std::string& answer) {
+    answeredMs_ = age().count();
     events_->append("answer", answer);
     {
         const std::lock_guard<std::mutex> lock(answerMutex_);

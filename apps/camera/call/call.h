@@ -20,6 +20,7 @@
 
 #include <zelwebrtc_session.h>
 
+#include "call/key_frame_retry.h"
 #include "events/call_history.h"
 #include "events/log_sink.h"
 #include "media/media_hub.h"
@@ -48,8 +49,10 @@ public:
     /**
      * @param id         of the session; in logs and names of recordings, no secret
      * @param recordPath where to record the viewer's voice; empty: do not record
+     * @param recordings what all recordings may take
      */
-    Call(ZELRTC_SESSION_ID id, const ZelRtcSessionConfig& config, const std::string& recordPath, MediaHub& hub);
+    Call(ZELRTC_SESSION_ID id, const ZelRtcSessionConfig& config, const std::string& recordPath,
+         RecordingBudget& recordings, MediaHub& hub);
     ~Call() override = default;
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
@@ -67,11 +70,28 @@ public:
      */
     void addCandidate(const std::string& candidate);
 
-    /** Changes what is sent; whatever is not given stays. Control threads. @throw CallError when the call has ended */
+    /**
+     * Changes what is sent; whatever is not given stays. At once, or, within half a second of the last change, when
+     * that has passed and applyChoice is called: encoders start and stop for it. Of several choices the last holds.
+     * Control threads.
+     * @return what will be sent
+     * @throw CallError when the call has ended
+     */
     Selection select(std::optional<int> video, std::optional<bool> audio);
+
+    /** Makes a choice true that had to wait, if it is time. Skipped while the call starts or ends. Control threads. */
+    void applyChoice();
 
     /** Records and measures the viewer's voice. Skipped while the call starts or ends. Control threads. */
     void recordTalkBack();
+
+    /** Whether the viewer has ever been connected. */
+    bool wasConnected() const {
+        return wasConnected_;
+    }
+
+    /** Whether the viewer has had the answer for so long, and has never been connected. */
+    bool keepsWaiting(std::chrono::milliseconds limit) const;
 
     /** Why the call should end now; nothing while it should go on. */
     std::optional<std::string> reasonToEnd() const;
@@ -112,7 +132,8 @@ private:
     void requireSession() const;
     void stopFeeding();
     void tellEnd(const std::string& reason);
-    void askForKeyFrameAgain(bool isKeyFrame, int result);
+    void applyIfDue();
+    void apply(const Selection& selection);
     std::chrono::milliseconds age() const;
     std::chrono::milliseconds timeInState() const;
 
@@ -128,7 +149,8 @@ private:
     std::atomic<RTC_PEER_CONNECTION_STATE> state_{RTC_PEER_CONNECTION_STATE_NONE};
     std::atomic<int64_t> stateSinceMs_{0};  // counted from arrived_
     std::atomic<bool> wasConnected_{false};
-    std::atomic<int> video_{1};  // a session starts with stream 1 and audio on
+    std::atomic<int64_t> answeredMs_{-1};  // counted from arrived_; negative: not yet
+    std::atomic<int> video_{1};            // a session starts with stream 1 and audio on
     std::atomic<bool> audio_{true};
 
     std::mutex answerMutex_;
@@ -138,11 +160,12 @@ private:
 
     std::mutex controlMutex_;
     std::unique_ptr<ZelRtcSession> session_;
+    Selection chosen_{1, true};
+    Clock::time_point applied_;  // when what is sent last changed
 
     std::mutex mediaMutex_;
     bool isFed_ = false;
-    bool wantsKeyFrame_ = false;
-    Clock::time_point askedForKeyFrame_;
+    KeyFrameRetry keyFrameRetry_;
 };
 
 }  // namespace zelrtc::camera

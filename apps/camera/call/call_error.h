@@ -12,6 +12,7 @@ class CallError : public std::runtime_error {
 public:
     enum class Kind {
         kNoSuchCall,       /**< never placed, or over */
+        kTooManyOfOne,     /**< this client has too many calls that do not connect */
         kUnavailable,      /**< the camera takes no call now, or has given up one that was being placed */
         kNoAnswer,         /**< the session had none in time */
         kOfferRefused,     /**< by the session; see sdkStatus */

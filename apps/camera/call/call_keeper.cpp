@@ -37,6 +37,7 @@ void CallKeeper::lookAfterAll() {
     for (const auto& call : calls_.all()) {
         lookAfter(*call);
     }
+    calls_.thinOut();
     roundsWithoutCall_ = calls_.held() == 0 ? roundsWithoutCall_ + 1 : 0;
     if (roundsWithoutCall_ == kRoundsUntilQuiet) {
         tidyUp_();
@@ -45,6 +46,7 @@ void CallKeeper::lookAfterAll() {
 
 void CallKeeper::lookAfter(Call& call) {
     call.recordTalkBack();
+    call.applyChoice();
     if (const auto reason = call.reasonToEnd()) {
         calls_.endIfUp(call.id(), *reason);  // unless the viewer's own request came first
     }

@@ -1,5 +1,7 @@
 #include "call/call_registry.h"
 
+#include <spdlog/spdlog.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -10,6 +12,7 @@ namespace zelrtc::camera {
 namespace {
 
 constexpr size_t kKeptEndedCalls = 8;
+constexpr uint64_t kMib = 1024 * 1024;
 
 CallError noSuchCall() {
     return {CallError::Kind::kNoSuchCall, "there is no call at this address"};
@@ -22,15 +25,21 @@ CallError unavailable(const std::string& reason) {
 }  // namespace
 
 CallRegistry::CallRegistry(CallSettings settings, MediaHub& hub)
-    : settings_(std::move(settings)), hub_(hub), list_(settings_.listFile) {
+    : settings_(std::move(settings)),
+      hub_(hub),
+      list_(settings_.listFile),
+      recordings_(settings_.recordLimitMib * kMib) {
 }
 
-std::shared_ptr<Call> CallRegistry::place(const std::string& offer, std::optional<bool> trickle) {
-    std::shared_ptr<Call> call = admit(trickle);
+std::shared_ptr<Call> CallRegistry::place(const std::string& offer, std::optional<bool> trickle,
+                                          const std::string& client) {
+    std::shared_ptr<Call> call = admit(trickle, client);
     try {
         call->start(offer);
     } catch (const CallError& error) {
-        endIfUp(call->id(), error.what());
+        if (!endIfUp(call->id(), error.what())) {
+            throw unavailable("the call was ended while it was placed");
+        }
         throw;
     }
     return call;
@@ -49,25 +58,80 @@ std::string CallRegistry::answerOf(Call& call, std::chrono::milliseconds limit) 
                     "the camera had no complete answer within " + std::to_string(seconds) + " seconds");
 }
 
-std::shared_ptr<Call> CallRegistry::admit(std::optional<bool> trickle) {
+std::shared_ptr<Call> CallRegistry::admit(std::optional<bool> trickle, const std::string& client) {
     ZelRtcSessionConfig config = settings_.session;
     config.trickleIce = trickle.value_or(config.trickleIce);
-    const std::lock_guard<std::mutex> lock(mutex_);
+    std::shared_ptr<Call> givingWay;
+    std::shared_ptr<Call> call;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        refuseIfTooMany(client);
+        givingWay = makeRoom();
+        call = add(config, client);
+    }
+    if (givingWay) {
+        spdlog::warn("call {} gives way to call {}: it has not connected", givingWay->id(), call->id());
+        release(givingWay, "another call needed its place before it had connected");
+    }
+    return call;
+}
+
+void CallRegistry::refuseIfTooMany(const std::string& client) const {
     if (isShutDown_) {
         throw unavailable("the camera is shutting down");
     }
-    if (calls_.size() >= settings_.maxCalls) {
-        throw unavailable("the camera is in as many calls as it takes (" + std::to_string(settings_.maxCalls) + ")");
+    const auto slow = waitingWhere([this](const Call& call) { return call.keepsWaiting(settings_.patience); });
+    if (countOf(slow, client) >= kMostSlowCalls) {
+        throw CallError(CallError::Kind::kTooManyOfOne,
+                        "too many calls from this address (" + std::to_string(kMostSlowCalls) + ") do not connect");
     }
     // Who hangs up and calls again must not pile up threads that release.
     if (ending_ >= settings_.maxCalls) {
         throw unavailable("the camera is still releasing calls that have ended (" + std::to_string(ending_) + ")");
     }
+}
+
+std::shared_ptr<Call> CallRegistry::makeRoom() {
+    if (calls_.size() < settings_.maxCalls) {
+        return nullptr;
+    }
+    const auto id = whoGivesWay(waitingWhere([](const Call&) { return true; }));
+    if (!id) {
+        throw unavailable("the camera is in as many calls as it takes (" + std::to_string(settings_.maxCalls) + ")");
+    }
+    return remove(*id);
+}
+
+std::shared_ptr<Call> CallRegistry::add(const ZelRtcSessionConfig& config, const std::string& client) {
     const int id = ++newestId_;
-    auto call = std::make_shared<Call>(id, config, recordPath(id), hub_);
-    calls_[id] = call;
+    auto call = std::make_shared<Call>(id, config, recordPath(id), recordings_, hub_);
+    calls_[id] = {call, client};
     list_.add(id, call->key());
     return call;
+}
+
+// Those that have not connected, oldest first.
+template <typename Condition>
+std::vector<WaitingCall> CallRegistry::waitingWhere(Condition condition) const {
+    std::vector<WaitingCall> waiting;
+    for (const auto& [id, entry] : calls_) {
+        if (!entry.call->wasConnected() && condition(*entry.call)) {
+            waiting.push_back({id, entry.client});
+        }
+    }
+    return waiting;
+}
+
+void CallRegistry::thinOut() {
+    std::vector<int> surplus;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        const auto slow = waitingWhere([this](const Call& call) { return call.keepsWaiting(settings_.patience); });
+        surplus = beyondShare(slow, kMostSlowCalls);
+    }
+    for (const int id : surplus) {
+        endIfUp(id, "too many calls from its address did not connect");
+    }
 }
 
 std::string CallRegistry::recordPath(int id) const {
@@ -76,9 +140,9 @@ std::string CallRegistry::recordPath(int id) const {
 
 std::shared_ptr<Call> CallRegistry::findOrNull(const std::string& key) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    const auto found =
-        std::find_if(calls_.begin(), calls_.end(), [&key](const auto& entry) { return entry.second->key() == key; });
-    return found == calls_.end() ? nullptr : found->second;
+    const auto found = std::find_if(calls_.begin(), calls_.end(),
+                                    [&key](const auto& entry) { return entry.second.call->key() == key; });
+    return found == calls_.end() ? nullptr : found->second.call;
 }
 
 std::shared_ptr<Call> CallRegistry::find(const std::string& key) {
@@ -102,13 +166,13 @@ std::shared_ptr<CallHistory> CallRegistry::eventsOf(const std::string& key) {
     return ended->events;
 }
 
+// Under the lock.
 std::shared_ptr<Call> CallRegistry::remove(int id) {
-    const std::lock_guard<std::mutex> lock(mutex_);
     const auto found = calls_.find(id);
     if (found == calls_.end()) {
         return nullptr;
     }
-    std::shared_ptr<Call> call = found->second;
+    std::shared_ptr<Call> call = found->second.call;
     calls_.erase(found);
     ++ending_;
     ended_.push_back({call->key(), call->events()});
@@ -126,16 +190,24 @@ void CallRegistry::end(const std::string& key, const std::string& reason) {
 }
 
 bool CallRegistry::endIfUp(int id, const std::string& reason) {
-    const std::shared_ptr<Call> call = remove(id);
+    std::shared_ptr<Call> call;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        call = remove(id);
+    }
     if (!call) {
         return false;
     }
+    release(call, reason);
+    return true;
+}
+
+void CallRegistry::release(const std::shared_ptr<Call>& call, const std::string& reason) {
     releaser_.start([this, call, reason] {
         call->end(reason);
         const std::lock_guard<std::mutex> lock(mutex_);
         --ending_;
     });
-    return true;
 }
 
 size_t CallRegistry::held() {
@@ -148,7 +220,7 @@ std::vector<std::shared_ptr<Call>> CallRegistry::all() {
     std::vector<std::shared_ptr<Call>> calls;
     calls.reserve(calls_.size());
     for (const auto& entry : calls_) {
-        calls.push_back(entry.second);
+        calls.push_back(entry.second.call);
     }
     return calls;
 }

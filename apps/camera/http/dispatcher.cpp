@@ -18,11 +18,19 @@ Response failure(const Request& request, const char* reason) {
     return problemResponse(500, "the camera could not handle the request");
 }
 
+Response problemOf(const HttpError& error) {
+    Response response = problemResponse(error.httpStatus(), error.what());
+    if (const auto pause = error.retryAfter()) {
+        response.headers.push_back({"Retry-After", std::to_string(pause->count())});
+    }
+    return response;
+}
+
 Response responseOf(const Route& route, const Request& request) {
     try {
         return route.handler(request);
     } catch (const HttpError& error) {
-        return problemResponse(error.httpStatus(), error.what());
+        return problemOf(error);
     } catch (const std::exception& error) {
         return failure(request, error.what());
     } catch (...) {

@@ -43,6 +43,7 @@ MHD_Result queue(MHD_Connection* connection, const Response& response, MHD_Respo
 
 Request requestOf(MHD_Connection* connection, const char* path, const char* method) {
     Request request;
+    request.client = clientOf(connection);
     request.method = method;
     request.path = path;
     MHD_get_connection_values_n(connection, MHD_HEADER_KIND, addField, &request.headers);

@@ -16,6 +16,7 @@ struct Field {
 
 /** A request. Guards see it before its body has been read. */
 struct Request {
+    std::string client; /**< equal for requests of one address, of IPv6 for those of one network; nothing to read */
     std::string method;
     std::string path;                   /**< decoded, without the query */
     std::vector<std::string> variables; /**< the segments of the path that its route leaves open, from left to right */

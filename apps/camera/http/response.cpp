@@ -28,6 +28,8 @@ const char* titleOf(int status) {
             return "Not this camera";
         case 422:
             return "Cannot be answered";
+        case 429:
+            return "Too many requests";
         case 431:
             return "Header too large";
         case 501:

@@ -37,7 +37,7 @@ public:
     /** Detaches a sink; a frame already in flight may still arrive. Without effect if it is not attached. */
     void detach(const std::shared_ptr<FrameSink>& sink);
 
-    /** Makes a stream's next frame a key frame. */
+    /** Makes a stream's next frame a key frame, or one soon after: no second holds more than two. */
     void requestKeyFrame(int stream);
 
     int runningEncoders() const;

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "media/real_time.h"
+#include "media/recording_budget.h"
 #include "media/wav_writer.h"
 
 namespace zelrtc::camera {
@@ -16,11 +18,17 @@ namespace zelrtc::camera {
 /** The audio of one viewer. A camera with a loudspeaker would play it where this one records. */
 class TalkBack {
 public:
-    /** @param wavPath where to record, empty: nowhere. The file is created with the first sound. */
-    explicit TalkBack(std::string wavPath);
+    /**
+     * @param wavPath where to record, empty: nowhere. The file is created with the first sound.
+     * @param budget  what recordings may take; outlives this
+     */
+    TalkBack(std::string wavPath, RecordingBudget& budget);
 
-    /** Takes a frame of mu-law samples. The SDK's thread. Copies and returns; drops data beyond 10 s of backlog. */
-    void push(const void* data, size_t size);
+    /**
+     * Takes a frame of mu-law samples. The SDK's thread. Copies and returns; drops data beyond 10 s of backlog, and
+     * what comes faster than anybody speaks.
+     */
+    void push(const void* data, size_t size, RealTime::Clock::time_point now = RealTime::Clock::now());
 
     /** Loudness since the last measurement. */
     struct Level {
@@ -33,10 +41,15 @@ public:
 
 private:
     void record(const std::vector<int16_t>& samples);
+    bool openRecording();
+    void stopRecording();
 
     std::string wavPath_;
+    RecordingBudget& budget_;
     std::optional<WavWriter> wav_;
-    std::mutex mutex_;  // guards the two below
+    std::mutex mutex_;  // guards those below
+    RealTime realTime_;
+    bool hasRushed_ = false;
     std::vector<uint8_t> arrived_;
     uint64_t frames_ = 0;
 };

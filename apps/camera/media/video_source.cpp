@@ -212,6 +212,9 @@ private:
         GstMapInfo map;
         if (gst_buffer_map(buffer, &map, GST_MAP_READ) != FALSE) {
             const bool isKeyFrame = !GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DELTA_UNIT);
+            if (isKeyFrame) {
+                source_.keyFrames_.onKeyFrame(KeyFramePace::Clock::now());
+            }
             source_.sink_({source_.stream_, map.data, map.size, captureTimeUs(sample), isKeyFrame});
             gst_buffer_unmap(buffer, &map);
         }
@@ -232,7 +235,7 @@ private:
 
     // On the stream's own thread, so that a request never reaches a pipeline that is being torn down.
     void forwardKeyFrameRequest() {
-        if (!source_.keyFrameWanted_.exchange(false)) {
+        if (!source_.keyFrames_.takeDue(KeyFramePace::Clock::now())) {
             return;
         }
         GstEvent* request = gst_video_event_new_upstream_force_key_unit(GST_CLOCK_TIME_NONE, TRUE, 0);
@@ -280,7 +283,7 @@ void VideoSource::stop() {
 }
 
 void VideoSource::requestKeyFrame() {
-    keyFrameWanted_ = true;
+    keyFrames_.request();
 }
 
 }  // namespace zelrtc::camera

@@ -9,6 +9,8 @@
 #include <memory>
 #include <string>
 
+#include "media/key_frame_pace.h"
+
 namespace zelrtc::camera {
 
 /** Where a stream's picture comes from. */
@@ -61,7 +63,10 @@ public:
     /** Stops the encoder, waits for a sink call in progress and frees all that the encoder held. */
     void stop();
 
-    /** Makes the next frame a key frame if the stream runs and its encoder takes requests. */
+    /**
+     * Makes a frame soon a key frame if the stream runs and its encoder takes requests: the next one, unless there have
+     * been two in the last second.
+     */
     void requestKeyFrame();
 
     bool isRunning() const {
@@ -75,7 +80,7 @@ private:
     VideoInput input_;
     VideoFormat format_;
     Sink sink_;
-    std::atomic<bool> keyFrameWanted_{false};
+    KeyFramePace keyFrames_;
     std::atomic<bool> running_{false};
     std::unique_ptr<Pipeline> pipeline_;
 };

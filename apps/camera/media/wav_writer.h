@@ -15,10 +15,16 @@ namespace zelrtc::camera {
 class WavWriter {
 public:
     /**
-     * Creates the file, replacing one of that name.
+     * Creates a file that only its owner can read. What is there already stays as it is: "call-2.wav" becomes
+     * "call-2-2.wav", "call-2-3.wav" and so on then.
      * @throw std::runtime_error when it cannot be created
      */
     explicit WavWriter(const std::string& path);
+
+    /** The file that was created. */
+    const std::string& path() const {
+        return path_;
+    }
 
     /**
      * Appends samples and updates the header, so that the file stays valid even if the process is killed. Samples that
@@ -33,6 +39,7 @@ private:
             sf_close(file);
         }
     };
+    std::string path_;
     std::unique_ptr<SNDFILE, Close> file_;
     size_t samples_ = 0;
 };

@@ -10,12 +10,17 @@ namespace zelrtc::camera {
 
 namespace {
 
+// By then calls that never connect have failed, or have given way.
+constexpr std::chrono::seconds kRetryAfter(5);
+
 HttpError httpErrorOf(const CallError& error) {
     switch (error.kind()) {
         case CallError::Kind::kNoSuchCall:
             return {404, error.what()};
         case CallError::Kind::kUnavailable:
-            return {503, error.what()};
+            return {503, error.what(), kRetryAfter};
+        case CallError::Kind::kTooManyOfOne:
+            return {429, error.what(), kRetryAfter};
         case CallError::Kind::kNoAnswer:
             return {504, error.what()};
         case CallError::Kind::kOfferRefused:

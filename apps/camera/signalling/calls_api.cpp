@@ -62,7 +62,7 @@ std::optional<bool> trickleWish(const Request& request) {
 Response placeCall(const Request& request, CallRegistry& calls) {
     const std::string sdp = sdpOfOffer(request.body);
     checkOfferedSdp(sdp);
-    const auto call = calls.place(offerJson(sdp), trickleWish(request));
+    const auto call = calls.place(offerJson(sdp), trickleWish(request), request.client);
     const std::string answer = calls.answerOf(*call);
     Response response = jsonResponse(201, {{"id", call->id()},
                                            {"key", call->key()},

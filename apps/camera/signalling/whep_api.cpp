@@ -36,7 +36,7 @@ void requireSession(const Request& request, int id) {
 // One complete answer: players need not support trickle, and the rest of the exchange stays optional.
 Response place(const Request& request, CallRegistry& calls) {
     checkOfferedSdp(request.body);
-    const auto call = calls.place(offerJson(request.body), false);
+    const auto call = calls.place(offerJson(request.body), false, request.client);
     const std::string answer = calls.answerOf(*call);
     Response response;
     response.status = 201;
@@ -79,7 +79,8 @@ Finisher readableBy(const std::vector<std::string>& allowedOrigins) {
             return;
         }
         response.headers.push_back({"Access-Control-Allow-Origin", *origin});
-        response.headers.push_back({"Access-Control-Expose-Headers", "Location, ETag, Accept-Patch, Allow"});
+        response.headers.push_back(
+            {"Access-Control-Expose-Headers", "Location, ETag, Accept-Patch, Allow, Retry-After"});
         response.headers.push_back({"Vary", "Origin"});
     };
 }

@@ -4,6 +4,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "engine/packet_filter.h"
+#include "engine/track_limits.h"
 #include "text/log.h"
 
 namespace zelrtc::hostsdk {
@@ -55,6 +57,18 @@ void drain(Inbox* inbox, GstAppSink* sink) {
     }
 }
 
+void limitTrack(GstPad* webrtcPad, gst::Codec codec) {
+    if (codec == gst::Codec::kMulaw) {
+        const auto limit = std::make_shared<TalkLimit>();
+        dropUnless(webrtcPad, "their sound comes faster than time passes",
+                   [limit](const uint8_t* packet, size_t size) { return limit->takes(packet, size); });
+    } else {
+        const auto limit = std::make_shared<FragmentLimit>();
+        dropUnless(webrtcPad, "their picture is too large",
+                   [limit](const uint8_t* packet, size_t size) { return limit->takes(packet, size); });
+    }
+}
+
 // One task at a time stands in the queue, so that a slow handler fills the sink, which is bounded.
 void postDrain(const std::shared_ptr<Inbox>& inbox, GstAppSink* sink) {
     if (!inbox->draining.exchange(true)) {
@@ -71,6 +85,7 @@ void receiveMedia(GstElement* pipeline, GstPad* webrtcPad, gst::Codec codec, con
     inbox->post = post;
     inbox->receiver = std::move(receiver);
     inbox->codec = toSdk(codec);
+    limitTrack(webrtcPad, codec);
     try {
         gst::receiveTrack(pipeline, webrtcPad, codec, [inbox](GstAppSink* sink) { postDrain(inbox, sink); });
     } catch (const std::runtime_error& error) {

@@ -6,6 +6,7 @@
 
 #include "engine/last_datagram.h"
 #include "engine/media_receiver.h"
+#include "engine/packet_filter.h"
 #include "gst/camera_end.h"
 #include "gst/dtls.h"
 #include "gst/ice_agent.h"
@@ -91,7 +92,29 @@ void PipelineLink::onElementAdded(GstBin*, GstBin*, GstElement* element, Shared*
     } else if (gst::isMadeBy(element, "nicesrc")) {
         const gst::GstPtr<GstPad> output(gst_element_get_static_pad(element, "src"));
         gst::addProbe(output.get(), GST_PAD_PROBE_TYPE_BUFFER, onPacket, *link);
+    } else if (gst::isMadeBy(element, "srtpdec")) {
+        limitSources(*link, element);
     }
+}
+
+// Packets of both kinds come in through one pad, and leave by kind.
+void PipelineLink::limitSources(const Shared& link, GstElement* srtpdec) {
+    const auto limit = [&](const char* name, const char* reason, const PacketTest& test) {
+        const gst::GstPtr<GstPad> pad(gst_element_get_static_pad(srtpdec, name));
+        if (pad != nullptr) {
+            dropUnless(pad.get(), reason, test);
+        }
+    };
+    constexpr const char* kTooMany = "they are of too many sources";
+    const auto encrypted = [link](const uint8_t* packet, size_t size) {
+        return link->sources_.takesEncrypted(packet, size);
+    };
+    limit("rtp_sink", kTooMany, encrypted);
+    limit("rtcp_sink", kTooMany, encrypted);
+    limit("rtp_src", "they name too many contributing sources",
+          [link](const uint8_t* packet, size_t size) { return link->sources_.takesMedia(packet, size); });
+    limit("rtcp_src", "they report on too many sources",
+          [link](const uint8_t* packet, size_t size) { return link->sources_.takesControl(packet, size); });
 }
 
 // A far end that closes its connection says so through DTLS; webrtcbin's own states do not show it.

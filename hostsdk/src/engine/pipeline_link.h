@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "engine/pipeline_events.h"
+#include "engine/viewer_sources.h"
 #include "gst/handles.h"
 
 namespace zelrtc::hostsdk {
@@ -41,6 +42,7 @@ private:
 
     size_t addGathered(guint stream);
     std::vector<guint> gathered() const;
+    static void limitSources(const Shared& link, GstElement* srtpdec);
     static void postTransport(const Shared& link, TransportEvent event);
     static void onCandidate(GstElement*, guint mLineIndex, gchar* text, Shared* link);
     static void onGatheringDone(GObject* agent, guint stream, Shared* link);
@@ -57,6 +59,7 @@ private:
     std::atomic<Clock::rep> lastPacket_{0};
     std::atomic<bool> dtlsConnected_{false};
     std::atomic<size_t> transports_{1};
+    ViewerSources sources_;
     size_t foundCandidates_ = 0;  // of the agent's thread alone
     mutable std::mutex mutex_;
     std::vector<guint> gathered_;  // the agent's streams that are done; guarded by the mutex

@@ -97,6 +97,7 @@ WebRtcPipeline::~WebRtcPipeline() {
 
 void WebRtcPipeline::configure(bool relayOnly, const std::vector<IceServer>& servers) {
     gst::configureCameraEnd(webrtcbin_);
+    gst::dropData(webrtcbin_);
     gst::gatherOnLoopbackIfAlone(webrtcbin_);
     g_object_set(webrtcbin_, "ice-transport-policy",
                  relayOnly ? GST_WEBRTC_ICE_TRANSPORT_POLICY_RELAY : GST_WEBRTC_ICE_TRANSPORT_POLICY_ALL, nullptr);

@@ -100,6 +100,9 @@ void TestServer::addRoutes() {
     });
     server_.route("GET", {"fail"}, [](const Request&) -> Response { throw std::runtime_error("broken"); });
     server_.route("GET", {"refuse"}, [](const Request&) -> Response { throw HttpError(422, "not today"); });
+    server_.route("GET", {"later"},
+                  [](const Request&) -> Response { throw HttpError(503, "not now", std::chrono::seconds(5)); });
+    server_.route("GET", {"client"}, [](const Request& request) { return textResponse(request.client); });
     server_.route("GET", {"events"}, [this](const Request&) {
         Response response;
         response.type = "text/event-stream";
