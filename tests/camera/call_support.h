@@ -18,7 +18,7 @@ namespace zelrtc::camera {
 constexpr std::chrono::seconds kLimit{10};
 constexpr const char* kOffer = R"({"type":"offer","sdp":"v=0"})";
 
-/** Holds the threads that pass it until it is opened; closed ones give up at the limit, so that no test hangs. */
+/** Holds the threads that pass it until it is opened. They give up at the limit, so that no test hangs. */
 class Gate {
 public:
     explicit Gate(size_t opensAt = SIZE_MAX) : opensAt_(opensAt) {
@@ -32,7 +32,7 @@ public:
         --inside_;
     }
 
-    /** Waits until so many have been held at the same time. */
+    /** Waits until this many are held at the same time. */
     bool hasHeld(size_t count, std::chrono::milliseconds limit = kLimit) {
         std::unique_lock<std::mutex> lock(mutex_);
         return changed_.wait_for(lock, limit, [&] { return most_ >= count; });

@@ -32,8 +32,10 @@ TEST(HostGuard, KnowsTheLoopback) {
 }
 
 TEST(HostGuard, RefusesOtherNames) {
-    for (const char* host : {"rebound.example", "rebound.example:8080", "localhost.example", "127.0.0.1.example",
-                             "192.168.1.5", "[fe80::1]", "", ":80", "[", "[]", "0x7f000001", "127.1"}) {
+    for (const char* host :
+         {"rebound.example", "rebound.example:8080", "localhost.example", "127.0.0.1.example", "192.168.1.5",
+          "[fe80::1]", "", ":80", "[", "[]", "0x7f000001", "127.1", "[::1].rebound.example",
+          "127.0.0.1:80@rebound.example", "localhost:rebound.example", "[::1", "[::1]8080"}) {
         EXPECT_EQ(statusForHost(host, {}), 421) << host;
     }
 }

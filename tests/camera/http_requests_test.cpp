@@ -177,6 +177,19 @@ TEST_F(HttpRequests, RefusesEncodings) {
     EXPECT_EQ(statusOf(client.receiveResponse()), 415);
 }
 
+TEST_F(HttpRequests, ReadsNothingBehindABodyWhoseEndIsInDoubt) {
+    for (const char* lengths :
+         {"Content-Length: 5\r\nTransfer-Encoding: chunked\r\n", "Transfer-Encoding: chunked\r\nContent-Length: 5\r\n",
+          "Content-Length: 5\r\nContent-Length: 55\r\n", "Content-Length: 5\r\nTransfer-Encoding : chunked\r\n",
+          "Content-Length: 5\r\nTransfer-Encoding: chunked\r\nTransfer-Encoding: x\r\n"}) {
+        RawClient client(server_.port());
+        client.send("POST /echo HTTP/1.1\r\nHost: 127.0.0.1\r\n" + std::string(lengths) + "\r\n0\r\n\r\n" +
+                    getRequest("/"));
+        EXPECT_EQ(statusOf(client.receiveResponse()), 400) << lengths;
+        EXPECT_TRUE(client.isClosedByServer()) << lengths;
+    }
+}
+
 TEST_F(HttpRequests, RefusesWhatIsNoHttp) {
     RawClient client(server_.port());
     client.send("\x16\x03\x01\x02nonsense\r\n\r\n");

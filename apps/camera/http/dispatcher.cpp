@@ -2,6 +2,7 @@
 
 #include <spdlog/spdlog.h>
 
+#include <algorithm>
 #include <charconv>
 #include <exception>
 #include <utility>
@@ -36,6 +37,22 @@ Response responseOf(const Route& route, const Request& request) {
     } catch (...) {
         return failure(request, "unknown");
     }
+}
+
+bool isNoName(const Field& field) {
+    return field.name.empty() || field.name.find_first_of(" \t") != std::string::npos;
+}
+
+// Two readers of such a header would not agree where the body ends, and one of them would take the rest of it for a
+// request. So nothing more is read from this connection.
+std::optional<Response> refuseDoubtfulLength(const Request& request) {
+    const size_t lengths = request.countOf("content-length") + request.countOf("transfer-encoding");
+    if (lengths <= 1 && std::none_of(request.headers.begin(), request.headers.end(), isNoName)) {
+        return std::nullopt;
+    }
+    Response refusal = problemResponse(400, "it is not clear where the body ends");
+    refusal.headers.push_back({"Connection", "close"});
+    return refusal;
 }
 
 // A compressed body may become any size, and nobody who calls a camera needs one.
@@ -82,7 +99,7 @@ const Route* Dispatcher::choose(Request& request, size_t headerBytes, Response& 
         refusal = problemResponse(431, "the header is longer than " + std::to_string(limits_.headerBytes) + " bytes");
         return nullptr;
     }
-    if (!passes(guards_, request, refusal)) {
+    if (!passes({refuseDoubtfulLength}, request, refusal) || !passes(guards_, request, refusal)) {
         return nullptr;
     }
     const Route* route = router_.find(request, refusal);

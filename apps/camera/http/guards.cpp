@@ -14,12 +14,19 @@ namespace {
 // Guessing goes through the few connections that an address may have, so this alone makes it hopeless.
 constexpr std::chrono::milliseconds kWrongTokenDelay(500);
 
-// The name without the port. IPv6 addresses lose their brackets.
+bool isPort(const std::string& text) {
+    return text.empty() || (text.front() == ':' && std::all_of(text.begin() + 1, text.end(), [](char letter) {
+                                return letter >= '0' && letter <= '9';
+                            }));
+}
+
+// The name without the port, IPv6 addresses without their brackets; empty when something else than a port follows.
 std::string nameIn(const std::string& host) {
-    if (!host.empty() && host.front() == '[') {
-        return lowerCase(host.substr(1, host.find(']') - 1));
-    }
-    return lowerCase(host.substr(0, host.find(':')));
+    const bool isBracketed = !host.empty() && host.front() == '[';
+    const size_t begin = isBracketed ? 1 : 0;
+    const size_t end = std::min(host.find(isBracketed ? ']' : ':'), host.size());
+    const size_t rest = end + begin;
+    return rest <= host.size() && isPort(host.substr(rest)) ? lowerCase(host.substr(begin, end - begin)) : "";
 }
 
 bool isLoopback(const in6_addr& address) {
