@@ -2,6 +2,7 @@
 #   runtime   the shared library
 #   dev       headers, the library to link against, the CMake package, the pkg-config file
 #   hostsdk   the SDK stand-in, if the library was built against it; never for a device
+#   camera    the demo camera and its systemd unit, if it was built
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -72,8 +73,4 @@ install(FILES ${PROJECT_BINARY_DIR}/ZelWebrtcClient.pc DESTINATION ${ZELRTC_PKGC
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT dev)
 if(BUILD_SHARED_LIBS)
   install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR}/runtime COMPONENT runtime)
-endif()
-
-if(is_top_level)
-  include(ZelRtcPack)
 endif()

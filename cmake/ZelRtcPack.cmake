@@ -19,6 +19,9 @@ if(ZELRTC_SDK_CHOSEN STREQUAL "host")
   list(APPEND CPACK_COMPONENTS_ALL hostsdk)
   list(APPEND dev_depends "libzelwebrtcclient-hostsdk-dev (= ${PROJECT_VERSION})")
 endif()
+if(ZELRTC_INSTALLS_CAMERA)
+  list(APPEND CPACK_COMPONENTS_ALL camera)
+endif()
 list(JOIN dev_depends ", " CPACK_DEBIAN_DEV_PACKAGE_DEPENDS)
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
@@ -33,6 +36,15 @@ set(CPACK_DEBIAN_HOSTSDK_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_HOSTSDK_PACKAGE_DEPENDS
     "libgstreamer-plugins-bad1.0-dev, gstreamer1.0-plugins-base, gstreamer1.0-plugins-good, gstreamer1.0-plugins-bad, \
 gstreamer1.0-nice, libnice10")
+set(CPACK_DEBIAN_CAMERA_PACKAGE_NAME zelrtc-camera)
+set(CPACK_DEBIAN_CAMERA_PACKAGE_SECTION video)
+set(CPACK_DEBIAN_CAMERA_PACKAGE_DEPENDS
+    "gstreamer1.0-plugins-base, gstreamer1.0-plugins-good, gstreamer1.0-plugins-bad, gstreamer1.0-plugins-ugly, \
+gstreamer1.0-nice")
+# Libraries of no Debian package, as an SDK's or this project's own as shared ones, are for who makes the package to name.
+if(ZELRTC_SDK_CHOSEN STREQUAL "host" AND NOT BUILD_SHARED_LIBS)
+  set(CPACK_DEBIAN_CAMERA_PACKAGE_SHLIBDEPS ON)
+endif()
 if(CMAKE_CROSSCOMPILING AND CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
   set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf)
 endif()

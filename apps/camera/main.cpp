@@ -157,8 +157,12 @@ void serve(const Options& options, const sigset_t& stopSignals) {
     MediaHub hub(options.video, options.audioFile.empty() ? tonePattern() : readMulawFile(options.audioFile));
     const HttpLimits limits = limitsFor(options.calls.maxCalls);
     reserveFor(options.calls.maxCalls, limits);
-    HttpServer server({limits, certificateFor(options)});
+    const HttpCertificate certificate = certificateFor(options);
+    HttpServer server({limits, certificate});
     const int port = server.bind(options.host, options.port);
+    if (!certificate.chain.empty()) {
+        spdlog::info("the certificate's SHA-256 fingerprint is {}", fingerprintOf(certificate.chain));
+    }
     const Sdk sdk;
     CallRegistry calls(options.calls, hub);
     addGuards(server, options, token);

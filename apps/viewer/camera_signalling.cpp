@@ -3,8 +3,6 @@
 #include <chrono>
 #include <nlohmann/json.hpp>
 
-#include "http_exchange.h"
-
 namespace zelrtc::viewer {
 namespace {
 
@@ -45,19 +43,13 @@ Signalling::Answer readAnswer(const std::string& text) {
 
 }  // namespace
 
-CameraSignalling::CameraSignalling(const std::string& baseUrl, const std::string& token)
-    : requests_(baseUrl), events_(baseUrl) {
-    requests_.set_tcp_nodelay(true);
-    if (!token.empty()) {
-        requests_.set_bearer_token_auth(token);
-    }
-    requests_.set_read_timeout(kResponseLimit);
-    events_.set_read_timeout(kQuietLimit);
+CameraSignalling::CameraSignalling(const CameraAddress& camera)
+    : requests_(clientOf(camera, kResponseLimit)), events_(clientOf(camera, kQuietLimit)) {
 }
 
 CameraSignalling::~CameraSignalling() {
     leaving_ = true;
-    events_.stop();
+    events_->stop();
     if (reader_.joinable()) {
         reader_.join();
     }
@@ -66,7 +58,7 @@ CameraSignalling::~CameraSignalling() {
 Signalling::Answer CameraSignalling::place(const std::string& offerSdp, bool complete) {
     const nlohmann::json offer{{"type", "offer"}, {"sdp", offerSdp}};
     const httplib::Result result =
-        requests_.Post(complete ? "/calls?trickle=0" : "/calls?trickle=1", offer.dump(), kJsonType);
+        requests_->Post(complete ? "/calls?trickle=0" : "/calls?trickle=1", offer.dump(), kJsonType);
     const httplib::Response& response = expectSuccess(result, "placing the call");
     path_ = locationPath(response);
     return readAnswer(response.body);
@@ -83,7 +75,7 @@ void CameraSignalling::readEvents(SignallingListener& listener) {
         return !leaving_;
     };
     try {
-        const httplib::Result result = events_.Get(path_ + "/events", {{"Accept", "text/event-stream"}}, feed);
+        const httplib::Result result = events_->Get(path_ + "/events", {{"Accept", "text/event-stream"}}, feed);
         expectSuccess(result, "reading the call's events");
         listener.onEnded("the camera closed the event stream");
     } catch (const SignallingError& error) {
@@ -94,18 +86,18 @@ void CameraSignalling::readEvents(SignallingListener& listener) {
 void CameraSignalling::sendCandidate(const Candidate& candidate) {
     const nlohmann::json body{
         {"candidate", candidate.text}, {"sdpMid", candidate.mid}, {"sdpMLineIndex", candidate.line}};
-    sendUntilAnswered([&] { return requests_.Post(path_ + "/candidates", body.dump(), kJsonType); },
+    sendUntilAnswered([&] { return requests_->Post(path_ + "/candidates", body.dump(), kJsonType); },
                       "sending a candidate");
 }
 
 void CameraSignalling::selectStream(int stream) {
     const nlohmann::json body{{"video", stream}};
-    sendUntilAnswered([&] { return requests_.Post(path_ + "/streams", body.dump(), kJsonType); },
+    sendUntilAnswered([&] { return requests_->Post(path_ + "/streams", body.dump(), kJsonType); },
                       "choosing the stream");
 }
 
 void CameraSignalling::hangUp() {
-    expectSuccess(requests_.Delete(path_), "hanging up");
+    expectSuccess(requests_->Delete(path_), "hanging up");
 }
 
 }  // namespace zelrtc::viewer

@@ -2,20 +2,20 @@
 #ifndef APPS_VIEWER_CAMERA_SIGNALLING_H
 #define APPS_VIEWER_CAMERA_SIGNALLING_H
 
-#include <httplib.h>
-
 #include <atomic>
+#include <memory>
 #include <string>
 #include <thread>
 
 #include "event_stream.h"
+#include "http_exchange.h"
 #include "signalling.h"
 
 namespace zelrtc::viewer {
 
 class CameraSignalling : public Signalling {
 public:
-    CameraSignalling(const std::string& baseUrl, const std::string& token);
+    explicit CameraSignalling(const CameraAddress& camera);
     ~CameraSignalling() override;
     CameraSignalling(const CameraSignalling&) = delete;
     CameraSignalling& operator=(const CameraSignalling&) = delete;
@@ -29,8 +29,8 @@ public:
 private:
     void readEvents(SignallingListener& listener);
 
-    httplib::Client requests_;
-    httplib::Client events_;
+    std::unique_ptr<httplib::Client> requests_;
+    std::unique_ptr<httplib::Client> events_;
     std::string path_;
     std::atomic<bool> leaving_{false};
     std::thread reader_;

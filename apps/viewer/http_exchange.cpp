@@ -19,6 +19,19 @@ std::string problemDetail(const httplib::Response& response) {
 
 }  // namespace
 
+std::unique_ptr<httplib::Client> clientOf(const CameraAddress& camera, std::chrono::seconds responseLimit) {
+    auto client = std::make_unique<httplib::Client>(camera.url);
+    client->set_tcp_nodelay(true);
+    client->set_read_timeout(responseLimit);
+    if (!camera.token.empty()) {
+        client->set_bearer_token_auth(camera.token);
+    }
+    if (!camera.certificateFile.empty()) {
+        client->set_ca_cert_path(camera.certificateFile);
+    }
+    return client;
+}
+
 const httplib::Response& expectSuccess(const httplib::Result& result, const std::string& what) {
     if (!result) {
         throw SignallingError(what + ": " + httplib::to_string(result.error()));

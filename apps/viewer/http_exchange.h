@@ -4,10 +4,22 @@
 
 #include <httplib.h>
 
+#include <chrono>
 #include <functional>
+#include <memory>
 #include <string>
 
 namespace zelrtc::viewer {
+
+/** Where a camera is, and what it takes to be let in. */
+struct CameraAddress {
+    std::string url;              // as in "https://192.0.2.7:8080"
+    std::string token;            // empty for none
+    std::string certificateFile;  // PEM; empty to trust whom the system trusts
+};
+
+/** Makes a client that shows the token and, over https, talks to nobody but the camera. */
+std::unique_ptr<httplib::Client> clientOf(const CameraAddress& camera, std::chrono::seconds responseLimit);
 
 /**
  * The response, if it reports success.

@@ -62,7 +62,11 @@ void parseAbort(const std::string& text, Options& options) {
 }
 
 void declare(CLI::App& app, Options& options, RawOptions& raw) {
-    app.add_option("url", options.url, "The camera's address as it prints it, e.g. http://127.0.0.1:8080")->required();
+    app.add_option("url", options.camera.url, "The camera's address as it prints it, e.g. http://127.0.0.1:8080")
+        ->required();
+    app.add_option("--certificate", options.camera.certificateFile,
+                   "The camera's certificate (PEM), where it has made it itself")
+        ->check(CLI::ExistingFile);
     app.add_option("--seconds", raw.seconds, "How long to look, from the connection on")
         ->check(CLI::Range(0.0, 1e6))
         ->capture_default_str();
@@ -96,14 +100,18 @@ void declare(CLI::App& app, Options& options, RawOptions& raw) {
                    "connection");
 }
 
-void check(Options& options, const RawOptions& raw) {
-    std::smatch base;
-    if (!std::regex_match(options.url, base, std::regex("(http://[^/]+)/?(\\?token=([^&]+))?"))) {
-        throw std::invalid_argument("the address must look like http://HOST:PORT[/?token=TOKEN], this one is " +
-                                    options.url);
+void readAddress(CameraAddress& camera) {
+    std::smatch parts;
+    if (!std::regex_match(camera.url, parts, std::regex("(https?://[^/]+)/?(\\?token=([^&]+))?"))) {
+        throw std::invalid_argument("the address must look like http[s]://HOST:PORT[/?token=TOKEN], this one is " +
+                                    camera.url);
     }
-    options.token = base[3];
-    options.url = base[1];
+    camera.token = parts[3];
+    camera.url = std::string(parts[1]);
+}
+
+void check(Options& options, const RawOptions& raw) {
+    readAddress(options.camera);
     options.duration = toMilliseconds(raw.seconds);
     options.connectTimeout = toMilliseconds(raw.connectSeconds);
     options.jitterBuffer = Milliseconds(raw.jitterMs);

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "http_exchange.h"
 #include "ice_server.h"
 
 namespace zelrtc::viewer {
@@ -22,8 +23,7 @@ struct StreamSwitch {
 enum class AbortPoint { kNever, kAfterOffer, kWhileGathering, kInDtlsHandshake, kAfterTime };
 
 struct Options {
-    std::string url;
-    std::string token;                   // empty for none
+    CameraAddress camera;
     Milliseconds duration{5000};         // counted from the connection
     Milliseconds connectTimeout{15000};  // counted from the offer
     Milliseconds jitterBuffer{1000};

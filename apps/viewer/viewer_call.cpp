@@ -13,9 +13,9 @@ constexpr std::chrono::seconds kLateCandidateLimit(1);
 
 std::unique_ptr<Signalling> makeSignalling(const Options& options) {
     if (options.whep) {
-        return std::make_unique<WhepSignalling>(options.url, options.token);
+        return std::make_unique<WhepSignalling>(options.camera);
     }
-    return std::make_unique<CameraSignalling>(options.url, options.token);
+    return std::make_unique<CameraSignalling>(options.camera);
 }
 
 }  // namespace

@@ -2,8 +2,6 @@
 
 #include <chrono>
 
-#include "http_exchange.h"
-
 namespace zelrtc::viewer {
 namespace {
 
@@ -20,16 +18,11 @@ std::string lineStartingWith(const std::string& sdp, const std::string& start) {
 
 }  // namespace
 
-WhepSignalling::WhepSignalling(const std::string& baseUrl, const std::string& token) : requests_(baseUrl) {
-    requests_.set_tcp_nodelay(true);
-    if (!token.empty()) {
-        requests_.set_bearer_token_auth(token);
-    }
-    requests_.set_read_timeout(kAnswerLimit);
+WhepSignalling::WhepSignalling(const CameraAddress& camera) : requests_(clientOf(camera, kAnswerLimit)) {
 }
 
 Signalling::Answer WhepSignalling::place(const std::string& offerSdp, bool /*complete*/) {
-    const httplib::Result result = requests_.Post("/whep", offerSdp, "application/sdp");
+    const httplib::Result result = requests_->Post("/whep", offerSdp, "application/sdp");
     const httplib::Response& response = expectSuccess(result, "placing the call");
     path_ = locationPath(response);
     etag_ = response.get_header_value("ETag");
@@ -48,7 +41,7 @@ void WhepSignalling::sendCandidate(const Candidate& candidate) {
     if (!etag_.empty()) {
         headers.emplace("If-Match", etag_);
     }
-    sendUntilAnswered([&] { return requests_.Patch(path_, headers, fragment, "application/trickle-ice-sdpfrag"); },
+    sendUntilAnswered([&] { return requests_->Patch(path_, headers, fragment, "application/trickle-ice-sdpfrag"); },
                       "sending a candidate");
 }
 
@@ -57,7 +50,7 @@ void WhepSignalling::selectStream(int /*stream*/) {
 }
 
 void WhepSignalling::hangUp() {
-    expectSuccess(requests_.Delete(path_), "hanging up");
+    expectSuccess(requests_->Delete(path_), "hanging up");
 }
 
 }  // namespace zelrtc::viewer

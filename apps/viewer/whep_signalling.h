@@ -2,10 +2,10 @@
 #ifndef APPS_VIEWER_WHEP_SIGNALLING_H
 #define APPS_VIEWER_WHEP_SIGNALLING_H
 
-#include <httplib.h>
-
+#include <memory>
 #include <string>
 
+#include "http_exchange.h"
 #include "signalling.h"
 
 namespace zelrtc::viewer {
@@ -13,7 +13,7 @@ namespace zelrtc::viewer {
 /** The answer always holds all of the camera's candidates; ours may follow by PATCH. */
 class WhepSignalling : public Signalling {
 public:
-    WhepSignalling(const std::string& baseUrl, const std::string& token);
+    explicit WhepSignalling(const CameraAddress& camera);
 
     Answer place(const std::string& offerSdp, bool complete) override;
     void listen(SignallingListener& listener) override;
@@ -22,7 +22,7 @@ public:
     void hangUp() override;
 
 private:
-    httplib::Client requests_;
+    std::unique_ptr<httplib::Client> requests_;
     std::string path_;
     std::string etag_;
     std::string iceCredentials_;  // the offer's a=ice-ufrag and a=ice-pwd lines

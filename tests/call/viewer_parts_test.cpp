@@ -144,7 +144,7 @@ int refusalOf(const std::vector<const char*>& arguments) {
 TEST(ReadOptions, TakesWhatACallNeeds) {
     const Options options =
         parse({"http://127.0.0.1:8080/", "--switch-at", "1.5:2", "--abort-at", "2", "--no-trickle"});
-    EXPECT_EQ(options.url, "http://127.0.0.1:8080");
+    EXPECT_EQ(options.camera.url, "http://127.0.0.1:8080");
     ASSERT_EQ(options.switches.size(), 1U);
     EXPECT_EQ(options.switches[0].at, Milliseconds(1500));
     EXPECT_EQ(options.switches[0].stream, 2);
@@ -155,16 +155,18 @@ TEST(ReadOptions, TakesWhatACallNeeds) {
 
 TEST(ReadOptions, TakesTheAddressAsTheCameraPrintsIt) {
     for (const char* address : {"http://127.0.0.1:8080", "http://127.0.0.1:8080/"}) {
-        EXPECT_EQ(parse({address}).url, "http://127.0.0.1:8080");
-        EXPECT_EQ(parse({address}).token, "");
+        EXPECT_EQ(parse({address}).camera.url, "http://127.0.0.1:8080");
+        EXPECT_EQ(parse({address}).camera.token, "");
     }
-    EXPECT_EQ(parse({"http://127.0.0.1:8080/?token=0f2c"}).url, "http://127.0.0.1:8080");
-    EXPECT_EQ(parse({"http://127.0.0.1:8080/?token=0f2c"}).token, "0f2c");
+    EXPECT_EQ(parse({"http://127.0.0.1:8080/?token=0f2c"}).camera.url, "http://127.0.0.1:8080");
+    EXPECT_EQ(parse({"http://127.0.0.1:8080/?token=0f2c"}).camera.token, "0f2c");
+    EXPECT_EQ(parse({"https://192.0.2.7:8080/?token=0f2c"}).camera.url, "https://192.0.2.7:8080");
 }
 
 TEST(ReadOptions, RefusesBadUsageWithStatusTwo) {
     EXPECT_EQ(refusalOf({}), 2);
     EXPECT_EQ(refusalOf({"ftp://127.0.0.1"}), 2);
+    EXPECT_EQ(refusalOf({"https://127.0.0.1", "--certificate", "/no/such/file"}), 2);
     EXPECT_EQ(refusalOf({"http://127.0.0.1", "--seconds", "soon"}), 2);
     EXPECT_EQ(refusalOf({"http://127.0.0.1", "--switch-at", "1:3"}), 2);
     EXPECT_EQ(refusalOf({"http://127.0.0.1", "--abort-at", "noon"}), 2);

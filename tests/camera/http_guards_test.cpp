@@ -71,6 +71,21 @@ TEST(OriginGuard, RefusesPagesOfOtherSites) {
     EXPECT_EQ(statusOf(refuseOtherSites(requestWith({{"origin", "http://"}}), {})), 403);
 }
 
+TEST(OriginGuard, RefusesWhatOtherSitesMakePartOfTheirPages) {
+    const auto statusFor = [](const std::string& site, const std::string& destination) {
+        const Request request =
+            requestWith({{"host", "127.0.0.1:8080"}, {"sec-fetch-site", site}, {"sec-fetch-dest", destination}});
+        return statusOf(refuseOtherSites(request, {"https://example.com"}));
+    };
+    for (const char* destination : {"image", "script", "iframe", "empty", ""}) {
+        EXPECT_EQ(statusFor("cross-site", destination), 403) << destination;
+        EXPECT_EQ(statusFor("same-site", destination), 403) << destination;
+        EXPECT_EQ(statusFor("same-origin", destination), 0) << destination;
+    }
+    EXPECT_EQ(statusFor("cross-site", "document"), 0);
+    EXPECT_EQ(statusFor("none", "document"), 0);
+}
+
 TEST(OriginGuard, AllowsSitesByName) {
     EXPECT_EQ(statusForOrigin("https://example.com", {"https://example.com"}), 0);
     EXPECT_EQ(statusForOrigin("http://example.com", {"https://example.com"}), 403);

@@ -133,5 +133,26 @@ TEST(HttpTlsCertificate, MustBeOneWithItsKey) {
     }
 }
 
+// Made with: openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -subj /CN=a
+constexpr const char* kCertificate =
+    "-----BEGIN CERTIFICATE-----\n"
+    "MIIBbjCCAROgAwIBAgIUBliI0i0D+xJhAT0WDCehMvgWChAwCgYIKoZIzj0EAwIw\n"
+    "DDEKMAgGA1UEAwwBYTAeFw0yNjExMjIwMzExMTBaFw0yNjExMjMwMzExMTBaMAwx\n"
+    "CjAIBgNVBAMMAWEwWTATBgcqhkjOPQIBBggqhkjOPQMBBwNCAAQ37GaHItcMLZ14\n"
+    "1gYGZUh4yjLKyCEOZzannfhLYVzh46MYF0/UpTuvSu+o8ztDIKNodvAAgbTKDClE\n"
+    "p49EZY+9o1MwUTAdBgNVHQ4EFgQUSRXZDtds6D96EFI+iuF+d559ugkwHwYDVR0j\n"
+    "BBgwFoAUSRXZDtds6D96EFI+iuF+d559ugkwDwYDVR0TAQH/BAUwAwEB/zAKBggq\n"
+    "hkjOPQQDAgNJADBGAiEAr6fNeOITeUNdxOITr2XVgQmfEy31bPe+N/W0ZZJB51IC\n"
+    "IQDwBpGPZVlNJzgiIgtdLir7Zb1/RlFWV0eFeS0KjG48Gw==\n"
+    "-----END CERTIFICATE-----\n";
+
+TEST(HttpTlsCertificate, HasTheFingerprintThatBrowsersShow) {
+    // Made with: openssl x509 -noout -fingerprint -sha256
+    EXPECT_EQ(fingerprintOf(kCertificate),
+              "AA:BF:1D:27:53:1C:18:99:D3:12:C0:44:47:69:9A:37:"
+              "5A:03:D9:82:C3:3C:56:22:9F:B1:66:C8:AA:28:63:7B");
+    EXPECT_THROW(fingerprintOf("text"), std::runtime_error);
+}
+
 }  // namespace
 }  // namespace zelrtc::camera::test

@@ -51,6 +51,14 @@ std::string authorityOf(const std::string& origin) {
     return scheme == std::string::npos ? "" : origin.substr(scheme + 3);
 }
 
+// Pictures, scripts and frames are fetched without an Origin, and then only this tells. A link may lead here from
+// anywhere.
+bool isPartOfOtherSite(const Request& request) {
+    const std::string site = request.header("sec-fetch-site").value_or("");
+    const bool isOther = site == "cross-site" || site == "same-site";
+    return isOther && request.header("sec-fetch-dest") != "document";
+}
+
 std::string bearerIn(const Request& request) {
     constexpr size_t kSchemeLength = 7;
     const std::string credentials = request.header("authorization").value_or("");
@@ -74,7 +82,7 @@ std::optional<Response> refuseOtherHosts(const Request& request, const HostNames
 bool isFromOtherSite(const Request& request, const std::vector<std::string>& allowed) {
     const auto origin = request.header("origin");
     if (!origin) {
-        return false;
+        return isPartOfOtherSite(request);
     }
     const std::string authority = lowerCase(authorityOf(*origin));
     const bool isOwn = !authority.empty() && authority == lowerCase(request.header("host").value_or(""));
@@ -85,7 +93,8 @@ std::optional<Response> refuseOtherSites(const Request& request, const std::vect
     if (!isFromOtherSite(request, allowed)) {
         return std::nullopt;
     }
-    return problemResponse(403, "pages of " + *request.header("origin") + " may not use this camera");
+    return problemResponse(403,
+                           "pages of " + request.header("origin").value_or("other sites") + " may not use this camera");
 }
 
 std::optional<Response> requireMediaType(const Request& request, const std::string& type) {

@@ -8,7 +8,9 @@
 
 #include <array>
 #include <ctime>
+#include <iomanip>
 #include <memory>
+#include <sstream>
 #include <stdexcept>
 
 namespace zelrtc::camera {
@@ -19,13 +21,15 @@ constexpr time_t kDay = time_t{24} * 60 * 60;
 // Browsers refuse what is valid for longer than 398 days.
 constexpr time_t kValidity = 397 * kDay;
 constexpr unsigned kVersion = 3;
+constexpr size_t kSha256Bytes = 32;
 
 using Key = std::unique_ptr<std::remove_pointer_t<gnutls_x509_privkey_t>, decltype(&gnutls_x509_privkey_deinit)>;
 using Certificate = std::unique_ptr<std::remove_pointer_t<gnutls_x509_crt_t>, decltype(&gnutls_x509_crt_deinit)>;
 
 void require(int result) {
     if (result < 0) {
-        throw std::runtime_error(std::string("no certificate can be made: ") + gnutls_strerror(result));
+        throw std::runtime_error(std::string("the certificate can be neither made nor read: ") +
+                                 gnutls_strerror(result));
     }
 }
 
@@ -95,6 +99,24 @@ HttpCertificate makeSelfSigned(const std::string& name) {
     const std::string chain = textOf(chainText);
     require(gnutls_x509_privkey_export2(key.get(), GNUTLS_X509_FMT_PEM, &keyText));
     return {chain, textOf(keyText)};
+}
+
+std::string fingerprintOf(const std::string& chain) {
+    std::string text = chain;
+    const gnutls_datum_t pem{reinterpret_cast<unsigned char*>(text.data()), static_cast<unsigned>(text.size())};
+    gnutls_x509_crt_t made = nullptr;
+    require(gnutls_x509_crt_init(&made));
+    const Certificate certificate(made, gnutls_x509_crt_deinit);
+    require(gnutls_x509_crt_import(made, &pem, GNUTLS_X509_FMT_PEM));
+    std::array<unsigned char, kSha256Bytes> digest{};
+    size_t size = digest.size();
+    require(gnutls_x509_crt_get_fingerprint(made, GNUTLS_DIG_SHA256, digest.data(), &size));
+    std::ostringstream written;
+    written << std::hex << std::uppercase << std::setfill('0');
+    for (const unsigned char byte : digest) {
+        written << (written.tellp() > 0 ? ":" : "") << std::setw(2) << unsigned{byte};
+    }
+    return written.str();
 }
 
 }  // namespace zelrtc::camera

@@ -15,6 +15,14 @@ namespace zelrtc::camera {
  */
 HttpCertificate makeSelfSigned(const std::string& name);
 
+/**
+ * The SHA-256 fingerprint of a chain's first certificate as browsers show it, such as "0F:2C:...", for people to
+ * compare.
+ * @param chain PEM
+ * @throw std::runtime_error when it is none
+ */
+std::string fingerprintOf(const std::string& chain);
+
 }  // namespace zelrtc::camera
 
 #endif

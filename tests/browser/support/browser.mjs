@@ -19,13 +19,15 @@ const FLAGS = [
   '--use-fake-device-for-media-stream',
 ];
 
-/** Opens a browser; `close` ends it and removes its data. */
-export async function openBrowser() {
+/** Opens a browser with more `flags`; `close` ends it and removes its data. */
+export async function openBrowser(flags = []) {
   const folder = await mkdtemp(join(tmpdir(), 'zelrtc-chromium-'));
   const context = await chromium.launchPersistentContext(folder, {
     executablePath: process.env.ZELRTC_CHROMIUM ?? '/usr/bin/chromium',
     headless: true,
-    args: FLAGS,
+    args: [...FLAGS, ...flags],
+    // Stands for the person who accepts the certificate that the camera has made itself.
+    ignoreHTTPSErrors: true,
     viewport: { width: 1280, height: 900 },
   });
   return {

@@ -12,15 +12,17 @@ export async function withCamera(test, ...cameraFlags) {
   }
 }
 
+/** Runs `test(context)` with Chromium and more `flags` for it. */
+export async function withBrowser(test, ...flags) {
+  const browser = await openBrowser(flags);
+  try {
+    await test(browser.context);
+  } finally {
+    await browser.close();
+  }
+}
+
 /** Runs `test(camera, context)` with Chromium. */
 export function withCameraAndBrowser(test, ...cameraFlags) {
-  const withBrowser = async (camera) => {
-    const browser = await openBrowser();
-    try {
-      await test(camera, browser.context);
-    } finally {
-      await browser.close();
-    }
-  };
-  return withCamera(withBrowser, ...cameraFlags);
+  return withCamera((camera) => withBrowser((context) => test(camera, context)), ...cameraFlags);
 }
