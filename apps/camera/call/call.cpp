@@ -155,14 +155,15 @@ CallSummary Call::summary() const {
     return {stateName(state_), {video_, audio_}, isTrickle_, static_cast<double>(age().count()) / 1000.0};
 }
 
-void Call::onVideo(const AccessUnit& unit) {
+bool Call::onVideo(const AccessUnit& unit) {
     const std::lock_guard<std::mutex> lock(mediaMutex_);
     if (!isFed_) {
-        return;
+        return false;
     }
     const int flags = unit.isKeyFrame ? ZELRTC_FRAME_FLAG_KEY_FRAME : 0;
     const int result = session_->writeVideoData(unit.data, unit.size, unit.timeUs, flags, unit.stream);
     askForKeyFrameAgain(unit.isKeyFrame, result);
+    return result == ZELRTC_WRITE_OK || (isSdkStatus(result) && !unit.isKeyFrame);
 }
 
 // A key frame that the SDK refused because its transport was not ready has opened the session's gate all the same.

@@ -98,7 +98,7 @@ public:
     }
     CallSummary summary() const;
 
-    void onVideo(const AccessUnit& unit) override;
+    bool onVideo(const AccessUnit& unit) override;
     void onAudio(const AudioFrame& frame) override;
 
     void onAnswer(ZELRTC_SESSION_ID sid, const std::string& answer) override;

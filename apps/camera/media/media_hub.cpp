@@ -1,6 +1,7 @@
 #include "media/media_hub.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace zelrtc::camera {
 
@@ -12,18 +13,29 @@ constexpr std::array<VideoFormat, kVideoStreams> kFormats = {{{1280, 720, 2000},
 
 MediaHub::MediaHub(const std::array<VideoInput, kVideoStreams>& inputs, std::vector<uint8_t> audioLoop)
     : audio_(std::move(audioLoop), [this](const AudioFrame& frame) {
-          for (const auto& sink : allSinks()) {
-              sink->onAudio(frame);
+          for (const Viewer& viewer : allViewers()) {
+              viewer.sink->onAudio(frame);
           }
       }) {
     for (int stream = 0; stream < kVideoStreams; ++stream) {
-        const auto deliver = [this](const AccessUnit& unit) {
-            for (const auto& sink : sinksOf(unit.stream)) {
-                sink->onVideo(unit);
-            }
-        };
         const auto number = static_cast<size_t>(stream);
-        video_.at(number) = std::make_unique<VideoSource>(stream, inputs.at(number), kFormats.at(number), deliver);
+        video_.at(number) = std::make_unique<VideoSource>(stream, inputs.at(number), kFormats.at(number),
+                                                          [this](const AccessUnit& unit) { deliver(unit); });
+    }
+}
+
+// Viewers of an encoder that makes a key frame when one comes need no group.
+void MediaHub::deliver(const AccessUnit& unit) {
+    const auto stream = static_cast<size_t>(unit.stream);
+    if (video_.at(stream)->makesKeyFrames()) {
+        for (const Viewer& viewer : viewersOf(unit.stream)) {
+            viewer.sink->onVideo(unit);
+        }
+        return;
+    }
+    const auto kept = groups_.at(stream).add(unit);
+    for (const Viewer& viewer : viewersOf(unit.stream)) {
+        viewer.catchUp->onUnit(kept, groups_.at(stream), *viewer.sink);
     }
 }
 
@@ -34,9 +46,9 @@ void MediaHub::attach(const std::shared_ptr<FrameSink>& sink, int stream) {
         const auto known =
             std::find_if(viewers_.begin(), viewers_.end(), [&](const Viewer& viewer) { return viewer.sink == sink; });
         if (known != viewers_.end()) {
-            known->stream = stream;
+            *known = {sink, stream, std::make_shared<CatchUp>()};
         } else {
-            viewers_.push_back({sink, stream});
+            viewers_.push_back({sink, stream, std::make_shared<CatchUp>()});
         }
     }
     runWhatIsWanted();
@@ -54,7 +66,9 @@ void MediaHub::detach(const std::shared_ptr<FrameSink>& sink) {
 }
 
 void MediaHub::requestKeyFrame(int stream) {
-    video_.at(static_cast<size_t>(stream))->requestKeyFrame();
+    if (!groups_.at(static_cast<size_t>(stream)).isAtHand()) {
+        video_.at(static_cast<size_t>(stream))->requestKeyFrame();
+    }
 }
 
 int MediaHub::runningEncoders() const {
@@ -63,35 +77,33 @@ int MediaHub::runningEncoders() const {
 }
 
 template <typename Condition>
-MediaHub::Sinks MediaHub::sinksWhere(Condition condition) {
+MediaHub::Viewers MediaHub::viewersWhere(Condition condition) {
     const std::lock_guard<std::mutex> lock(viewersMutex_);
-    Sinks sinks;
-    for (const Viewer& viewer : viewers_) {
-        if (condition(viewer)) {
-            sinks.push_back(viewer.sink);
-        }
-    }
-    return sinks;
+    Viewers found;
+    std::copy_if(viewers_.begin(), viewers_.end(), std::back_inserter(found), condition);
+    return found;
 }
 
-MediaHub::Sinks MediaHub::sinksOf(int stream) {
-    return sinksWhere([=](const Viewer& viewer) { return viewer.stream == stream; });
+MediaHub::Viewers MediaHub::viewersOf(int stream) {
+    return viewersWhere([=](const Viewer& viewer) { return viewer.stream == stream; });
 }
 
-MediaHub::Sinks MediaHub::allSinks() {
-    return sinksWhere([](const Viewer&) { return true; });
+MediaHub::Viewers MediaHub::allViewers() {
+    return viewersWhere([](const Viewer&) { return true; });
 }
 
 void MediaHub::runWhatIsWanted() {
     for (int stream = 0; stream < kVideoStreams; ++stream) {
         VideoSource& source = *video_.at(static_cast<size_t>(stream));
-        if (sinksOf(stream).empty()) {
+        PictureGroup& group = groups_.at(static_cast<size_t>(stream));
+        if (viewersOf(stream).empty()) {
             source.stop();
+            group.startAnew();
         } else {
             source.start();
         }
     }
-    if (allSinks().empty()) {
+    if (allViewers().empty()) {
         audio_.stop();
     } else {
         audio_.start();

@@ -8,19 +8,14 @@
 #include <vector>
 
 #include "media/audio_source.h"
+#include "media/catch_up.h"
+#include "media/frame_sink.h"
+#include "media/picture_group.h"
 #include "media/video_source.h"
 
 namespace zelrtc::camera {
 
 constexpr int kVideoStreams = 3;
-
-/** Receives frames, on the sources' threads; video and audio may arrive at the same time. */
-class FrameSink {
-public:
-    virtual ~FrameSink() = default;
-    virtual void onVideo(const AccessUnit& unit) = 0;
-    virtual void onAudio(const AudioFrame& frame) = 0;
-};
 
 /**
  * The camera's sources. A source runs only while somebody takes its frames. Any thread, but attach and detach wait for
@@ -31,13 +26,16 @@ public:
     /** @throw std::runtime_error with a message for the user if a stream cannot be built */
     MediaHub(const std::array<VideoInput, kVideoStreams>& inputs, std::vector<uint8_t> audioLoop);
 
-    /** Attaches a sink to the sound and to one stream, instead of any other. */
+    /**
+     * Attaches a sink to the sound and to one stream, instead of any other. Of a stream that cannot make a key frame at
+     * any time it gets the newest group of pictures first, as soon as it takes that.
+     */
     void attach(const std::shared_ptr<FrameSink>& sink, int stream);
 
     /** Detaches a sink; a frame already in flight may still arrive. Without effect if it is not attached. */
     void detach(const std::shared_ptr<FrameSink>& sink);
 
-    /** Makes a stream's next frame a key frame. */
+    /** Makes a stream's next frame a key frame, unless viewers start with its newest group. */
     void requestKeyFrame(int stream);
 
     int runningEncoders() const;
@@ -46,19 +44,22 @@ private:
     struct Viewer {
         std::shared_ptr<FrameSink> sink;
         int stream;
+        std::shared_ptr<CatchUp> catchUp;
     };
 
-    using Sinks = std::vector<std::shared_ptr<FrameSink>>;
+    using Viewers = std::vector<Viewer>;
 
+    void deliver(const AccessUnit& unit);
     template <typename Condition>
-    Sinks sinksWhere(Condition condition);
-    Sinks sinksOf(int stream);
-    Sinks allSinks();
+    Viewers viewersWhere(Condition condition);
+    Viewers viewersOf(int stream);
+    Viewers allViewers();
     void runWhatIsWanted();
 
     std::mutex sourcesMutex_;  // held while sources start and stop
     std::mutex viewersMutex_;  // held only briefly, also by the sources' threads
-    std::vector<Viewer> viewers_;
+    Viewers viewers_;
+    std::array<PictureGroup, kVideoStreams> groups_;
     std::array<std::unique_ptr<VideoSource>, kVideoStreams> video_;
     AudioSource audio_;
 };

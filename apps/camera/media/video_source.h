@@ -68,6 +68,11 @@ public:
         return running_;
     }
 
+    /** @return whether a request brings a key frame at once, so that nobody has to keep the last ones */
+    bool makesKeyFrames() const {
+        return input_.kind == VideoInput::Kind::kTestPattern;
+    }
+
 private:
     class Pipeline;
 
