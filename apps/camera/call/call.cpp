@@ -17,6 +17,7 @@ constexpr auto kTimeToConnect = 30s;
 constexpr auto kTimeToComeBack = 2s;
 constexpr auto kKeyFrameRetry = 100ms;
 constexpr size_t kKeptLevels = 5;
+constexpr size_t kKeptSourceStates = 20;
 
 std::chrono::milliseconds since(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
@@ -183,6 +184,12 @@ void Call::onAudio(const AudioFrame& frame) {
     if (isFed_) {
         session_->writeAudioData(frame.data, frame.size, frame.timeUs, 0);
     }
+}
+
+void Call::onSource(int stream, const SourceState& state) {
+    const json source{
+        {"video", stream}, {"state", nameOf(state.kind)}, {"failures", state.failures}, {"reason", state.reason}};
+    events_->appendPassing("source", source.dump(-1, ' ', false, json::error_handler_t::replace), kKeptSourceStates);
 }
 
 void Call::onAnswer(ZELRTC_SESSION_ID, const std::string& answer) {

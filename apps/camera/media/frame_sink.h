@@ -3,6 +3,7 @@
 #define APPS_CAMERA_MEDIA_FRAME_SINK_H
 
 #include "media/audio_source.h"
+#include "media/restart_plan.h"
 #include "media/video_source.h"
 
 namespace zelrtc::camera {
@@ -18,6 +19,10 @@ public:
      */
     virtual bool onVideo(const AccessUnit& unit) = 0;
     virtual void onAudio(const AudioFrame& frame) = 0;
+
+    /** The source of the viewer's stream has failed, or is back. */
+    virtual void onSource(int /*stream*/, const SourceState& /*state*/) {
+    }
 };
 
 }  // namespace zelrtc::camera
