@@ -10,6 +10,7 @@
 
 #include "call/sdk_limits.h"
 #include "http/letter_case.h"
+#include "media/h264_check.h"
 
 namespace zelrtc::camera {
 
@@ -25,6 +26,7 @@ struct Texts {
     bool onAllAddresses = false;
     std::vector<std::string> videoFiles;
     std::vector<std::string> videoPipelines;
+    std::vector<std::string> videoRtsp;
     std::vector<std::string> iceServers;
     std::string iceServerFile;
     bool noTrickle = false;
@@ -57,6 +59,13 @@ void readAddress(const Texts& texts, Options& options) {
     options.port = *port;
 }
 
+// What viewers may not show is only worth a word, later; without start codes or parameter sets there is no picture.
+void checkFile(const std::string& option, const std::string& path) {
+    if (const auto reason = whyFileShowsNothing(path)) {
+        refuse(option, "\"" + path + "\" cannot be shown: " + *reason);
+    }
+}
+
 void readVideo(const std::string& option, VideoInput::Kind kind, const std::vector<std::string>& texts,
                Options& options) {
     for (const std::string& text : texts) {
@@ -68,6 +77,13 @@ void readVideo(const std::string& option, VideoInput::Kind kind, const std::vect
         const VideoInput input{kind, text.substr(equals + 1)};
         if (kind == VideoInput::Kind::kFile && !std::filesystem::is_regular_file(input.text)) {
             refuse(option, "there is no file \"" + input.text + "\"");
+        }
+        if (kind == VideoInput::Kind::kFile) {
+            checkFile(option, input.text);
+        }
+        if (kind == VideoInput::Kind::kRtsp && input.text.compare(0, 7, "rtsp://") != 0 &&
+            input.text.compare(0, 8, "rtsps://") != 0) {
+            refuse(option, "\"" + input.text + "\" does not begin with rtsp:// or rtsps://");
         }
         options.video.at(static_cast<size_t>(*number)) = input;
     }
@@ -182,6 +198,8 @@ void describe(CLI::App& app, Texts& texts, Options& options) {
         app.add_option("--video-file", texts.videoFiles, "N=PATH: stream N shows an H.264 file (Annex B), looped"));
     takeMany(app.add_option("--video-pipeline", texts.videoPipelines,
                             "N=TEXT: stream N shows a GStreamer pipeline that ends in H.264"));
+    takeMany(app.add_option("--video-rtsp", texts.videoRtsp,
+                            "N=URL: stream N shows an IP camera's H.264, with its sound if that is mu-law"));
     app.add_option("--audio-file", options.audioFile, "Raw mu-law at 8 kHz, looped, instead of the tone")
         ->check(CLI::ExistingFile);
     takeMany(app.add_option("--ice-server", texts.iceServers, "URL[,USER,CREDENTIAL] of a STUN or TURN server"));
@@ -210,6 +228,7 @@ void interpret(const Texts& texts, Options& options) {
     readAddress(texts, options);
     readVideo("--video-file", VideoInput::Kind::kFile, texts.videoFiles, options);
     readVideo("--video-pipeline", VideoInput::Kind::kPipeline, texts.videoPipelines, options);
+    readVideo("--video-rtsp", VideoInput::Kind::kRtsp, texts.videoRtsp, options);
     readIceServers(texts, options);
     checkOrigins(options);
     options.calls.session.trickleIce = !texts.noTrickle;

@@ -106,12 +106,13 @@ void PlainPeer::push(GstElement* source, const uint8_t* data, size_t size) {
     gst_app_src_push_buffer(GST_APP_SRC(source), buffer);
 }
 
-void PlainPeer::onVideo(const zelrtc::camera::AccessUnit& unit) {
+bool PlainPeer::onVideo(const zelrtc::camera::AccessUnit& unit) {
     const std::lock_guard<std::mutex> lock(feedMutex_);
     hadKeyFrame_ = isConnected_ && (hadKeyFrame_ || unit.isKeyFrame);
     if (hadKeyFrame_) {
         push(video_.get(), unit.data, unit.size);
     }
+    return hadKeyFrame_;
 }
 
 void PlainPeer::onAudio(const zelrtc::camera::AudioFrame& frame) {

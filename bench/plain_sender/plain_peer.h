@@ -36,7 +36,7 @@ public:
         return events_;
     }
 
-    void onVideo(const zelrtc::camera::AccessUnit& unit) override;
+    bool onVideo(const zelrtc::camera::AccessUnit& unit) override;
     void onAudio(const zelrtc::camera::AudioFrame& frame) override;
 
 private:

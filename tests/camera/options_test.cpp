@@ -55,6 +55,8 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{"--video-file 3=/dev/null", "does not begin with a stream number"},
         Mistake{"--video-file /dev/null", "does not begin with a stream number"},
         Mistake{"--video-file 0=/no/such/file", "there is no file"},
+        Mistake{"--video-file 0=/etc/passwd", "is not H.264 in Annex B form"},
+        Mistake{"--video-rtsp 0=http://192.0.2.1/", "does not begin with rtsp://"},
         Mistake{"--video-pipeline '0=nosuchelement'", "video stream 0"},
         Mistake{"--audio-file /no/such/file", "does not exist"}, Mistake{"--audio-file /dev/null", "20 ms"},
         Mistake{"--ice-server http://example.org", "does not begin with stun:, turn: or turns:"},
@@ -84,11 +86,10 @@ TEST(CameraOptionsTest, HelpNamesEveryOptionAndSucceeds) {
     const Outcome outcome = runCamera("--help");
     EXPECT_EQ(outcome.exitStatus, 0);
     for (const char* option :
-         {"--listen",         "--all-addresses", "--tls-cert",        "--tls-key",    "--tls-self-signed",
-          "--no-token",       "--token-file",    "--allow-origin",    "--video-file", "--video-pipeline",
-          "--audio-file",     "--ice-server",    "--ice-server-file", "--relay-only", "--no-trickle",
-          "--assistant-call", "--record-dir",    "--call-list",       "--max-calls",  "--log-level",
-          "--log-file",       "--record-limit"}) {
+         {"--listen",     "--all-addresses",   "--tls-cert",   "--tls-key",        "--tls-self-signed", "--no-token",
+          "--token-file", "--allow-origin",    "--video-file", "--video-pipeline", "--video-rtsp",      "--audio-file",
+          "--ice-server", "--ice-server-file", "--relay-only", "--no-trickle",     "--assistant-call",  "--record-dir",
+          "--call-list",  "--max-calls",       "--log-level",  "--log-file",       "--record-limit"}) {
         EXPECT_THAT(outcome.output, HasSubstr(option));
     }
 }

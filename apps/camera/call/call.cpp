@@ -17,6 +17,7 @@ constexpr auto kTimeToConnect = 30s;
 constexpr auto kTimeToComeBack = 2s;
 constexpr auto kBetweenChoices = 500ms;
 constexpr size_t kKeptLevels = 5;
+constexpr size_t kKeptSourceStates = 20;
 
 std::chrono::milliseconds since(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
@@ -180,16 +181,17 @@ CallSummary Call::summary() const {
     return {stateName(state_), {video_, audio_}, isTrickle_, static_cast<double>(age().count()) / 1000.0};
 }
 
-void Call::onVideo(const AccessUnit& unit) {
+bool Call::onVideo(const AccessUnit& unit) {
     const std::lock_guard<std::mutex> lock(mediaMutex_);
     if (!isFed_) {
-        return;
+        return false;
     }
     const int flags = unit.isKeyFrame ? ZELRTC_FRAME_FLAG_KEY_FRAME : 0;
     const int result = session_->writeVideoData(unit.data, unit.size, unit.timeUs, flags, unit.stream);
     if (keyFrameRetry_.onWritten(unit.isKeyFrame, isSdkStatus(result), Clock::now())) {
         hub_.requestKeyFrame(video_);
     }
+    return result == ZELRTC_WRITE_OK || (isSdkStatus(result) && !unit.isKeyFrame);
 }
 
 void Call::onAudio(const AudioFrame& frame) {
@@ -197,6 +199,12 @@ void Call::onAudio(const AudioFrame& frame) {
     if (isFed_) {
         session_->writeAudioData(frame.data, frame.size, frame.timeUs, 0);
     }
+}
+
+void Call::onSource(int stream, const SourceState& state) {
+    const json source{
+        {"video", stream}, {"state", nameOf(state.kind)}, {"failures", state.failures}, {"reason", state.reason}};
+    events_->appendPassing("source", source.dump(-1, ' ', false, json::error_handler_t::replace), kKeptSourceStates);
 }
 
 void Call::onAnswer(ZELRTC_SESSION_ID, const std::string& answer) {

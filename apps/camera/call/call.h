@@ -118,8 +118,9 @@ public:
     }
     CallSummary summary() const;
 
-    void onVideo(const AccessUnit& unit) override;
+    bool onVideo(const AccessUnit& unit) override;
     void onAudio(const AudioFrame& frame) override;
+    void onSource(int stream, const SourceState& state) override;
 
     void onAnswer(ZELRTC_SESSION_ID sid, const std::string& answer) override;
     void onIceCandidate(ZELRTC_SESSION_ID sid, const std::string& candidate) override;

@@ -3,12 +3,15 @@
 #include <gst/app/gstappsink.h>
 #include <gst/gst.h>
 #include <gst/video/video.h>
-#include <spdlog/spdlog.h>
 
 #include <array>
 #include <ctime>
+#include <optional>
 #include <stdexcept>
 
+#include "media/gst_owned.h"
+#include "media/h264_check.h"
+#include "media/rtsp_input.h"
 #include "media/test_pattern.h"
 
 namespace zelrtc::camera {
@@ -36,24 +39,12 @@ std::string pipelineText(const VideoInput& input, const VideoFormat& format) {
         source = "multifilesrc name=file loop=true caps=\"video/x-h264,stream-format=byte-stream\"";
     } else if (input.kind == VideoInput::Kind::kPipeline) {
         source = input.text;
+    } else if (input.kind == VideoInput::Kind::kRtsp) {
+        source = rtspPipelineText();
     }
     return source +
-           " ! h264parse config-interval=-1 ! video/x-h264,stream-format=byte-stream,alignment=au"
+           " ! h264parse name=parser config-interval=-1 ! video/x-h264,stream-format=byte-stream,alignment=au"
            " ! appsink name=frames max-buffers=8";
-}
-
-template <typename Object>
-struct Unref {
-    void operator()(Object* object) const {
-        gst_object_unref(object);
-    }
-};
-
-template <typename Object>
-using Owned = std::unique_ptr<Object, Unref<Object>>;
-
-Owned<GstElement> find(GstElement* pipeline, const char* name) {
-    return Owned<GstElement>(gst_bin_get_by_name(GST_BIN(pipeline), name));
 }
 
 Plane planeOf(GstVideoFrame& frame, guint number) {
@@ -80,17 +71,6 @@ void drawInto(GstBuffer* buffer, const GstVideoInfo& info, const TestPattern& pi
     gst_video_frame_unmap(&frame);
 }
 
-GstBusSyncReply logFailures(GstBus*, GstMessage* message, gpointer streamNumber) {
-    if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR) {
-        GError* error = nullptr;
-        gst_message_parse_error(message, &error, nullptr);
-        spdlog::error("video stream {} has stopped: {}", GPOINTER_TO_INT(streamNumber), error->message);
-        g_error_free(error);
-    }
-    gst_message_unref(message);
-    return GST_BUS_DROP;
-}
-
 }  // namespace
 
 void initVideo() {
@@ -110,10 +90,12 @@ public:
         }
         const Owned<GstClock> clock(gst_system_clock_obtain());
         gst_pipeline_use_clock(GST_PIPELINE(pipeline_.get()), clock.get());
-        appsink_ = find(pipeline_.get(), "frames");
+        appsink_ = findIn(pipeline_.get(), "frames");
         connectFrames();
         connectPicture();
         connectFile();
+        connectRemote();
+        connectCheck();
         connectBus();
     }
 
@@ -134,7 +116,8 @@ private:
         callbacks.new_sample = [](GstAppSink*, gpointer self) { return static_cast<Pipeline*>(self)->handOver(); };
         gst_app_sink_set_callbacks(GST_APP_SINK(appsink_.get()), &callbacks, this, nullptr);
         // A live source paces itself; anything else follows its timestamps.
-        const bool isLive = source_.input_.kind == VideoInput::Kind::kTestPattern;
+        const bool isLive =
+            source_.input_.kind == VideoInput::Kind::kTestPattern || source_.input_.kind == VideoInput::Kind::kRtsp;
         g_object_set(appsink_.get(), "sync", isLive ? FALSE : TRUE, nullptr);
     }
 
@@ -144,7 +127,7 @@ private:
         }
         gst_video_info_set_format(&info_, GST_VIDEO_FORMAT_I420, static_cast<guint>(source_.format_.width),
                                   static_cast<guint>(source_.format_.height));
-        addProbe(find(pipeline_.get(), "picture").get(), "src", [](GstPad*, GstPadProbeInfo* probe, gpointer self) {
+        addProbe(findIn(pipeline_.get(), "picture").get(), "src", [](GstPad*, GstPadProbeInfo* probe, gpointer self) {
             GstBuffer* buffer = gst_buffer_make_writable(GST_PAD_PROBE_INFO_BUFFER(probe));
             GST_PAD_PROBE_INFO_DATA(probe) = buffer;
             // Before encoding, so that this picture becomes the key frame, not the next one.
@@ -158,7 +141,7 @@ private:
         if (source_.input_.kind != VideoInput::Kind::kFile) {
             return;
         }
-        g_object_set(find(pipeline_.get(), "file").get(), "location", escaped(source_.input_.text).c_str(), nullptr);
+        g_object_set(findIn(pipeline_.get(), "file").get(), "location", escaped(source_.input_.text).c_str(), nullptr);
         addProbe(appsink_.get(), "sink", [](GstPad* pad, GstPadProbeInfo* probe, gpointer self) {
             GstBuffer* buffer = gst_buffer_make_writable(GST_PAD_PROBE_INFO_BUFFER(probe));
             GST_PAD_PROBE_INFO_DATA(probe) = buffer;
@@ -167,9 +150,68 @@ private:
         });
     }
 
+    void connectRemote() {
+        if (source_.input_.kind == VideoInput::Kind::kRtsp) {
+            remote_.emplace(pipeline_.get(), source_.input_.text, source_.sinks_.sound);
+        }
+    }
+
+    // Before the parser, which lets nothing pass that it cannot read. What comes in other forms is looked at behind it.
+    void connectCheck() {
+        if (source_.makesKeyFrames() || source_.input_.kind == VideoInput::Kind::kFile) {
+            return;
+        }
+        addProbe(findIn(pipeline_.get(), "parser").get(), "sink",
+                 [](GstPad* pad, GstPadProbeInfo* probe, gpointer self) {
+                     GstMapInfo map;
+                     GstBuffer* buffer = GST_PAD_PROBE_INFO_BUFFER(probe);
+                     if (holdsWholeUnits(pad) && gst_buffer_map(buffer, &map, GST_MAP_READ) != FALSE) {
+                         static_cast<Pipeline*>(self)->look(map);
+                         gst_buffer_unmap(buffer, &map);
+                     }
+                     return GST_PAD_PROBE_OK;
+                 });
+    }
+
+    static bool holdsWholeUnits(GstPad* pad) {
+        GstCaps* caps = gst_pad_get_current_caps(pad);
+        if (caps == nullptr) {
+            return false;
+        }
+        const GstStructure* form = gst_caps_get_structure(caps, 0);
+        const bool isAnnexB = g_strcmp0(gst_structure_get_string(form, "stream-format"), "byte-stream") == 0;
+        const bool isAligned = gst_structure_has_field(form, "alignment") != FALSE;
+        gst_caps_unref(caps);
+        return isAnnexB && isAligned;
+    }
+
+    void look(const GstMapInfo& map) {
+        if (const auto complaint = check_.complaint(map.data, map.size)) {
+            source_.sinks_.complaint(*complaint);
+        }
+    }
+
     void connectBus() {
         const Owned<GstBus> bus(gst_element_get_bus(pipeline_.get()));
-        gst_bus_set_sync_handler(bus.get(), logFailures, GINT_TO_POINTER(source_.stream_), nullptr);
+        gst_bus_set_sync_handler(bus.get(), onMessage, this, nullptr);
+    }
+
+    static GstBusSyncReply onMessage(GstBus*, GstMessage* message, gpointer self) {
+        if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR) {
+            GError* error = nullptr;
+            gst_message_parse_error(message, &error, nullptr);
+            static_cast<Pipeline*>(self)->fail(error->message);
+            g_error_free(error);
+        } else if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS) {
+            static_cast<Pipeline*>(self)->fail("it has come to its end");
+        }
+        gst_message_unref(message);
+        return GST_BUS_DROP;
+    }
+
+    void fail(const std::string& reason) {
+        const std::string refusal = remote_ ? remote_->refusal() : "";
+        source_.sinks_.failure(refusal.empty() ? reason : refusal);
     }
 
     void addProbe(GstElement* element, const char* padName, GstPadProbeCallback probe) {
@@ -211,26 +253,20 @@ private:
         GstBuffer* buffer = gst_sample_get_buffer(sample);
         GstMapInfo map;
         if (gst_buffer_map(buffer, &map, GST_MAP_READ) != FALSE) {
+            if (!source_.makesKeyFrames()) {
+                look(map);
+            }
             const bool isKeyFrame = !GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DELTA_UNIT);
             if (isKeyFrame) {
                 source_.keyFrames_.onKeyFrame(KeyFramePace::Clock::now());
             }
-            source_.sink_({source_.stream_, map.data, map.size, captureTimeUs(sample), isKeyFrame});
+            source_.sinks_.picture(
+                {source_.stream_, map.data, map.size, captureTimeUs(pipeline_.get(), sample), isKeyFrame});
             gst_buffer_unmap(buffer, &map);
         }
         gst_sample_unref(sample);
         forwardKeyFrameRequest();
         return GST_FLOW_OK;
-    }
-
-    // The pipeline runs on the monotonic clock; its running time counts from the moment it started to play.
-    int64_t captureTimeUs(GstSample* sample) {
-        const GstClockTime time = GST_BUFFER_PTS(gst_sample_get_buffer(sample));
-        const GstClockTime running = gst_segment_to_running_time(gst_sample_get_segment(sample), GST_FORMAT_TIME, time);
-        if (!GST_CLOCK_TIME_IS_VALID(running)) {
-            return g_get_monotonic_time();
-        }
-        return static_cast<int64_t>((running + gst_element_get_base_time(pipeline_.get())) / GST_USECOND);
     }
 
     // On the stream's own thread, so that a request never reaches a pipeline that is being torn down.
@@ -246,12 +282,14 @@ private:
     TestPattern picture_;
     GstVideoInfo info_ = {};
     GstClockTime nextTime_ = 0;
+    H264Check check_;
+    std::optional<RtspInput> remote_;
     Owned<GstElement> pipeline_;
     Owned<GstElement> appsink_;
 };
 
-VideoSource::VideoSource(int stream, const VideoInput& input, const VideoFormat& format, Sink sink)
-    : stream_(stream), input_(input), format_(format), sink_(std::move(sink)) {
+VideoSource::VideoSource(int stream, const VideoInput& input, const VideoFormat& format, Sinks sinks)
+    : stream_(stream), input_(input), format_(format), sinks_(std::move(sinks)) {
     try {
         const Pipeline trial(*this);
     } catch (const std::runtime_error& error) {
@@ -270,7 +308,6 @@ bool VideoSource::start() {
     pipeline_ = std::make_unique<Pipeline>(*this);
     if (!pipeline_->play()) {
         pipeline_.reset();
-        spdlog::error("video stream {} cannot be started", stream_);
         return false;
     }
     running_ = true;

@@ -9,15 +9,17 @@
 #include <memory>
 #include <string>
 
+#include "media/audio_source.h"
 #include "media/key_frame_pace.h"
 
 namespace zelrtc::camera {
 
 /** Where a stream's picture comes from. */
 struct VideoInput {
-    enum class Kind { kTestPattern, kFile, kPipeline };
+    enum class Kind { kTestPattern, kFile, kPipeline, kRtsp };
     Kind kind = Kind::kTestPattern;
-    std::string text; /**< path of an H.264 file (Annex B), or a GStreamer pipeline that ends in H.264 */
+    /** Path of an H.264 file (Annex B), a GStreamer pipeline that ends in H.264, or the URL of an IP camera. */
+    std::string text;
 };
 
 /** Settings of the built-in encoder. */
@@ -45,14 +47,19 @@ void initVideo();
  */
 class VideoSource {
 public:
-    /** Receives every frame on the stream's own thread, which it blocks while it runs. */
-    using Sink = std::function<void(const AccessUnit&)>;
+    /** Whoever takes what comes from a source, on the source's threads, which they block while they run. */
+    struct Sinks {
+        std::function<void(const AccessUnit&)> picture;
+        AudioSource::Sink sound;                           /**< of a camera that has some */
+        std::function<void(const std::string&)> failure;   /**< why it has stopped; what it holds goes with stop */
+        std::function<void(const std::string&)> complaint; /**< what viewers will not be able to show */
+    };
 
     /**
      * Builds the pipeline once, to report mistakes early; nothing runs yet.
      * @throw std::runtime_error with a message for the user if the pipeline cannot be built
      */
-    VideoSource(int stream, const VideoInput& input, const VideoFormat& format, Sink sink);
+    VideoSource(int stream, const VideoInput& input, const VideoFormat& format, Sinks sinks);
     ~VideoSource();
     VideoSource(const VideoSource&) = delete;
     VideoSource& operator=(const VideoSource&) = delete;
@@ -73,13 +80,23 @@ public:
         return running_;
     }
 
+    /** @return whether a request brings a key frame at once, so that nobody has to keep the last ones */
+    bool makesKeyFrames() const {
+        return input_.kind == VideoInput::Kind::kTestPattern;
+    }
+
+    /** @return whether it runs without viewers too, because connecting to it and its first key frame take seconds */
+    bool runsAlways() const {
+        return input_.kind == VideoInput::Kind::kRtsp;
+    }
+
 private:
     class Pipeline;
 
     int stream_;
     VideoInput input_;
     VideoFormat format_;
-    Sink sink_;
+    Sinks sinks_;
     KeyFramePace keyFrames_;
     std::atomic<bool> running_{false};
     std::unique_ptr<Pipeline> pipeline_;

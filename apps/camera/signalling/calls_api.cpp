@@ -129,12 +129,24 @@ Response endCall(const Request& request, CallRegistry& calls) {
     return emptyResponse();
 }
 
+json sourcesOf(const MediaHub& hub) {
+    json list = json::array();
+    for (const SourceState& source : hub.sources()) {
+        list.push_back({{"state", nameOf(source.kind)},
+                        {"failures", source.failures},
+                        {"reason", source.reason},
+                        {"complaint", source.complaint}});
+    }
+    return list;
+}
+
 Response tellHealth(CallRegistry& calls, const MediaHub& hub) {
     json health{{"status", "ok"},
                 {"calls", calls.held()},
                 {"descriptors", openDescriptors()},
                 {"threads", runningThreads()},
-                {"encoders", hub.runningEncoders()}};
+                {"encoders", hub.runningEncoders()},
+                {"sources", sourcesOf(hub)}};
     if (const auto inUse = heapBytes()) {
         health["heapBytes"] = *inUse;
     }

@@ -10,7 +10,8 @@ namespace zelrtc::hostsdk {
 namespace {
 
 constexpr gint64 kNanosecondsPerTick = 100;
-constexpr gint64 kSameTimeline = 2 * static_cast<gint64>(GST_SECOND);
+// A camera may begin with pictures that it took seconds ago.
+constexpr gint64 kSameTimeline = 6 * static_cast<gint64>(GST_SECOND);
 // Several seconds of a high-rate stream: only a stuck transport queues this much.
 constexpr guint64 kMaxQueuedBytes = guint64{8} * 1024 * 1024;
 
