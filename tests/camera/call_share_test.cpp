@@ -101,14 +101,14 @@ TEST_F(CallShareTest, AConnectedCallNeverGivesWay) {
     EXPECT_EQ(ids().size(), kMaxCalls);
 }
 
-TEST_F(CallShareTest, WhoPlacesManyLosesHisOwn) {
+TEST_F(CallShareTest, InAFullHouseWhoPlacesManyWaitsAndGivesWayToOthers) {
     place("patient");
     for (size_t call = 1; call < kMaxCalls; ++call) {
         place("crowd");
     }
-    place("crowd");
+    EXPECT_EQ(refusal("crowd"), CallError::Kind::kTooManyOfOne);
     place("other");
-    EXPECT_THAT(ids(), ElementsAre(1, 4, 5, 6, 7, 8));
+    EXPECT_THAT(ids(), ElementsAre(1, 3, 4, 5, 6, 7));
 }
 
 TEST_F(CallShareTest, CallsAtOnceAreNoCrowdWhileTheyConnect) {

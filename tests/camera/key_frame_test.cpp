@@ -55,6 +55,17 @@ TEST(KeyFramePaceTest, OneThatTheEncoderMadeByItselfCounts) {
     EXPECT_TRUE(pace.takeDue(kStart + 1s)) << "it was still asked for";
 }
 
+TEST(KeyFramePaceTest, StartsAfreshWithTheEncoder) {
+    KeyFramePace pace;
+    pace.onKeyFrame(kStart);
+    pace.request();
+    EXPECT_TRUE(pace.takeDue(kStart));
+    pace.restart();
+    pace.onKeyFrame(kStart + 1ms);
+    pace.request();
+    EXPECT_TRUE(pace.takeDue(kStart + 30ms)) << "a viewer that connects to a camera at rest waits for no picture";
+}
+
 TEST(KeyFrameRetryTest, AsksAgainForAKeyFrameThatWasRefused) {
     KeyFrameRetry retry;
     EXPECT_FALSE(retry.onWritten(false, true, kStart));

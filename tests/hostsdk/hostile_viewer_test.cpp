@@ -101,6 +101,15 @@ TEST_F(HostileViewer, thatReportsForManyLosesThosePacketsAndTheLogSaysSoOnce) {
     expectAQuickEnd();
 }
 
+TEST_F(HostileViewer, withManyCandidatesEndsQuicklyToo) {
+    for (int number = 1; number <= 2000; number++) {
+        side.addCandidate("candidate:" + std::to_string(number) + " 1 udp 1 192.0.2." + std::to_string(number % 256) +
+                          " " + std::to_string(number + 1000) + " typ host");
+    }
+    expectThatTheCallGoesOn();
+    expectAQuickEnd();
+}
+
 TEST_F(HostileViewer, thatSendsDataIsNotHeard) {
     for (int i = 0; i < 100; i++) {
         viewer.sendData(Bytes(32, 0x13));

@@ -18,6 +18,14 @@ CallError noSuchCall() {
     return {CallError::Kind::kNoSuchCall, "there is no call at this address"};
 }
 
+void refuseCrowd(const std::vector<WaitingCall>& waiting, const std::string& client) {
+    const size_t count = countOf(waiting, client);
+    if (count >= kMostSlowCalls) {
+        throw CallError(CallError::Kind::kTooManyOfOne,
+                        std::to_string(count) + " calls from this address have not connected");
+    }
+}
+
 CallError unavailable(const std::string& reason) {
     return {CallError::Kind::kUnavailable, reason};
 }
@@ -66,7 +74,7 @@ std::shared_ptr<Call> CallRegistry::admit(std::optional<bool> trickle, const std
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         refuseIfTooMany(client);
-        givingWay = makeRoom();
+        givingWay = makeRoom(client);
         call = add(config, client);
     }
     if (givingWay) {
@@ -81,21 +89,21 @@ void CallRegistry::refuseIfTooMany(const std::string& client) const {
         throw unavailable("the camera is shutting down");
     }
     const auto slow = waitingWhere([this](const Call& call) { return call.keepsWaiting(settings_.patience); });
-    if (countOf(slow, client) >= kMostSlowCalls) {
-        throw CallError(CallError::Kind::kTooManyOfOne,
-                        "too many calls from this address (" + std::to_string(kMostSlowCalls) + ") do not connect");
-    }
+    refuseCrowd(slow, client);
     // Who hangs up and calls again must not pile up threads that release.
     if (ending_ >= settings_.maxCalls) {
         throw unavailable("the camera is still releasing calls that have ended (" + std::to_string(ending_) + ")");
     }
 }
 
-std::shared_ptr<Call> CallRegistry::makeRoom() {
+// Who fills the house with calls that do not connect waits as well, instead of churning through sessions.
+std::shared_ptr<Call> CallRegistry::makeRoom(const std::string& client) {
     if (calls_.size() < settings_.maxCalls) {
         return nullptr;
     }
-    const auto id = whoGivesWay(waitingWhere([](const Call&) { return true; }));
+    const auto waiting = waitingWhere([](const Call&) { return true; });
+    refuseCrowd(waiting, client);
+    const auto id = whoGivesWay(waiting);
     if (!id) {
         throw unavailable("the camera is in as many calls as it takes (" + std::to_string(settings_.maxCalls) + ")");
     }

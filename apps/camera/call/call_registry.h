@@ -22,7 +22,7 @@ namespace zelrtc::camera {
 /** A complete answer waits for the end of gathering, which the SDK puts off for up to 10 s when a server is dead. */
 constexpr std::chrono::seconds kAnswerLimit(12);
 
-/** How many calls of one client may be slow to connect. */
+/** How many calls of one client may be slow to connect; in a full house, how many may not have connected. */
 constexpr size_t kMostSlowCalls = 4;
 
 /** Settings shared by all calls. */
@@ -101,7 +101,7 @@ private:
     std::shared_ptr<Call> findOrNull(const std::string& key);
     std::shared_ptr<Call> admit(std::optional<bool> trickle, const std::string& client);
     void refuseIfTooMany(const std::string& client) const;
-    std::shared_ptr<Call> makeRoom();
+    std::shared_ptr<Call> makeRoom(const std::string& client);
     std::shared_ptr<Call> add(const ZelRtcSessionConfig& config, const std::string& client);
     std::shared_ptr<Call> remove(int id);
     void release(const std::shared_ptr<Call>& call, const std::string& reason);

@@ -28,6 +28,12 @@ public:
     /** The encoder has made one, asked or not. */
     void onKeyFrame(Clock::time_point now);
 
+    /** The encoder starts anew, so nobody has seen those of before. */
+    void restart() {
+        isOutstanding_ = false;
+        latest_ = {};
+    }
+
 private:
     static constexpr std::chrono::seconds kPeriod{1};
 

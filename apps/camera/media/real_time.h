@@ -8,8 +8,8 @@
 namespace zelrtc::camera {
 
 /**
- * Lets so many samples pass as the time that went by has room for. What a network has held up may come up to a second
- * late in one go. One thread at a time.
+ * Lets so many samples pass as the time that went by has room for. What a network has held up may come up to two
+ * seconds late in one go. One thread at a time.
  */
 class RealTime {
 public:
@@ -19,7 +19,7 @@ public:
     bool admit(size_t samples, Clock::time_point now);
 
 private:
-    static constexpr std::chrono::seconds kMostAtOnce{1};
+    static constexpr std::chrono::seconds kMostAtOnce{2};
 
     Clock::time_point filledUntil_;  // what was let through is worth the time up to here
 };

@@ -305,6 +305,7 @@ bool VideoSource::start() {
     if (running_) {
         return true;
     }
+    keyFrames_.restart();
     pipeline_ = std::make_unique<Pipeline>(*this);
     if (!pipeline_->play()) {
         pipeline_.reset();

@@ -25,13 +25,13 @@ private:
     size_t unitBytes_ = 0;
 };
 
-// Sound: nobody talks faster than time passes. What the network has held up may come up to a second late in one go.
+// Sound: nobody talks faster than time passes. What the network has held up may come up to two seconds late in one go.
 // One thread at a time.
 class TalkLimit {
 public:
     using Clock = std::chrono::steady_clock;
 
-    static constexpr std::chrono::seconds kMostAtOnce{1};
+    static constexpr std::chrono::seconds kMostAtOnce{2};
 
     // Whether a packet of mu-law, a byte for each 125 us, may pass.
     bool takes(const uint8_t* packet, size_t size, Clock::time_point now = Clock::now());
