@@ -10,6 +10,7 @@ import importlib
 import json
 import os
 import shutil
+import signal
 import subprocess
 import sys
 
@@ -82,6 +83,7 @@ def play_apart(name, options):
 
 
 def main():
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # so that a run that is stopped stops its camera
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--camera", help="path of zelrtc-camera")
     parser.add_argument("--group", choices=GROUPS, help="only this kind")

@@ -3,6 +3,7 @@ import contextlib
 import re
 import socket
 import struct
+import time
 
 READ_SECONDS = 12
 QUIET_SECONDS = 1
@@ -34,13 +35,15 @@ class Door:
         return found
 
     def say(self, data, source=ATTACKER, patience=QUIET_SECONDS):
-        """Everything that comes back until the camera closes the connection, or has been quiet for so long."""
+        """Everything that comes back until the camera closes the connection, or has been quiet for so long. Of a stream
+        without end, what comes in READ_SECONDS."""
         connection = self.connect(source)
         connection.settimeout(patience)
         answer = b""
+        end = time.monotonic() + READ_SECONDS
         try:
             connection.sendall(data)
-            while chunk := connection.recv(65536):
+            while time.monotonic() < end and (chunk := connection.recv(65536)):
                 answer += chunk
         except OSError:
             pass  # quiet, or closed with data unread, which is an answer as well
