@@ -143,7 +143,7 @@ class Scene:
         return status, location.group(1) if location else ""
 
     def end_call(self, path):
-        return self.door.ask("DELETE", path, self.credentials())[0]
+        return self.door.ask("DELETE", path, self.credentials(), source="127.0.0.1")[0]
 
     @contextlib.contextmanager
     def own_call(self):
