@@ -104,11 +104,13 @@ TEST(VideoSourceTest, MakesAtMostTwoKeyFramesASecond) {
     std::atomic<int> frames{0};
     std::atomic<int> keyFrames{0};
     VideoSource* asked = nullptr;
-    VideoSource source(2, VideoInput{}, VideoFormat{320, 180, 300}, [&](const AccessUnit& unit) {
+    VideoSource::Sinks sinks;
+    sinks.picture = [&](const AccessUnit& unit) {
         ++frames;
         keyFrames += unit.isKeyFrame ? 1 : 0;
         asked->requestKeyFrame();
-    });
+    };
+    VideoSource source(2, VideoInput{}, VideoFormat{320, 180, 300}, sinks);
     asked = &source;
     const auto start = std::chrono::steady_clock::now();
     ASSERT_TRUE(source.start());

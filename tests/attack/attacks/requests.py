@@ -123,7 +123,7 @@ def traversal(scene):
 
 
 @GROUP.attack("a second request hidden in a body of two lengths", NETWORK,
-              "of two framings one is believed, or none; never both")
+              "two lengths for one body are refused, and the connection is closed")
 def smuggling(scene):
     hidden = b"GET /health HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n"
     for framing in (b"Content-Length: 5\r\nTransfer-Encoding: chunked\r\n",
