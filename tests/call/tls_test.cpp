@@ -13,8 +13,6 @@
 namespace zelrtc::test {
 namespace {
 
-constexpr int kRefused = 2;
-
 class CameraOverTls : public ::testing::Test {
 protected:
     std::string write(const std::string& name, const std::string& text) const {

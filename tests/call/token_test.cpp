@@ -13,7 +13,6 @@ namespace zelrtc::test {
 namespace {
 
 constexpr const char* kToken = "a-token-for-this-test";
-constexpr int kRefused = 2;
 
 class GuardedCamera : public ::testing::Test {
 protected:

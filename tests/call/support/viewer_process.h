@@ -12,6 +12,9 @@
 
 namespace zelrtc::test {
 
+/** The viewer's status when the camera refuses it, or it refuses the camera. */
+constexpr int kRefused = 2;
+
 /** Starts in the constructor and runs beside the test. */
 class ViewerProcess {
 public:
