@@ -21,6 +21,8 @@ constexpr int kIpTone = 1000;
 constexpr int kLoopTone = 440;
 constexpr auto kComesWithin = 20s;
 constexpr int kPicturesAGroup = 60;
+// Pauses grow only as long as the source fails again at once.
+constexpr std::chrono::duration<double> kLongEnoughToRecover(2.5);
 
 class IpCameraTest : public ::testing::Test {
 protected:
@@ -34,6 +36,10 @@ protected:
 
     static bool is(const char* state, const CameraProcess& camera) {
         return eventually([&] { return sourceOf(camera).at("state") == state; }, kComesWithin);
+    }
+
+    static std::chrono::duration<double> secondsOfCall(const CameraProcess& camera) {
+        return std::chrono::duration<double>(camera.get("/calls").at(0).at("seconds").get<double>());
     }
 
     static double shareHeard(const CameraProcess& camera, int hertz) {
@@ -89,6 +95,7 @@ TEST_F(IpCameraTest, FiveTimesOffAndOnLosesNoCallAndLeavesNothing) {
         const std::chrono::duration<double> black = std::chrono::steady_clock::now() - start;
         EXPECT_LT(black.count(), 3.0) << "cut " << cut;
         RecordProperty("backAfterSeconds" + std::to_string(cut), std::to_string(black.count()));
+        ASSERT_TRUE(camera.firstCallLasts(secondsOfCall(camera) + kLongEnoughToRecover));
         if (cut == 1) {
             descriptors = camera.usage().descriptors;
         }

@@ -46,4 +46,21 @@ TEST(PresentationClock, startsAgainWhereTheTimelineWouldBecomeNegative) {
     EXPECT_EQ(clock.toRunningTime(0, 8 * GST_SECOND, &track), 8 * GST_SECOND);
 }
 
+TEST(PresentationClock, putsNoTrackIntoTheFutureWhenTheFirstBeginsWithAnOldFrame) {
+    PresentationClock clock;
+    std::optional<gint64> video;
+    std::optional<gint64> audio;
+    // The picture was taken three seconds ago; the sound is of now.
+    clock.noteCapture(97 * kTicksPerSecond, 10 * GST_SECOND, 100 * GST_SECOND);
+    EXPECT_EQ(clock.toRunningTime(97 * kTicksPerSecond, 10 * GST_SECOND, &video), 7 * GST_SECOND);
+    EXPECT_EQ(clock.toRunningTime(100 * kTicksPerSecond, 10 * GST_SECOND, &audio), 10 * GST_SECOND);
+}
+
+TEST(PresentationClock, doesNotTakeAnotherClockForTheMonotonicOne) {
+    PresentationClock clock;
+    std::optional<gint64> video;
+    clock.noteCapture(50 * kTicksPerSecond, 10 * GST_SECOND, 100 * GST_SECOND);
+    EXPECT_EQ(clock.toRunningTime(50 * kTicksPerSecond, 10 * GST_SECOND, &video), 10 * GST_SECOND);
+}
+
 }  // namespace zelrtc::test

@@ -10,7 +10,7 @@ namespace zelrtc::hostsdk {
 namespace {
 
 constexpr gint64 kNanosecondsPerTick = 100;
-// A camera may begin with pictures that it took seconds ago.
+// A camera may begin with pictures that it took seconds ago; the pipeline's time begins early enough for them.
 constexpr gint64 kSameTimeline = 6 * static_cast<gint64>(GST_SECOND);
 // Several seconds of a high-rate stream: only a stuck transport queues this much.
 constexpr guint64 kMaxQueuedBytes = guint64{8} * 1024 * 1024;
@@ -32,6 +32,14 @@ GstClockTime PresentationClock::toRunningTime(UINT64 presentationTs, GstClockTim
     return static_cast<GstClockTime>(presentation + **trackOffset);
 }
 
+void PresentationClock::noteCapture(UINT64 presentationTs, GstClockTime runningTime, GstClockTime monotonicTime) {
+    const gint64 age = static_cast<gint64>(monotonicTime) - static_cast<gint64>(presentationTs) * kNanosecondsPerTick;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (!offset_ && age >= 0 && age < kSameTimeline) {
+        offset_ = static_cast<gint64>(runningTime) - static_cast<gint64>(monotonicTime);
+    }
+}
+
 MediaSender::MediaSender(GstElement* pipeline, gst::GstPtr<GstElement> source, std::shared_ptr<PresentationClock> clock)
     : pipeline_(pipeline), source_(std::move(source)), clock_(std::move(clock)) {
 }
@@ -43,6 +51,9 @@ STATUS MediaSender::write(const Frame& frame) {
     }
     GstBuffer* const buffer = gst_buffer_new_memdup(frame.frameData, frame.size);
     const GstClockTime now = gst_element_get_current_running_time(pipeline_);
+    if (!offset_) {
+        clock_->noteCapture(frame.presentationTs, now, static_cast<GstClockTime>(g_get_monotonic_time()) * GST_USECOND);
+    }
     GST_BUFFER_PTS(buffer) = clock_->toRunningTime(frame.presentationTs, now, &offset_);
     return gst_app_src_push_buffer(source, buffer) == GST_FLOW_OK ? STATUS_SUCCESS : STATUS_INVALID_OPERATION;
 }

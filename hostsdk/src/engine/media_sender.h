@@ -20,6 +20,11 @@ public:
     // `runningTime`. A track on a different timeline gets its own offset.
     GstClockTime toRunningTime(UINT64 presentationTs, GstClockTime runningTime, std::optional<gint64>* trackOffset);
 
+    // Any thread, with a track's first frame. When presentation times are those of the monotonic clock, the age of that
+    // frame is known. Otherwise a track that begins with an old one would put the next track into the future, where
+    // frames are held back.
+    void noteCapture(UINT64 presentationTs, GstClockTime runningTime, GstClockTime monotonicTime);
+
 private:
     std::mutex mutex_;
     std::optional<gint64> offset_;

@@ -60,6 +60,16 @@ void dropMessages(GstElement* pipeline) {
     gst_object_unref(bus);
 }
 
+// An application may begin with frames that are older than the connection, and no time is below zero.
+void beginEarly(GstElement* pipeline) {
+    constexpr GstClockTime kEarlier = 10 * GST_SECOND;
+    GstClock* const clock = gst_system_clock_obtain();
+    gst_pipeline_use_clock(GST_PIPELINE(pipeline), clock);
+    gst_element_set_start_time(pipeline, GST_CLOCK_TIME_NONE);
+    gst_element_set_base_time(pipeline, gst_clock_get_time(clock) - kEarlier);
+    gst_object_unref(clock);
+}
+
 }  // namespace
 
 std::unique_ptr<WebRtcPipeline> WebRtcPipeline::create(bool relayOnly, const std::vector<IceServer>& servers,
@@ -76,6 +86,7 @@ std::unique_ptr<WebRtcPipeline> WebRtcPipeline::create(bool relayOnly, const std
     std::unique_ptr<WebRtcPipeline> result(new WebRtcPipeline(std::move(pipeline), webrtcbin, std::move(link)));
     result->configure(relayOnly, servers);
     PipelineLink::connect(result->link_, webrtcbin);
+    beginEarly(result->pipeline_.get());
     if (gst_element_set_state(result->pipeline_.get(), GST_STATE_PLAYING) == GST_STATE_CHANGE_FAILURE) {
         logError("webrtcbin does not start: GStreamer's plugins good, bad and nice are needed");
         return nullptr;
