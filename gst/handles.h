@@ -20,6 +20,9 @@ struct GstDeleter {
     void operator()(GstCaps* caps) const {
         gst_caps_unref(caps);
     }
+    void operator()(GstBuffer* buffer) const {
+        gst_buffer_unref(buffer);
+    }
     void operator()(GstSample* sample) const {
         gst_sample_unref(sample);
     }

@@ -44,11 +44,11 @@ Bytes descriptions(const std::vector<uint32_t>& sources) {
     return packet;
 }
 
-Bytes retransmissionRequest(uint32_t source, uint32_t media, uint16_t first) {
+Bytes retransmissionRequest(uint32_t source, uint32_t media, uint16_t first, uint16_t following) {
     Bytes packet = controlHeader(1, 205, 3);
     appendWord(&packet, source);
     appendWord(&packet, media);
-    appendWord(&packet, static_cast<uint32_t>(first) << 16U | 0xffff);
+    appendWord(&packet, static_cast<uint32_t>(first) << 16U | following);
     return packet;
 }
 

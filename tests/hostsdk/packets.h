@@ -21,8 +21,8 @@ Bytes receiverReport(uint32_t source);
 // Each source with a name of one letter.
 Bytes descriptions(const std::vector<uint32_t>& sources);
 
-// Asks for 17 packets of `media` again, from `first` on.
-Bytes retransmissionRequest(uint32_t source, uint32_t media, uint16_t first);
+// Asks for packets of `media` again: `first`, and those after it whose bit is set.
+Bytes retransmissionRequest(uint32_t source, uint32_t media, uint16_t first, uint16_t following = 0);
 
 }  // namespace zelrtc::test
 

@@ -30,13 +30,18 @@ struct WebrtcbinViewer::Observer {
     std::atomic<guint32> videoTimestamp{0};
     std::atomic<guint32> videoTimestampStep{0};
     std::atomic<bool> frozen{false};
-    std::map<guint32, uint64_t> received;  // guarded by the mutex
+    std::map<guint32, uint64_t> received;  // guarded by the mutex, like what follows
+    uint16_t newest = 0;
+    int stillToLose = 0;
+    bool hasLostTheLastOne = false;
+    std::vector<uint16_t> missing;
 
     static void onGatheringState(GstElement* webrtcbin, GParamSpec*, Observer* self);
     static void onPadAdded(GstElement* webrtcbin, GstPad* pad, Observer* self);
     static void onElementAdded(GstBin*, GstBin*, GstElement* element, Observer* self);
     static void onDtlsState(GstElement* dtlsdec, GParamSpec*, Observer* self);
     void onVideo(GstSample* packet);
+    bool loses(guint16 number);
     static GstPadProbeReturn onReceived(GstPad*, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onSend(GstPad*, GstPadProbeInfo*, gpointer self);
 };
@@ -130,8 +135,28 @@ GstPadProbeReturn WebrtcbinViewer::Observer::onReceived(GstPad*, GstPadProbeInfo
         auto* const observer = static_cast<Observer*>(self);
         const std::lock_guard<std::mutex> lock(observer->mutex);
         observer->received[GST_READ_UINT32_BE(&header[8])] += gst_buffer_get_size(packet);
+        const bool isVideo = (header[1] & 0x7fU) != 0;
+        if (isVideo && observer->loses(GST_READ_UINT16_BE(&header[2]))) {
+            return GST_PAD_PROBE_DROP;
+        }
     }
     return GST_PAD_PROBE_OK;
+}
+
+// Under the lock.
+bool WebrtcbinViewer::Observer::loses(guint16 number) {
+    newest = number;
+    const auto known = std::find(missing.begin(), missing.end(), number);
+    if (known != missing.end()) {
+        missing.erase(known);
+        return false;
+    }
+    hasLostTheLastOne = stillToLose > 0 && !hasLostTheLastOne;
+    if (hasLostTheLastOne) {
+        stillToLose--;
+        missing.push_back(number);
+    }
+    return hasLostTheLastOne;
 }
 
 GstPadProbeReturn WebrtcbinViewer::Observer::onSend(GstPad*, GstPadProbeInfo*, gpointer self) {
@@ -272,6 +297,33 @@ bool WebrtcbinViewer::sendInto(const char* factory, const char* pad, const std::
 std::map<guint32, uint64_t> WebrtcbinViewer::receivedBytes() const {
     const std::lock_guard<std::mutex> lock(observer_->mutex);
     return observer_->received;
+}
+
+guint32 WebrtcbinViewer::largestSource() const {
+    const auto received = receivedBytes();
+    const auto largest = std::max_element(received.begin(), received.end(),
+                                          [](const auto& one, const auto& other) { return one.second < other.second; });
+    return largest == received.end() ? 0 : largest->first;
+}
+
+void WebrtcbinViewer::losePackets(int count) {
+    const std::lock_guard<std::mutex> lock(observer_->mutex);
+    observer_->stillToLose = count;
+}
+
+bool WebrtcbinViewer::hasLostAll() const {
+    const std::lock_guard<std::mutex> lock(observer_->mutex);
+    return observer_->stillToLose == 0;
+}
+
+uint16_t WebrtcbinViewer::newestPacket() const {
+    const std::lock_guard<std::mutex> lock(observer_->mutex);
+    return observer_->newest;
+}
+
+std::vector<uint16_t> WebrtcbinViewer::missingPackets() const {
+    const std::lock_guard<std::mutex> lock(observer_->mutex);
+    return observer_->missing;
 }
 
 int WebrtcbinViewer::talkPackets() const {

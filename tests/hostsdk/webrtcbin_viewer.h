@@ -47,6 +47,16 @@ public:
     bool sendData(const std::vector<uint8_t>& data);
     // Bytes of RTP that have come in, by source.
     std::map<guint32, uint64_t> receivedBytes() const;
+    // The source that has sent most, which is that of the video.
+    guint32 largestSource() const;
+
+    // The number of the video packet that came in last.
+    uint16_t newestPacket() const;
+    // Loses every second packet of video that comes in, until so many are lost.
+    void losePackets(int count);
+    bool hasLostAll() const;
+    // The numbers of the lost ones that have not come again.
+    std::vector<uint16_t> missingPackets() const;
 
     // Packets that the viewer has sent, or tried to.
     int talkPackets() const;

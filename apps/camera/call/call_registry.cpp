@@ -12,7 +12,7 @@ namespace zelrtc::camera {
 namespace {
 
 constexpr size_t kKeptEndedCalls = 8;
-constexpr uint64_t kMib = 1024 * 1024;
+constexpr uint64_t kMib = uint64_t{1024} * 1024;
 
 CallError noSuchCall() {
     return {CallError::Kind::kNoSuchCall, "there is no call at this address"};

@@ -20,9 +20,9 @@ namespace zelrtc::camera {
 constexpr int kVideoStreams = 3;
 
 /**
- * The camera's sources. A source runs only while somebody takes its frames, but for those that run always; one that
- * fails or ends is tried again. Any thread, but attach and detach wait for
- * encoders to start and stop: never call them from a sink, nor while holding a lock that a sink takes.
+ * The camera's sources. A source runs only while somebody takes its frames, but for those that always run; one that
+ * fails or ends is tried again. Any thread, but attach and detach wait for encoders to start and stop: never call them
+ * from a sink, nor while holding a lock that a sink takes.
  */
 class MediaHub {
 public:

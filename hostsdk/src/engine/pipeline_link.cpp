@@ -94,7 +94,14 @@ void PipelineLink::onElementAdded(GstBin*, GstBin*, GstElement* element, Shared*
         gst::addProbe(output.get(), GST_PAD_PROBE_TYPE_BUFFER, onPacket, *link);
     } else if (gst::isMadeBy(element, "srtpdec")) {
         limitSources(*link, element);
+    } else if (gst::isMadeBy(element, "srtpenc")) {
+        (*link)->addSender(SentPackets::watch(element));
     }
+}
+
+void PipelineLink::addSender(const std::shared_ptr<SentPackets>& packets) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    sent_.push_back(packets);
 }
 
 // Packets of both kinds come in through one pad, and leave by kind.
@@ -137,16 +144,36 @@ void PipelineLink::onPadAdded(GstElement* webrtcbin, GstPad* pad, Shared* shared
     }
 }
 
-void PipelineLink::onFeedback(GObject*, guint type, guint format, guint, guint, GstBuffer* control, Shared* link) {
+void PipelineLink::onFeedback(GObject*, guint type, guint format, guint, guint source, GstBuffer* control,
+                              Shared* link) {
+    const bool isReport = type == GST_RTCP_TYPE_PSFB && format == GST_RTCP_PSFB_TYPE_AFB;
+    const bool isNack = type == GST_RTCP_TYPE_RTPFB && format == GST_RTCP_RTPFB_TYPE_NACK;
     GstMapInfo map;
-    if (type != GST_RTCP_TYPE_PSFB || format != GST_RTCP_PSFB_TYPE_AFB || control == nullptr ||
-        !gst_buffer_map(control, &map, GST_MAP_READ)) {
+    if (!(isReport || isNack) || control == nullptr || !gst_buffer_map(control, &map, GST_MAP_READ)) {
         return;
     }
-    const std::optional<double> limit = readRemb(map.data, map.size);
+    if (isReport) {
+        (*link)->onBandwidthReport(*link, map.data, map.size);
+    } else {
+        (*link)->onNack(source, map.data, map.size);
+    }
     gst_buffer_unmap(control, &map);
-    if (limit) {
-        (*link)->posters_.incoming([link = *link, limit = *limit] { link->events_.onBandwidth(limit); });
+}
+
+void PipelineLink::onBandwidthReport(const Shared& self, const uint8_t* report, size_t size) {
+    if (const std::optional<double> limit = readRemb(report, size)) {
+        posters_.incoming([self, limit = *limit] { self->events_.onBandwidth(limit); });
+    }
+}
+
+void PipelineLink::onNack(uint32_t source, const uint8_t* list, size_t size) {
+    std::vector<std::shared_ptr<SentPackets>> transports;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        transports = sent_;
+    }
+    for (const auto& packets : transports) {
+        packets->resend(source, requestedNumbers(list, size));
     }
 }
 

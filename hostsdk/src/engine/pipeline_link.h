@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "engine/pipeline_events.h"
+#include "engine/sent_packets.h"
 #include "engine/viewer_sources.h"
 #include "gst/handles.h"
 
@@ -52,6 +53,9 @@ private:
     static void onPadAdded(GstElement* webrtcbin, GstPad* pad, Shared* shared);
     static void onFeedback(GObject*, guint type, guint format, guint senderSsrc, guint mediaSsrc, GstBuffer* control,
                            Shared* link);
+    void onBandwidthReport(const Shared& self, const uint8_t* report, size_t size);
+    void onNack(uint32_t source, const uint8_t* list, size_t size);
+    void addSender(const std::shared_ptr<SentPackets>& packets);
     static GstPadProbeReturn onPacket(GstPad*, GstPadProbeInfo*, gpointer link);
 
     const PipelinePosters posters_;
@@ -62,7 +66,8 @@ private:
     ViewerSources sources_;
     size_t foundCandidates_ = 0;  // of the agent's thread alone
     mutable std::mutex mutex_;
-    std::vector<guint> gathered_;  // the agent's streams that are done; guarded by the mutex
+    std::vector<guint> gathered_;                     // the agent's streams that are done; guarded by the mutex
+    std::vector<std::shared_ptr<SentPackets>> sent_;  // of each transport; guarded by the mutex
 };
 
 }  // namespace zelrtc::hostsdk
