@@ -4,7 +4,7 @@ namespace zelrtc::hostsdk {
 
 namespace {
 
-constexpr std::chrono::seconds kSpan{1};
+constexpr std::chrono::milliseconds kSpan{500};
 
 }  // namespace
 

@@ -7,8 +7,8 @@
 
 namespace zelrtc::hostsdk {
 
-// At most half as much as is sent anew: a far end that asks for everything again would otherwise double its cost, and
-// on a link that is too slow make it worse. One thread at a time.
+// At most half as much as is sent anew in a second: a far end that asks for everything again would otherwise double its
+// cost, and on a link that is too slow make it worse. One thread at a time.
 class ResendLimit {
 public:
     using Clock = std::chrono::steady_clock;
@@ -25,7 +25,7 @@ private:
 
     void moveOn(Clock::time_point now);
 
-    // The second that has begun and the one before it.
+    // The half second that has begun and the one before it.
     Span current_;
     Span last_;
     Clock::time_point began_;
