@@ -51,7 +51,7 @@ private:
     static void onElementAdded(GstBin*, GstBin*, GstElement* element, Shared* link);
     static void onDtlsState(GstElement* dtlsdec, GParamSpec*, Shared* link);
     static void onPadAdded(GstElement* webrtcbin, GstPad* pad, Shared* shared);
-    static void onFeedback(GObject*, guint type, guint format, guint senderSsrc, guint mediaSsrc, GstBuffer* control,
+    static void onFeedback(GObject*, guint type, guint format, guint sender, guint source, GstBuffer* control,
                            Shared* link);
     void onBandwidthReport(const Shared& self, const uint8_t* report, size_t size);
     void onNack(uint32_t source, const uint8_t* list, size_t size);

@@ -44,7 +44,7 @@ private:
     };
 
     static void onPadAdded(GstElement* srtpenc, GstPad* pad, Shared* packets);
-    static GstPadProbeReturn onPackets(GstPad*, GstPadProbeInfo* info, gpointer packets);
+    static GstPadProbeReturn onPackets(GstPad*, GstPadProbeInfo* info, gpointer data);
     static gboolean keepEach(GstBuffer** packet, guint index, gpointer packets);
     void keep(GstBuffer* packet);
     gst::GstPtr<GstBuffer> find(uint32_t source, uint16_t number);
