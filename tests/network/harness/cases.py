@@ -326,8 +326,8 @@ SHORT = [
 
 FULL = [
     steady("clear", "nothing is done to the packets", "clear", 20, 0.95, 0.95),
-    steady("1 % loss", "1 % of the packets lost, both ways", "loss 1", 20, 0.9, 0.9),
-    steady("5 % loss", "5 % of the packets lost, both ways", "loss 5", 20, 0.8, 0.85),
+    steady("1 % loss", "1 % of the packets lost, both ways", "loss 1", 20, 0.95, 0.95),
+    steady("5 % loss", "5 % of the packets lost, both ways", "loss 5", 20, 0.9, 0.9),
     steady("20 % loss", "20 % of the packets lost, both ways", "loss 20", 20, 0.2, 0.6),
     steady("delay", "200 ms delay, 50 ms jitter, both ways", "delay 200 50", 20, 0.8, 0.8),
     steady("reordering", "10 % of the packets held back by 20 ms and overtaken", "delay 20 0,reorder 10 20", 20, 0.9, 0.9),
