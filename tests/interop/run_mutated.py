@@ -21,8 +21,8 @@ ANSWER_SECONDS = 1.0
 RETURN_SECONDS = 20
 WARM_UP = 20
 MOST_KEPT = 50
-# 500 and 501: the engine's refusals; 503 and 504 would be the camera's own trouble.
-REFUSALS = (400, 413, 422, 500, 501)
+# A mistake in an offer is the viewer's; 5xx would say that it is the camera's.
+REFUSALS = (400, 413, 422)
 
 
 class Storm:
