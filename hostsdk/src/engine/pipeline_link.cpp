@@ -172,8 +172,9 @@ void PipelineLink::onNack(uint32_t source, const uint8_t* list, size_t size) {
         const std::lock_guard<std::mutex> lock(mutex_);
         transports = sent_;
     }
+    const std::vector<uint16_t> numbers = requestedNumbers(list, size);
     for (const auto& packets : transports) {
-        packets->resend(source, requestedNumbers(list, size));
+        packets->resend(source, numbers);
     }
 }
 
