@@ -6,6 +6,7 @@ import time
 
 from stage import offers
 from stage.attack import NETWORK, STRANGER, VIEWER, Group
+from support.camera import wait_for
 
 TOKEN = secrets.token_hex(16)
 SLOWED_SECONDS = 0.4
@@ -75,7 +76,7 @@ def many_guesses(scene):
     guessers = [threading.Thread(target=guess) for _ in range(60)]
     for guesser in guessers:
         guesser.start()
-    time.sleep(1)
+    wait_for(lambda: tried, SLOWED_SECONDS * 20, "the first guess to be answered")
     scene.expect_service()
     for guesser in guessers:
         guesser.join()
