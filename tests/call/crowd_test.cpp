@@ -57,8 +57,8 @@ TEST(CrowdOfCalls, KeepsNobodyOutAndEndsNoConnectedCall) {
         20s));
     EXPECT_NE(camera.log().find("gives way to call"), std::string::npos);
 
-    camera.process().signal(SIGTERM);
-    EXPECT_EQ(camera.process().waitForExit(sdkLimit("exit")), 0);
+    camera.signal(SIGTERM);
+    EXPECT_TRUE(camera.exits(sdkLimit("exit")));
 }
 
 TEST(CrowdOfCalls, IsToldToWait) {

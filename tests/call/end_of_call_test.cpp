@@ -48,8 +48,8 @@ TEST(InterruptedCamera, EndsItsCallsInOrderAndExitsInTime) {
     ViewerProcess second(camera.url(), {"--keep", "--no-trickle"});
     ASSERT_TRUE(camera.hasConnectedCalls(2));
 
-    camera.process().signal(SIGINT);
-    EXPECT_EQ(camera.process().waitForExit(sdkLimit("exit")), 0);
+    camera.signal(SIGINT);
+    EXPECT_TRUE(camera.exits(sdkLimit("exit")));
 
     const std::string log = camera.log();
     for (ViewerProcess* viewer : {&first, &second}) {
@@ -61,8 +61,8 @@ TEST(InterruptedCamera, EndsItsCallsInOrderAndExitsInTime) {
 
 TEST(InterruptedCamera, ExitsWithoutAnyCallToo) {
     CameraProcess camera;
-    camera.process().signal(SIGTERM);
-    EXPECT_EQ(camera.process().waitForExit(sdkLimit("exit")), 0);
+    camera.signal(SIGTERM);
+    EXPECT_TRUE(camera.exits(sdkLimit("exit")));
 }
 
 /** A connection that sends this text and then waits. */
@@ -92,8 +92,8 @@ TEST(InterruptedCamera, IsNotHeldUpByConnectionsThatSayNothing) {
     const IdleConnection silent(camera.url(), "");
     const IdleConnection halfway(camera.url(), "POST /calls HTTP/1.1\r\nHost: camera\r\nContent-Length: 99\r\n\r\n{");
     ASSERT_TRUE(eventually([&] { return camera.usage().descriptors >= before + 2; }, 15s));
-    camera.process().signal(SIGTERM);
-    EXPECT_EQ(camera.process().waitForExit(sdkLimit("exit")), 0);
+    camera.signal(SIGTERM);
+    EXPECT_TRUE(camera.exits(sdkLimit("exit")));
 }
 
 TEST(HungUpCall, TellsTheViewerWhyWhenSomeoneElseEndsIt) {

@@ -18,6 +18,7 @@ namespace {
 
 constexpr std::chrono::seconds kStartLimit(20);
 constexpr std::chrono::seconds kResponseLimit(15);
+constexpr size_t kToldOfLog = 4000;
 
 // The build's own, unless another one is to prove itself.
 std::string program() {
@@ -73,6 +74,20 @@ std::string CameraProcess::log() const {
 
 bool CameraProcess::logsEventually(const std::string& text, std::chrono::milliseconds limit) const {
     return eventually([&] { return log().find(text) != std::string::npos; }, limit);
+}
+
+::testing::AssertionResult CameraProcess::exits(std::chrono::milliseconds limit) {
+    const std::optional<int> status = process_->waitForExit(limit);
+    if (status == 0) {
+        return ::testing::AssertionSuccess();
+    }
+    const std::string all = log();
+    return ::testing::AssertionFailure() << "the camera "
+                                         << (status ? "exited with " + std::to_string(*status)
+                                                    : "still runs after the limit")
+                                         << "\nits errors: " << readFile(folder_.file("camera.err"))
+                                         << "\nthe end of its log:\n"
+                                         << all.substr(all.size() - std::min(all.size(), kToldOfLog));
 }
 
 std::string CameraProcess::callPath(size_t number) const {

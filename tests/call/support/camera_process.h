@@ -2,6 +2,7 @@
 #ifndef TESTS_CALL_SUPPORT_CAMERA_PROCESS_H
 #define TESTS_CALL_SUPPORT_CAMERA_PROCESS_H
 
+#include <gtest/gtest.h>
 #include <httplib.h>
 
 #include <chrono>
@@ -32,8 +33,9 @@ public:
     pid_t pid() const {
         return process_->pid();
     }
-    ChildProcess& process() {
-        return *process_;
+
+    void signal(int number) const {
+        process_->signal(number);
     }
 
     /** The file with the call's recorded talk-back. */
@@ -41,6 +43,9 @@ public:
     std::string log() const;
     /** Waits until the log holds the text. */
     bool logsEventually(const std::string& text, std::chrono::milliseconds limit) const;
+
+    /** Waits until the camera has exited with 0; tells what it said if it has not. */
+    ::testing::AssertionResult exits(std::chrono::milliseconds limit);
 
     /** Path of the call that was placed as the `number`th, from 1 on; waits until it has been. */
     std::string callPath(size_t number) const;
