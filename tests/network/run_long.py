@@ -215,13 +215,14 @@ class Run:
 
     def _sample(self):
         while True:
-            began, quiet = time.monotonic(), self._quiet
+            # First, because asking the camera costs it a descriptor and a thread.
+            began, quiet, held = time.monotonic(), self._quiet, figures(self._camera.process.pid)
             try:
                 health = self._camera.health()
-            except Exception:  # the camera is closing
+            except subprocess.SubprocessError:  # the camera is closing
                 return
             sample = {"at": self._now(), "placed": self.placed, "calls": health["calls"], "load": os.getloadavg()[0],
-                      "heapKb": health["heapBytes"] // 1024, **figures(self._camera.process.pid)}
+                      "heapKb": health["heapBytes"] // 1024, **held}
             is_quiet = quiet == self._quiet and health["calls"] == LASTING_CALLS
             self.samples.append({**sample, "quiet": quiet if is_quiet else None})
             until(began + self.pace.sample_seconds)
