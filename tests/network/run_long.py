@@ -37,7 +37,6 @@ RELEASE_SECONDS = sdk_limits.seconds("vanished") + 15
 SAMPLES_OF_A_ROUND = 3
 # Shorter runs are for tests: the stand-in counts a vanished viewer's silence faster, and more is left to chance.
 SHORT_MINUTES = 10
-MOST_WARM_UP_SECONDS = 600
 WARM_UP_SHARE = 0.25
 
 
@@ -52,7 +51,7 @@ class Pace:
         self.visit_seconds = 4 if is_short else 9
         self.rounds_between_turn_restarts = 3 if is_short else 10
         self.silence_rate = 5 if is_short else 1
-        self.warm_up_seconds = min(MOST_WARM_UP_SECONDS, WARM_UP_SHARE * minutes * 60)
+        self.warm_up_seconds = min(long_run.LEVEL_SECONDS, WARM_UP_SHARE * minutes * 60)
 
 
 class Lasting:
@@ -257,7 +256,7 @@ class Run:
                           for name, widths in windows.items()},
                 "longestGapMs": {viewer.name: long_run.longest_gap(viewer.timeline(), moments)
                                  for viewer in self.lasting()},
-                "growth": long_run.growth(points) if points else None}
+                "growth": long_run.growth(points)}
 
     def write(self, path):
         if path:
@@ -289,14 +288,6 @@ def tell(found):
                         for what in ("heapKb", "pssKb", "rssKb", *long_run.COUNTED)))
 
 
-def judge(found, problems):
-    problems = [*problems, *long_run.drift_problems(found["drift"]), *long_run.restart_problems(found["backSeconds"]),
-                *long_run.gap_problems(found["longestGapMs"])]
-    if found["growth"] is None:
-        return [*problems, "there is no sample after the warm-up"]
-    return problems + long_run.growth_problems(found["growth"])
-
-
 def run_in(folder, options):
     options.call_list = os.path.join(folder, "calls")
     with namespaces.Loopback() as network, Turn(network, "both", network.camera_address) as turn, \
@@ -312,7 +303,7 @@ def run_in(folder, options):
             run.play()
         finally:
             run.leave()
-        run.problems = judge(run.found(), run.problems)
+        run.problems += long_run.problems(run.found())
         run.write(options.json)
         tell(run.found())
     return run.problems

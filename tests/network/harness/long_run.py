@@ -14,6 +14,7 @@ MOST_GAP_MS = 1000
 HEAP_KB_PER_CALL = 3
 # Resident memory follows the heap, but in steps, and depends on where free blocks happen to lie.
 PSS_KB_ONCE = 4096
+LEVEL_SECONDS = 600
 COUNTED = ("descriptors", "threads")
 
 
@@ -85,7 +86,9 @@ def quiet_points(samples):
 
 
 def growth(points):
-    """From the points after the warm-up."""
+    """From the points after the warm-up; None without any."""
+    if not points:
+        return None
     third = max(1, len(points) // 3)
     found = {"points": len(points), "calls": points[-1]["placed"] - points[0]["placed"],
              "heapKbPerCall": slope([(point["placed"], point["heapKb"]) for point in points])}
@@ -101,17 +104,18 @@ def drift_problems(drifts):
             if abs(found["mostMs"]) > MOST_DRIFT_MS]
 
 
-def growth_problems(found):
+def growth_problems(found, is_level):
+    """is_level: the run was long enough for resident memory, which needs many calls to become level."""
+    if found is None or found["heapKbPerCall"] is None:
+        return ["there are too few samples to tell how the camera grows"]
     problems = [f"{what} grew from {found[what]['first']} to {found[what]['last']}" for what in COUNTED
                 if found[what]["last"] > found[what]["first"]]
-    per_call = found["heapKbPerCall"]
-    if per_call is None:
-        return [*problems, "there are too few samples to tell how the heap grows"]
+    middle, low, high = found["heapKbPerCall"]
     # The lower bound: what is not certain is no finding.
-    if per_call[1] > HEAP_KB_PER_CALL:
-        problems.append(f"the heap grew by {per_call[0]:.2f} kB a call ({per_call[1]:.2f} to {per_call[2]:.2f})")
+    if low > HEAP_KB_PER_CALL:
+        problems.append(f"the heap grew by {middle:.2f} kB a call ({low:.2f} to {high:.2f})")
     grown = found["pssKb"]["last"] - found["pssKb"]["first"]
-    if grown > PSS_KB_ONCE + HEAP_KB_PER_CALL * found["calls"]:
+    if is_level and grown > PSS_KB_ONCE + HEAP_KB_PER_CALL * found["calls"]:
         problems.append(f"the memory (PSS) grew by {grown} kB in {found['calls']} calls")
     return problems
 
@@ -125,3 +129,10 @@ def restart_problems(backs):
 def gap_problems(gaps):
     return [f"{viewer}: {gap:.0f} ms without a picture while nothing was restarted"
             for viewer, gap in gaps.items() if gap > MOST_GAP_MS]
+
+
+def problems(found):
+    """Of a whole run, apart from what was noticed while it lasted."""
+    return [*drift_problems(found["drift"]), *restart_problems(found["backSeconds"]),
+            *gap_problems(found["longestGapMs"]),
+            *growth_problems(found["growth"], found["warmUpSeconds"] >= LEVEL_SECONDS)]
