@@ -176,7 +176,7 @@ class Run:
         self._visits.clear()
         self._check_lasting()
         try:
-            wait_for(lambda: self._camera.health()["calls"] == LASTING_CALLS, RELEASE_SECONDS, "the lasting calls alone")
+            wait_for(lambda: self._camera.health()["calls"] == LASTING_CALLS, RELEASE_SECONDS, "the others' release")
         except TimeoutError:
             self.problems.append(f"not only the lasting calls are left: {self._camera.live_calls()}")
 

@@ -16,7 +16,7 @@ HEAP_KB_PER_CALL = 3
 PSS_KB_ONCE = 4096
 LEVEL_SECONDS = 600
 COUNTED = ("descriptors", "threads")
-# A connection that just closes, a pool's idle thread: they come and go. What a call or a restart leaves adds up to more.
+# A connection that just closes, a pool's idle thread: they come and go. What calls or restarts leave adds up to more.
 MOST_BY_CHANCE = 2
 
 
