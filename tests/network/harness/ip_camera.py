@@ -5,8 +5,9 @@ import time
 PICTURE = ("videotestsrc is-live=true pattern=ball ! video/x-raw,width=640,height=360,framerate=30/1 ! "
            "x264enc tune=zerolatency speed-preset=ultrafast bitrate=500 option-string=scenecut=0 key-int-max=30 ! "
            "video/x-h264,profile=constrained-baseline ! rtph264pay name=pay0 pt=96 ")
-SOUND = ("audiotestsrc is-live=true freq=1000 volume=0.5 ! audio/x-raw,rate=8000,channels=1 ! mulawenc ! "
-         "rtppcmupay name=pay1 pt=0 min-ptime=20000000 max-ptime=20000000 ")
+# As a real one sends it: 20 ms at a time, not in bursts.
+SOUND = ("audiotestsrc is-live=true samplesperbuffer=160 freq=1000 volume=0.5 ! audio/x-raw,rate=8000,channels=1 ! "
+         "mulawenc ! rtppcmupay name=pay1 pt=0 min-ptime=20000000 max-ptime=20000000 ")
 
 
 class IpCamera:
