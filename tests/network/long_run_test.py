@@ -27,22 +27,21 @@ class Drift(unittest.TestCase):
         self.assertEqual(long_run.drift_problems(found), [])
 
     def test_a_slow_one_is_found(self):
-        found = drift_of([line(second, picture_ms=3 + second * 50 / 600) for second in range(600)])
+        found = drift_of([line(second, picture_ms=3 + second * 60 / 600) for second in range(600)])
         self.assertEqual(long_run.drift_problems(found),
-                         ["a viewer, picture 640 wide: picture and sound drifted +48.3 ms apart"])
+                         ["a viewer, picture 640 wide: picture and sound drifted +54.0 ms apart"])
 
     def test_sound_that_falls_behind_is_found_too(self):
-        found = drift_of([line(second, sound_ms=1 + second * 50 / 600) for second in range(600)])
+        found = drift_of([line(second, sound_ms=1 + second * 60 / 600) for second in range(600)])
         self.assertLess(found["a viewer"][640]["mostMs"], -long_run.MOST_DRIFT_MS)
 
     def test_one_that_goes_back_is_found(self):
-        found = drift_of([line(second, picture_ms=60 if 300 <= second < 320 else 3) for second in range(600)])
+        found = drift_of([line(second, picture_ms=60 if 300 <= second < 330 else 3) for second in range(600)])
         self.assertEqual(found["a viewer"][640]["lastMs"], 2)
         self.assertEqual(found["a viewer"][640]["mostMs"], 57)
 
-    def test_packets_that_wait_on_a_busy_machine_are_none(self):
-        chance = random.Random(1)
-        found = drift_of([line(second, picture_ms=3 + chance.choice((0, 0, 200))) for second in range(600)])
+    def test_seconds_in_which_packets_wait_are_none(self):
+        found = drift_of([line(second, picture_ms=200 if second % 30 < 14 else 3) for second in range(600)])
         self.assertEqual(found["a viewer"][640]["mostMs"], 0)
 
     def test_each_size_of_the_picture_counts_by_itself(self):
@@ -53,11 +52,11 @@ class Drift(unittest.TestCase):
 
     def test_a_window_that_is_mostly_missing_says_nothing(self):
         timeline = [line(second) for second in range(600)]
-        for missing in timeline[100:106]:
+        for missing in timeline[90:116]:
             missing["pictureDelayMs"] = None
-        for late in timeline[106:110]:
+        for late in timeline[116:120]:
             late["pictureDelayMs"] = 900
-        self.assertEqual(drift_of(timeline)["a viewer"][640], {"windows": 59, "firstMs": 2, "lastMs": 2, "mostMs": 0})
+        self.assertEqual(drift_of(timeline)["a viewer"][640], {"windows": 19, "firstMs": 2, "lastMs": 2, "mostMs": 0})
 
 
 class Gaps(unittest.TestCase):
@@ -70,6 +69,11 @@ class Gaps(unittest.TestCase):
     def test_the_longest_one_is_told_apart_from_the_restarts(self):
         self.assertEqual(long_run.longest_gap(self.timeline, []), 2500)
         self.assertEqual(long_run.longest_gap(self.timeline, [13]), 700)
+
+    def test_one_that_is_too_long_is_a_problem(self):
+        self.assertEqual(long_run.gap_problems({"a viewer": 1500}, 1000),
+                         ["a viewer: 1500 ms without a picture while nothing was restarted"])
+        self.assertEqual(long_run.gap_problems({"a viewer": 900}, 1000), [])
 
     def test_a_picture_that_stays_away_is_a_problem(self):
         self.assertEqual(long_run.restart_problems([0.7, 3.5, None]),
