@@ -200,7 +200,8 @@ def long_run_text(run):
     return "\n\n".join([
         f"{run['minutes']:g} minutes, {run['calls']} calls, {len(run['backSeconds'])} restarts of the source and "
         f"{len(run['turnRestarts'])} of the TURN server; load average {min(loads):.1f} to {max(loads):.1f}. "
-        + ("; ".join(run["problems"]) if run["problems"] else "No call was lost that was not meant to end") + ".",
+        + ("Not as it should be: " + "; ".join(run["problems"]) if run["problems"] else
+           "No call was lost but those that were meant to end") + ".",
         table(["viewer that stayed", "picture", "behind the sound, at first", "at last", "most change",
                "longest gap but for restarts"], drift_rows(run)),
         f"After a restart the picture was back after {statistics.median(backs):.2f} s (median), "

@@ -126,6 +126,15 @@ class Growth(unittest.TestCase):
         self.assertEqual(self.problems(points), ["the memory (PSS) grew by 10200 kB in 686 calls"])
         self.assertEqual(long_run.growth_problems(long_run.growth(points), False), [])
 
+    def test_in_a_test_what_fills_up_is_no_growth(self):
+        points = [point(number, heap=20000 + 200 * number) for number in range(6)]
+        self.assertEqual(long_run.growth_problems(long_run.growth(points), False), [])
+
+    def test_in_a_test_calls_that_are_never_released_are_found(self):
+        points = [point(number, heap=20000 + 1000 * number) for number in range(6)]
+        self.assertEqual(long_run.growth_problems(long_run.growth(points), False),
+                         ["the heap grew by 4000 kB in 70 calls"])
+
     def test_the_least_of_a_rest_counts(self):
         samples = [{**point(0, heap=heap), "quiet": quiet}
                    for quiet, heap in ((0, 300), (0, 200), (None, 100), (1, 500))]

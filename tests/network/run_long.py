@@ -140,7 +140,7 @@ class Run:
         events += [(0.1, self._cut_source), (0.02, lambda: self._change(BIG_STREAM)),
                    (0.2, lambda: self._change(SMALL_STREAM)), (0.35, lambda: self._change(IP_STREAM))]
         if number % self.pace.rounds_between_turn_restarts == 1:
-            events.append((0.18, self._restart_turn))
+            events.append((0.18, lambda: self._restart_turn(number)))
         for share, act in sorted(events, key=lambda event: event[0]):
             until(start + share * self.pace.round_seconds)
             act()
@@ -200,12 +200,12 @@ class Run:
         until(time.monotonic() + OFF_SECONDS)
         self.restarts.append({"on": self._source.switch_on()})
 
-    def _restart_turn(self):
+    def _restart_turn(self, number):
         self._turn.restart()
         at = time.monotonic()
         wait_for(lambda: not self._relayed.is_there(), RELEASE_SECONDS, "the end of the relayed call")
         call = self._relayed.report()
-        self.turn_restarts.append({"at": self._now(), "endedAfter": time.monotonic() - at,
+        self.turn_restarts.append({"round": number, "at": self._now(), "endedAfter": time.monotonic() - at,
                                    "reason": call["ended"] or call["failure"]})
         self._relayed = self._place_relayed()
 
@@ -248,7 +248,10 @@ class Run:
     def found(self):
         moments = [restart["on"] for restart in self.restarts]
         windows = {viewer.name: long_run.drift(viewer.timeline()) for viewer in self.lasting()}
-        points = [point for point in long_run.quiet_points(self.samples) if point["at"] >= self.pace.warm_up_seconds]
+        # A relayed call that has just begun holds less than one that has sent for a while.
+        young = {restart["round"] for restart in self.turn_restarts}
+        points = [point for point in long_run.quiet_points(self.samples)
+                  if point["at"] >= self.pace.warm_up_seconds and point["round"] not in young]
         return {"minutes": self._options.minutes, "roundSeconds": self.pace.round_seconds, "calls": self.placed,
                 "warmUpSeconds": self.pace.warm_up_seconds, "backSeconds": self._backs(),
                 "turnRestarts": self.turn_restarts, "ages": self.ages, "samples": self.samples, "windows": windows,
