@@ -100,6 +100,13 @@ void configureTransceiver(GstPad* pad, const Track& track, GstCaps* caps) {
     }
 }
 
+// From the times of sending, a sender report would be right only in a pipeline whose latency is known. Here nobody
+// works it out, and each report would be wrong by another time: of picture and sound, by as much as came between their
+// last packets, and by the whole of a pause in either.
+void reportCaptureTimes(GstElement* webrtcbin) {
+    g_object_set(elementOf(webrtcbin, "rtpbin").get(), "rtcp-sync-send-time", FALSE, nullptr);
+}
+
 }  // namespace
 
 std::optional<Codec> codecOf(GstPad* webrtcPad) {
@@ -121,6 +128,7 @@ void configureCameraEnd(GstElement* webrtcbin) {
     g_object_set(webrtcbin, "bundle-policy", GST_WEBRTC_BUNDLE_POLICY_MAX_BUNDLE, "latency", kJitterBufferMs, nullptr);
     speedUpAgent(webrtcbin);
     gatherUdpOnly(webrtcbin);
+    reportCaptureTimes(webrtcbin);
 }
 
 GstPtr<GstElement> addTrack(GstElement* pipeline, GstElement* webrtcbin, const Track& track) {

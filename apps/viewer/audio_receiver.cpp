@@ -3,6 +3,8 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "packet_delay.h"
+
 namespace zelrtc::viewer {
 namespace {
 
@@ -42,8 +44,9 @@ AudioReceiver::AudioReceiver(CallStatistics& statistics, bool keep)
     gst::handleSamples(gst::elementOf(bin_, "samples").get(), [this](GstAppSink* sink) { takeSamples(sink); });
 }
 
-GstPadProbeReturn AudioReceiver::onPacket(GstPad* /*pad*/, GstPadProbeInfo* /*info*/, gpointer self) {
-    static_cast<AudioReceiver*>(self)->statistics_.audioPacketReceived();
+GstPadProbeReturn AudioReceiver::onPacket(GstPad* /*pad*/, GstPadProbeInfo* info, gpointer self) {
+    const auto delay = packetDelayMs(GST_PAD_PROBE_INFO_BUFFER(info));
+    static_cast<AudioReceiver*>(self)->statistics_.audioPacketReceived(delay);
     return GST_PAD_PROBE_OK;
 }
 

@@ -9,7 +9,15 @@ namespace {
 // An older picture means a misread strip: nothing on the way delays pictures this long.
 constexpr uint32_t kOldestBelievableMs = 10000;
 
+double monotonicMs() {
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
 }  // namespace
+
+void CallStatistics::keepTimeline(const std::string& path) {
+    timeline_ = std::make_unique<Timeline>(path);
+}
 
 double CallStatistics::now() const {
     return std::chrono::duration<double, std::milli>(Clock::now() - start_).count();
@@ -59,6 +67,9 @@ void CallStatistics::frameReceived(const FrameMeasurement& frame) {
     ++record_.frames;
     record_.keyFrames += frame.keyFrame ? 1 : 0;
     record_.bytes += frame.bytes;
+    if (timeline_) {
+        timeline_->frame(monotonicMs(), frame.size.width);
+    }
 }
 
 void CallStatistics::pictureDecoded(std::optional<uint32_t> clock, uint32_t nowMs) {
@@ -74,7 +85,16 @@ void CallStatistics::pictureDecoded(std::optional<uint32_t> clock, uint32_t nowM
     record_.agesMs.push_back(age);
 }
 
-void CallStatistics::audioPacketReceived() {
+void CallStatistics::videoPacketReceived(std::optional<double> delayMs) {
+    if (timeline_) {
+        timeline_->packet(Timeline::Medium::kPicture, monotonicMs(), delayMs);
+    }
+}
+
+void CallStatistics::audioPacketReceived(std::optional<double> delayMs) {
+    if (timeline_) {
+        timeline_->packet(Timeline::Medium::kSound, monotonicMs(), delayMs);
+    }
     const std::lock_guard<std::mutex> lock(mutex_);
     ++record_.audioReceived;
 }

@@ -4,10 +4,13 @@
 
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "timeline.h"
 
 namespace zelrtc::viewer {
 
@@ -76,6 +79,8 @@ struct CallRecord {
 /** Collects a CallRecord. Any thread. */
 class CallStatistics {
 public:
+    /** Writes what arrives there, too. Before anything does. @throws std::runtime_error if it cannot be written */
+    void keepTimeline(const std::string& path);
     void offerSent();
     void answered(const std::string& id);
     void stateReached(const std::string& name);
@@ -84,7 +89,9 @@ public:
     void frameReceived(const FrameMeasurement& frame);
     /** `clock` is the time in the picture's strip, `now` the same clock when it was decoded. */
     void pictureDecoded(std::optional<uint32_t> clock, uint32_t now);
-    void audioPacketReceived();
+    /** `delayMs`: see packetDelayMs. */
+    void videoPacketReceived(std::optional<double> delayMs);
+    void audioPacketReceived(std::optional<double> delayMs);
     void audioPacketSent();
     void audioDecoded(double sumOfSquares, uint64_t samples);
     void audioHeard(uint64_t frames);
@@ -104,6 +111,7 @@ private:
     CallRecord record_;
     double audioSquares_ = 0;
     uint64_t audioSamples_ = 0;
+    std::unique_ptr<Timeline> timeline_;
 };
 
 }  // namespace zelrtc::viewer

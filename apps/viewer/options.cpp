@@ -92,6 +92,8 @@ void declare(CLI::App& app, Options& options, RawOptions& raw) {
         ->check(CLI::Range(0, 10000))
         ->capture_default_str();
     app.add_option("--record", options.recordPath, "Write the received audio to this WAV file (one call only)");
+    app.add_option("--timeline", options.timelinePath,
+                   "Write what arrives, a line of JSON every second, to this file (one call only)");
     app.add_option("--calls", options.calls, "Place this many calls at the same time")
         ->check(CLI::Range(1, 1000))
         ->capture_default_str();
@@ -127,6 +129,9 @@ void check(Options& options, const RawOptions& raw) {
     }
     if (!options.recordPath.empty() && options.calls > 1) {
         throw std::invalid_argument("--record is for a single call");
+    }
+    if (!options.timelinePath.empty() && options.calls > 1) {
+        throw std::invalid_argument("--timeline is for a single call");
     }
 }
 

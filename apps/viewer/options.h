@@ -40,6 +40,7 @@ struct Options {
     std::vector<IceServer> iceServers;
     std::vector<std::string> localAddresses;
     std::string recordPath;
+    std::string timelinePath;
     AbortPoint abortPoint = AbortPoint::kNever;
     Milliseconds abortAfter{0};
 };

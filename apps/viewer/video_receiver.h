@@ -18,6 +18,7 @@ public:
     }
 
 private:
+    static GstPadProbeReturn onPacket(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onParsed(GstPad* pad, GstPadProbeInfo* info, gpointer self);
 
     void takeSize(const GstCaps* caps);

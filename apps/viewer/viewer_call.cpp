@@ -32,6 +32,9 @@ ViewerCall::~ViewerCall() {
 
 void ViewerCall::run() {
     try {
+        if (!options_.timelinePath.empty()) {
+            statistics_.keepTimeline(options_.timelinePath);
+        }
         place();
         connect();
         watch();

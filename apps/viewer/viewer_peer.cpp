@@ -166,7 +166,8 @@ void ViewerPeer::writeRecording(const std::string& path) const {
 void ViewerPeer::onJitterBuffer(GstElement* /*rtpbin*/, GstElement* jitterBuffer, guint /*session*/, guint /*ssrc*/,
                                 gpointer /*data*/) {
     // The first packet must not wait for earlier ones: there are none.
-    g_object_set(jitterBuffer, "do-retransmission", TRUE, "faststart-min-packets", 1U, nullptr);
+    g_object_set(jitterBuffer, "do-retransmission", TRUE, "faststart-min-packets", 1U, "add-reference-timestamp-meta",
+                 TRUE, nullptr);
 }
 
 void ViewerPeer::onPadAdded(GstElement* /*webrtc*/, GstPad* pad, gpointer self) {

@@ -1,5 +1,7 @@
 #!/usr/bin/env python3
-"""Writes the benchmarks' figures into docs/performance.md and its plots: write_report.py FIGURES_DIR DOCS_DIR"""
+"""Writes the benchmarks' figures into docs/performance.md and its plots: write_report.py FIGURES_DIR DOCS_DIR
+The figures of a long run, into its section only: write_report.py --long-run JSON DOCS_DIR
+"""
 import json
 import os
 import statistics
@@ -171,6 +173,43 @@ def churn_table(rounds):
                   "verdict"], rows)
 
 
+def drift_rows(run):
+    rows = []
+    for viewer, widths in run["drift"].items():
+        for width, found in widths.items():
+            rows.append([viewer, f"{width} wide", f"{found['firstMs']:+.1f} ms", f"{found['lastMs']:+.1f} ms",
+                         f"{found['mostMs']:+.1f} ms", f"{run['longestGapMs'][viewer]:.0f} ms"])
+    return rows
+
+
+def long_run_growth_rows(growth):
+    rows = [[words, *(f"{growth[what][when] / divisor:.{digits}f}{unit}" for when in ("first", "last"))]
+            for what, words, divisor, digits, unit in (
+                ("descriptors", "descriptors", 1, 0, ""), ("threads", "threads", 1, 0, ""),
+                ("heapKb", "heap in use", 1024, 1, " MB"), ("pssKb", "memory (PSS)", 1024, 1, " MB"),
+                ("rssKb", "resident memory", 1024, 1, " MB"))]
+    middle, low, high = (1024 * value for value in growth["heapKbPerCall"])
+    rows.append(["growth of the heap for each call", "", f"{middle:.0f} bytes ({low:.0f} to {high:.0f})"])
+    return rows
+
+
+def long_run_text(run):
+    backs = [seconds for seconds in run["backSeconds"] if seconds is not None]
+    growth = run["growth"]
+    loads = [sample["load"] for sample in run["samples"]]
+    return "\n\n".join([
+        f"{run['minutes']:g} minutes, {run['calls']} calls, {len(run['backSeconds'])} restarts of the source and "
+        f"{len(run['turnRestarts'])} of the TURN server; load average {min(loads):.1f} to {max(loads):.1f}. "
+        + ("Not as it should be: " + "; ".join(run["problems"]) if run["problems"] else
+           "No call was lost but those that were meant to end") + ".",
+        table(["viewer that stayed", "picture", "behind the sound, at first", "at last", "most change",
+               "longest gap but for restarts"], drift_rows(run)),
+        f"After a restart the picture was back after {statistics.median(backs):.2f} s (median), "
+        f"{max(backs):.2f} s at most, in {len(backs)} of {len(run['backSeconds'])} cases.",
+        table([f"{growth['points']} rests, {growth['calls']} calls", "first third, least", "last third, least"],
+              long_run_growth_rows(growth))])
+
+
 def machine_text(machine, clip_kbit):
     return (f"{machine['processor']}, {machine['cores']} cores, Linux {machine['kernel']}; load average before the run "
             f"{machine['loadBefore']:.1f}. The clip: {clip_kbit:.0f} kbit/s.")
@@ -221,4 +260,12 @@ def main():
     report.plot("peers-processor-time.svg", "peers.json", lambda found: peer_plot(found["loads"]))
 
 
-main()
+def write_long_run(figures, docs):
+    with open(figures, encoding="utf-8") as file:
+        replace_between(os.path.join(docs, "performance.md"), "long run", long_run_text(json.load(file)))
+
+
+if sys.argv[1:2] == ["--long-run"]:
+    write_long_run(*sys.argv[2:])
+else:
+    main()

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "camera_process.h"
 #include "scratch_folder.h"
 #include "sdk_limits.h"
@@ -18,6 +20,7 @@ using Arguments = std::vector<std::string>;
 
 constexpr double kCameraTone = 440;
 constexpr double kViewerTone = 700;
+constexpr double kMostDelayMs = 500;
 
 json sizeOf(const json& change) {
     return {change.at("width"), change.at("height")};
@@ -73,6 +76,26 @@ TEST_P(AnswerStyle, CarriesSoundBothWays) {
     EXPECT_GT(atCamera.level(), 0.02);
     EXPECT_GT(atCamera.shareAt(kViewerTone), 0.8);
     EXPECT_LT(atCamera.shareAt(kCameraTone), 0.1);
+}
+
+// A player goes by these reports when it brings picture and sound together.
+TEST_P(AnswerStyle, ReportsWhenPictureAndSoundWereCaptured) {
+    const ScratchFolder folder;
+    const std::string path = folder.file("timeline");
+    const auto outcome = view(camera_.url(), with({"--seconds", "6", "--timeline", path}));
+    ASSERT_EQ(outcome.status, 0) << outcome.report.dump(2);
+
+    std::istringstream lines(readFile(path));
+    int seconds = 0;
+    for (std::string line; std::getline(lines, line);) {
+        const json second = json::parse(line);
+        if (second.at("pictureDelayMs").is_number() && second.at("soundDelayMs").is_number()) {
+            ++seconds;
+            EXPECT_NEAR(second.at("pictureDelayMs").get<double>(), 0, kMostDelayMs) << line;
+            EXPECT_NEAR(second.at("soundDelayMs").get<double>(), 0, kMostDelayMs) << line;
+        }
+    }
+    EXPECT_GE(seconds, 2) << readFile(path);
 }
 
 TEST_P(AnswerStyle, SwitchesStreamsAtAKeyFrameOfTheNewSize) {

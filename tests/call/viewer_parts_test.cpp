@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
+#include <nlohmann/json.hpp>
+#include <sstream>
 #include <vector>
 
 #include "event_stream.h"
@@ -11,8 +14,10 @@
 #include "options.h"
 #include "picture_clock.h"
 #include "report.h"
+#include "scratch_folder.h"
 #include "signalling.h"
 #include "task_queue.h"
+#include "timeline.h"
 
 namespace zelrtc::viewer {
 namespace {
@@ -78,6 +83,78 @@ TEST(ReadPictureClock, ReadsNothingWhereACellIsNeitherBlackNorWhite) {
     Strip strip(0xDEADBEEF);
     strip.paintCell(7, 128);
     EXPECT_EQ(readPictureClock(strip.plane()), std::nullopt);
+}
+
+class KeepTimeline : public ::testing::Test {
+protected:
+    std::vector<nlohmann::json> linesAfter(const std::function<void(Timeline&)>& arrivals) const {
+        {
+            Timeline timeline(path());
+            arrivals(timeline);
+        }
+        std::istringstream text(test::readFile(path()));
+        std::vector<nlohmann::json> lines;
+        for (std::string line; std::getline(text, line);) {
+            lines.push_back(nlohmann::json::parse(line));
+        }
+        return lines;
+    }
+
+    std::string path() const {
+        return folder_.file("timeline");
+    }
+
+private:
+    test::ScratchFolder folder_;
+};
+
+TEST_F(KeepTimeline, HasALineForEverySecondInWhichSomethingArrived) {
+    const auto lines = linesAfter([](Timeline& timeline) {
+        timeline.frame(1000, 640);
+        timeline.frame(1999, 320);
+        timeline.packet(Timeline::Medium::kSound, 4000, std::nullopt);
+    });
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_EQ(lines[0].at("second"), 1);
+    EXPECT_EQ(lines[0].at("frames"), 2);
+    EXPECT_EQ(lines[0].at("width"), 320);
+    EXPECT_EQ(lines[0].at("soundPackets"), 0);
+    EXPECT_EQ(lines[1].at("second"), 4);
+    EXPECT_EQ(lines[1].at("frames"), 0);
+    EXPECT_EQ(lines[1].at("soundPackets"), 1);
+}
+
+TEST_F(KeepTimeline, TellsTheLongestGapWhereItEnds) {
+    const auto lines = linesAfter([](Timeline& timeline) {
+        timeline.frame(1000, 640);
+        timeline.frame(1100, 640);
+        timeline.frame(4500, 640);
+        timeline.frame(4600, 640);
+    });
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_EQ(lines[0].at("longestGapMs"), 100);
+    EXPECT_EQ(lines[0].at("gapEnded"), 1.1);
+    EXPECT_EQ(lines[1].at("longestGapMs"), 3400);
+    EXPECT_EQ(lines[1].at("gapEnded"), 4.5);
+}
+
+TEST_F(KeepTimeline, TellsTheLeastDelayOfEach) {
+    const auto lines = linesAfter([](Timeline& timeline) {
+        timeline.packet(Timeline::Medium::kPicture, 1000, std::nullopt);
+        timeline.packet(Timeline::Medium::kSound, 1100, -2);
+        timeline.packet(Timeline::Medium::kSound, 1200, -3);
+        timeline.packet(Timeline::Medium::kSound, 1300, 5);
+        timeline.packet(Timeline::Medium::kPicture, 2000, 7);
+    });
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_EQ(lines[0].at("pictureDelayMs"), nullptr);
+    EXPECT_EQ(lines[0].at("soundDelayMs"), -3);
+    EXPECT_EQ(lines[1].at("pictureDelayMs"), 7);
+    EXPECT_EQ(lines[1].at("soundDelayMs"), nullptr);
+}
+
+TEST_F(KeepTimeline, RefusesAFileThatCannotBeWritten) {
+    EXPECT_THROW(Timeline("/nowhere/timeline"), std::runtime_error);
 }
 
 httplib::Result lost() {
@@ -172,6 +249,7 @@ TEST(ReadOptions, RefusesBadUsageWithStatusTwo) {
     EXPECT_EQ(refusalOf({"http://127.0.0.1", "--abort-at", "noon"}), 2);
     EXPECT_EQ(refusalOf({"http://127.0.0.1", "--whep", "--stream", "1"}), 2);
     EXPECT_EQ(refusalOf({"http://127.0.0.1", "--calls", "2", "--record", "x.wav"}), 2);
+    EXPECT_EQ(refusalOf({"http://127.0.0.1", "--calls", "2", "--timeline", "x"}), 2);
     EXPECT_EQ(refusalOf({"--help"}), 0);
 }
 

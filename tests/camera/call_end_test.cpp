@@ -151,6 +151,18 @@ TEST_F(CallEndTest, MemoryIsTidiedUpAfterTheLastReleaseAndNotBefore) {
     EXPECT_TRUE(tidied.hasHeld(1));
 }
 
+TEST_F(CallEndTest, MemoryIsTidiedUpBesideACallThatStays) {
+    Gate tidied(1);
+    const CallKeeper keeper(
+        calls_, [&tidied] { tidied.pass(); }, 5ms);
+    place();
+    const std::string ending = place();
+    EXPECT_FALSE(tidied.hasHeld(1, 500ms));
+    calls_.end(ending, "the viewer hung up");
+    EXPECT_TRUE(tidied.hasHeld(1));
+    EXPECT_EQ(calls_.held(), 1U);
+}
+
 TEST_F(CallEndTest, NothingOfACallStaysOnceItIsReleased) {
     const std::string key = place();
     const std::weak_ptr<Call> call = calls_.find(key);

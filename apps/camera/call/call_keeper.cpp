@@ -6,7 +6,7 @@ namespace zelrtc::camera {
 
 namespace {
 
-// By then the last call's threads have ended, too.
+// By then the threads of the calls that ended have ended, too.
 constexpr int kRoundsUntilQuiet = 10;
 
 }  // namespace
@@ -38,8 +38,16 @@ void CallKeeper::lookAfterAll() {
         lookAfter(*call);
     }
     calls_.thinOut();
-    roundsWithoutCall_ = calls_.held() == 0 ? roundsWithoutCall_ + 1 : 0;
-    if (roundsWithoutCall_ == kRoundsUntilQuiet) {
+    tidyUpIfDue(calls_.held());
+}
+
+// Not only after the last call: one that stays would let the heap grow to the most that was ever in use at once.
+void CallKeeper::tidyUpIfDue(size_t held) {
+    isUntidy_ = isUntidy_ || held < held_;
+    roundsUnchanged_ = held == held_ ? roundsUnchanged_ + 1 : 0;
+    held_ = held;
+    if (isUntidy_ && roundsUnchanged_ == kRoundsUntilQuiet) {
+        isUntidy_ = false;
         tidyUp_();
     }
 }

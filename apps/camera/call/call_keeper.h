@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <mutex>
@@ -18,7 +19,7 @@ class CallKeeper {
 public:
     /**
      * Starts the thread.
-     * @param tidyUp run on it when no call has been held for ten rounds
+     * @param tidyUp run on it when calls have been released and, for ten rounds, none has come or gone
      * @param period how often it looks, and so how often a viewer's sound level is reported
      */
     CallKeeper(CallRegistry& calls, std::function<void()> tidyUp,
@@ -33,6 +34,7 @@ private:
     void run();
     void lookAfterAll();
     void lookAfter(Call& call);
+    void tidyUpIfDue(size_t held);
 
     CallRegistry& calls_;
     const std::function<void()> tidyUp_;
@@ -40,7 +42,9 @@ private:
     std::mutex mutex_;
     std::condition_variable stopping_;
     bool stop_ = false;
-    int64_t roundsWithoutCall_ = 0;
+    size_t held_ = 0;
+    int64_t roundsUnchanged_ = 0;
+    bool isUntidy_ = false;
     std::thread thread_;
 };
 

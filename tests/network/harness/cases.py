@@ -1,18 +1,17 @@
 """The calls over bad networks: what happens to each, and what it must achieve."""
 import signal
-import subprocess
 import time
 from dataclasses import dataclass, field
 
 from . import namespaces, sdk_limits
 from .programs import Camera, Viewer, wait_for
+from .turn import Turn
 
 FRAMES_A_SECOND = 30
 AUDIO_PACKETS_A_SECOND = 50
 CONNECT_SECONDS = 40
 RELEASE_SECONDS = sdk_limits.seconds("neverConnected")
 MOST_ATTEMPTS = 3
-TURN_PORT = 3478
 DEAD_STUN = "stun:10.77.0.9:3478"
 DEAD_TURN = "turn:10.77.0.9:3478"
 MOST_SERVERS = 21
@@ -239,35 +238,6 @@ def viewer_behind_nat(programs, seed):
 
 
 viewer_behind_nat.title = "viewer behind NAT"
-
-
-class Turn:
-    """A TURN server in one of the network's namespaces."""
-
-    user = "camera"
-    password = "secret"
-
-    def __init__(self, network, role, address):
-        self.url = f"turn:{address}:{TURN_PORT}"
-        command = ["turnserver", "-n", "--lt-cred-mech", "--realm", "example.net", "--user",
-                   f"{self.user}:{self.password}", "--listening-ip", address, "--relay-ip", address, "--no-cli",
-                   "--no-tls", "--no-dtls", "--log-file", "stdout", "--pidfile", "/dev/null"]
-        self._process = subprocess.Popen(network.command_in(role, command), stdout=subprocess.DEVNULL,
-                                         stderr=subprocess.DEVNULL)
-        sockets = network.command_in(role, ["cat", "/proc/net/udp"])
-        port = f":{TURN_PORT:04X} "
-        wait_for(lambda: port in subprocess.run(sockets, capture_output=True, text=True, check=True).stdout, 20,
-                 "the TURN server")
-
-    def option(self):
-        return ["--ice-server", f"{self.url},{self.user},{self.password}"]
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *unused):
-        self._process.terminate()
-        self._process.wait()
 
 
 def both_behind_nat(programs, seed):

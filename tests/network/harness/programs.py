@@ -88,11 +88,17 @@ class Camera:
     def delete(self, path):
         self._request("DELETE", path)
 
+    def select_stream(self, key, stream):
+        """Of the call whose key, from the call list, is given."""
+        self._request("POST", f"/calls/{key}/streams", json.dumps({"video": stream}))
+
     def _get(self, path):
         return json.loads(self._request("GET", path))
 
-    def _request(self, method, path):
-        request = f"r.Request('{self.local_url()}{path}', method='{method}')"
+    def _request(self, method, path, body=None):
+        data = None if body is None else body.encode()
+        kind = {"Content-Type": "application/json"} if data else {}
+        request = f"r.Request('{self.local_url()}{path}', data={data!r}, headers={kind!r}, method='{method}')"
         command = [sys.executable, "-c", f"import urllib.request as r; print(r.urlopen({request}).read().decode())"]
         return subprocess.run(self._command_in("camera", command), capture_output=True, text=True, check=True).stdout
 
