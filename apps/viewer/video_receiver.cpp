@@ -8,8 +8,8 @@ namespace zelrtc::viewer {
 namespace {
 
 constexpr const char* kCountChain =
-    "rtph264depay request-keyframe=true ! video/x-h264,stream-format=byte-stream,alignment=au ! h264parse name=parsed "
-    "! ";
+    "rtph264depay name=packets request-keyframe=true ! video/x-h264,stream-format=byte-stream,alignment=au ! "
+    "h264parse name=parsed ! ";
 constexpr const char* kDecodeEnd =
     "queue ! avdec_h264 max-threads=1 ! video/x-raw,format=I420 ! appsink name=pictures sync=false async=false";
 constexpr const char* kCountEnd = "fakesink sync=false async=false";
@@ -22,6 +22,8 @@ uint32_t monotonicMilliseconds() {
 
 VideoReceiver::VideoReceiver(CallStatistics& statistics, bool decode)
     : statistics_(statistics), bin_(gst::makeBin(std::string(kCountChain) + (decode ? kDecodeEnd : kCountEnd))) {
+    const gst::GstPtr<GstPad> packets = gst::padOf(bin_, "packets", "sink");
+    gst_pad_add_probe(packets.get(), GST_PAD_PROBE_TYPE_BUFFER, &VideoReceiver::onPacket, this, nullptr);
     const gst::GstPtr<GstPad> parsed = gst::padOf(bin_, "parsed", "src");
     gst_pad_add_probe(parsed.get(),
                       static_cast<GstPadProbeType>(GST_PAD_PROBE_TYPE_BUFFER | GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM),
@@ -29,6 +31,17 @@ VideoReceiver::VideoReceiver(CallStatistics& statistics, bool decode)
     if (decode) {
         gst::handleSamples(gst::elementOf(bin_, "pictures").get(), [this](GstAppSink* sink) { takePicture(sink); });
     }
+}
+
+// The packets of a frame have one time.
+GstPadProbeReturn VideoReceiver::onPacket(GstPad* /*pad*/, GstPadProbeInfo* info, gpointer self) {
+    auto* receiver = static_cast<VideoReceiver*>(self);
+    const GstClockTime frame = GST_BUFFER_PTS(GST_PAD_PROBE_INFO_BUFFER(info));
+    if (frame != receiver->begunFrame_) {
+        receiver->begunFrame_ = frame;
+        receiver->statistics_.frameBegan();
+    }
+    return GST_PAD_PROBE_OK;
 }
 
 GstPadProbeReturn VideoReceiver::onParsed(GstPad* /*pad*/, GstPadProbeInfo* info, gpointer self) {

@@ -18,6 +18,7 @@ public:
     }
 
 private:
+    static GstPadProbeReturn onPacket(GstPad* pad, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onParsed(GstPad* pad, GstPadProbeInfo* info, gpointer self);
 
     void takeSize(const GstCaps* caps);
@@ -26,6 +27,7 @@ private:
     CallStatistics& statistics_;
     GstElement* bin_;
     PictureSize size_;
+    GstClockTime begunFrame_ = GST_CLOCK_TIME_NONE;
 };
 
 }  // namespace zelrtc::viewer
