@@ -28,6 +28,7 @@ START_SECONDS = 20
 KEY_FRAME_SECONDS = 1
 CALL_SECONDS = 1.3
 TRIAL_SECONDS = 3
+FEWEST_PICTURES = 10  # of a trial; key frames alone would be three
 # Janus sends in bursts, which a viewer with hardly any buffer drops as late.
 BUFFER_MS = 50
 LONGEST_RUN_SECONDS = 900
@@ -162,8 +163,10 @@ def leave_out_the_unable(stage, starts):
     for name in list(starts):
         try:
             with starts[name](stage) as sender:
-                if stage.place(sender, "--no-talk", seconds=TRIAL_SECONDS, buffer_ms=BUFFER_MS)["firstDecoded"] is None:
-                    raise RuntimeError("its call brought no picture")
+                trial = stage.view(sender, "--no-talk", "--seconds", str(TRIAL_SECONDS), buffer_ms=BUFFER_MS).report()
+                pictures = trial["calls"][0]["video"]["decoded"]
+                if pictures < FEWEST_PICTURES:
+                    raise RuntimeError(f"its call brought {pictures} pictures in {TRIAL_SECONDS} s")
         except FAILURES as failure:
             starts.pop(name)
             failures[name] = str(failure)

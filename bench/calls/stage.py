@@ -109,7 +109,8 @@ class Stage:
         busy = figures(sender.process.pid)
         frames = [call["video"]["frames"] for call in run.report()["calls"]]
         return {"viewers": viewers, "cpuPercent": 100 * share, "rssKb": busy["rssKb"], "idleRssKb": idle["rssKb"],
-                "pssKb": busy["pssKb"], "threads": busy["threads"], "fewestFrames": min(frames), "expectedFrames": int(total * 30)}
+                "pssKb": busy["pssKb"], "privateKb": busy["privateKb"], "threads": busy["threads"],
+                "fewestFrames": min(frames), "expectedFrames": int(total * 30)}
 
 
 def picture_times(ms):

@@ -125,10 +125,10 @@ def answer_difference(call_times):
         ["95 % confidence", f"{low:+.2f} to {high:+.2f} ms"]])
 
 
-def for_each_further(row, first, what, unit):
-    """What a viewer adds to those of the sender with the fewest."""
+def for_each_further(row, first, what, divisor=1, unit=""):
+    """What a viewer adds to the sender's row with the fewest."""
     more = row["viewers"] - first["viewers"]
-    return f"{(row[what] - first[what]) / unit / more:.2f}" if more else ""
+    return f"{(row[what] - first[what]) / divisor / more:.2f}{unit}" if more else ""
 
 
 def peer_loads_table(loads):
@@ -136,11 +136,11 @@ def peer_loads_table(loads):
     for row in loads:
         first = next(other for other in loads if other["sender"] == row["sender"])
         rows.append([row["sender"], row["viewers"], f"{row['cpuPercent'] / row['viewers']:.2f} %",
-                     f"{row['pssKb'] / 1024:.1f} MB", for_each_further(row, first, "pssKb", 1024), row["threads"],
-                     for_each_further(row, first, "threads", 1),
+                     f"{row['pssKb'] / 1024:.1f} MB", for_each_further(row, first, "privateKb", 1024, " MB"),
+                     row["threads"], for_each_further(row, first, "threads"),
                      f"{row['fewestFrames']} of about {row['expectedFrames']}"])
     return table(["sender", "viewers", "processor (of one core), for each viewer", "memory (PSS)",
-                  "MB for each further viewer", "threads", "for each further viewer",
+                  "of its own, for each further viewer", "threads", "for each further viewer",
                   "frames at the worst-served viewer"], rows)
 
 
@@ -243,7 +243,8 @@ def main():
         {"Chromium, " + way: calls for way, calls in found.items()}, BROWSER_STEPS)])
     report.fill(["comparison"], ["comparison.json"], lambda found: [comparison(found)])
     report.fill(["peers left out", "peer times", "peer loads"], ["peers.json"], lambda found: [
-        left_out_text(found["leftOut"]), times_table(found["callTimes"], PEER_STEPS) + "\n\n" + soon_text(found["callTimes"]),
+        left_out_text(found["leftOut"]),
+        times_table(found["callTimes"], PEER_STEPS) + "\n\n" + soon_text(found["callTimes"]),
         peer_loads_table(found["loads"])])
     report.fill(["first pictures"], ["first-pictures.json"], lambda found: [first_pictures_table(found)])
     report.fill(["churn"], ["churn.json"], lambda found: [churn_table(found)])

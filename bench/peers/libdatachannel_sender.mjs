@@ -4,7 +4,7 @@ import { readFileSync } from 'node:fs';
 import { createServer } from 'node:http';
 import nodeDataChannel from 'node-datachannel';
 
-const START_CODE = Buffer.from([0, 0, 0, 1]);
+// With its start code; a byte with the types of the slices follows.
 const DELIMITER = Buffer.from([0, 0, 0, 1, 9]);
 const PICTURE_MS = 1000 / 30;
 const SOUND_MS = 20;
@@ -20,8 +20,7 @@ function readPictures(path) {
   let start = clip.indexOf(DELIMITER);
   while (start >= 0) {
     const next = clip.indexOf(DELIMITER, start + 1);
-    const unit = clip.subarray(start, next < 0 ? clip.length : next);
-    pictures.push(unit.subarray(unit.indexOf(START_CODE, 1)));
+    pictures.push(clip.subarray(start + DELIMITER.length + 1, next < 0 ? clip.length : next));
     start = next;
   }
   return pictures;
@@ -60,7 +59,7 @@ function addVideo(connection, offer, ssrc) {
   const description = new nodeDataChannel.Video(mid, 'SendOnly');
   description.addH264Codec(payloadType);
   return new Track(connection, description, ssrc, payloadType, VIDEO_CLOCK,
-    (timing) => new nodeDataChannel.H264RtpPacketizer('LongStartSequence', timing));
+    (timing) => new nodeDataChannel.H264RtpPacketizer('StartSequence', timing));
 }
 
 function addAudio(connection, offer, ssrc) {
@@ -90,7 +89,9 @@ function answer(offer) {
   const connection = new nodeDataChannel.PeerConnection('sender', { iceServers: [] });
   newest += 1;
   const id = newest;
-  const call = { connection, video: addVideo(connection, offer, 2 * id), audio: addAudio(connection, offer, 2 * id + 1) };
+  const video = addVideo(connection, offer, 2 * id);
+  const audio = addAudio(connection, offer, 2 * id + 1);
+  const call = { connection, video, audio };
   return new Promise((resolve) => {
     connection.onGatheringStateChange((state) => {
       if (state !== 'complete') return;
