@@ -52,6 +52,17 @@ void CallStatistics::streamAsked(int stream) {
     record_.streamsAsked.push_back({std::to_string(stream), now()});
 }
 
+void CallStatistics::frameBegan() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (record_.firstFrameMs) {
+        return;
+    }
+    record_.firstFrameBeganMs = now();
+    if (!record_.firstPacketMs) {
+        record_.firstPacketMs = record_.firstFrameBeganMs;
+    }
+}
+
 void CallStatistics::frameReceived(const FrameMeasurement& frame) {
     const std::lock_guard<std::mutex> lock(mutex_);
     const double ms = now();

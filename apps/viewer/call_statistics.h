@@ -54,6 +54,8 @@ struct CallRecord {
     std::vector<State> cameraStates;  // as reported by the camera, on its own clock
     std::optional<double> answerMs;
     std::optional<double> connectedMs;
+    std::optional<double> firstPacketMs;      // of video, also of frames that cannot be shown without a key frame
+    std::optional<double> firstFrameBeganMs;  // the first frame's first packet
     std::optional<double> firstFrameMs;
     std::optional<double> firstDecodedMs;
     std::optional<double> lastFrameMs;
@@ -86,6 +88,8 @@ public:
     void stateReached(const std::string& name);
     void cameraStateReached(const std::string& name, double ms);
     void streamAsked(int stream);
+    /** A frame's first packet is there. */
+    void frameBegan();
     void frameReceived(const FrameMeasurement& frame);
     /** `clock` is the time in the picture's strip, `now` the same clock when it was decoded. */
     void pictureDecoded(std::optional<uint32_t> clock, uint32_t now);

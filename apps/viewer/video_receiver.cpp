@@ -9,9 +9,8 @@ namespace zelrtc::viewer {
 namespace {
 
 constexpr const char* kCountChain =
-    "rtph264depay name=packets request-keyframe=true ! video/x-h264,stream-format=byte-stream,alignment=au ! h264parse "
-    "name=parsed "
-    "! ";
+    "rtph264depay name=packets request-keyframe=true ! video/x-h264,stream-format=byte-stream,alignment=au ! "
+    "h264parse name=parsed ! ";
 constexpr const char* kDecodeEnd =
     "queue ! avdec_h264 max-threads=1 ! video/x-raw,format=I420 ! appsink name=pictures sync=false async=false";
 constexpr const char* kCountEnd = "fakesink sync=false async=false";
@@ -35,9 +34,15 @@ VideoReceiver::VideoReceiver(CallStatistics& statistics, bool decode)
     }
 }
 
+// The packets of a frame have one time.
 GstPadProbeReturn VideoReceiver::onPacket(GstPad* /*pad*/, GstPadProbeInfo* info, gpointer self) {
-    const auto delay = packetDelayMs(GST_PAD_PROBE_INFO_BUFFER(info));
-    static_cast<VideoReceiver*>(self)->statistics_.videoPacketReceived(delay);
+    auto* receiver = static_cast<VideoReceiver*>(self);
+    GstBuffer* const packet = GST_PAD_PROBE_INFO_BUFFER(info);
+    receiver->statistics_.videoPacketReceived(packetDelayMs(packet));
+    if (GST_BUFFER_PTS(packet) != receiver->begunFrame_) {
+        receiver->begunFrame_ = GST_BUFFER_PTS(packet);
+        receiver->statistics_.frameBegan();
+    }
     return GST_PAD_PROBE_OK;
 }
 

@@ -27,6 +27,7 @@ private:
     CallStatistics& statistics_;
     GstElement* bin_;
     PictureSize size_;
+    GstClockTime begunFrame_ = GST_CLOCK_TIME_NONE;
 };
 
 }  // namespace zelrtc::viewer

@@ -2,7 +2,7 @@
 import html
 
 FONT = 'font-family="sans-serif" font-size="13"'
-COLOURS = ("#2f7ed8", "#e8830c", "#4f9d4f")
+COLOURS = ("#2f7ed8", "#e8830c", "#4f9d4f", "#b04fb0", "#8a6d3b")
 LABEL_WIDTH, BAR_HEIGHT, GAP = 210, 16, 5
 
 
@@ -18,7 +18,7 @@ def bars(title, unit, groups, series, width=820):
     scale = (width - LABEL_WIDTH - 120) / most
     parts, y = [_text(8, 20, title, weight="bold")], 34
     for number, name in enumerate(series):
-        x = 8 + number * 250
+        x = 8 + number * min(250, (width - 8) // len(series))
         parts.append(f'<rect x="{x}" y="{y}" width="12" height="12" fill="{COLOURS[number]}"/>')
         parts.append(_text(x + 18, y + 11, name))
     y += 30

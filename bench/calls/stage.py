@@ -33,13 +33,11 @@ def make_clip(path):
     return path
 
 
-def read_options(description, plain=True):
-    """The command line. Exits where calls cannot be made."""
+def read_options(description, programs=("plain",)):
+    """The command line, with an option for the path of each program. Exits where calls cannot be made."""
     parser = argparse.ArgumentParser(description=description)
-    parser.add_argument("--camera", required=True)
-    parser.add_argument("--viewer", required=True)
-    if plain:
-        parser.add_argument("--plain", required=True, help="path of plain-sender")
+    for name in ("camera", "viewer", *programs):
+        parser.add_argument("--" + name, required=True, metavar="PATH")
     parser.add_argument("--short", action="store_true", help="a few samples only: does it all still run?")
     parser.add_argument("--json", required=True, help="write the figures to this file")
     options = parser.parse_args()
@@ -58,7 +56,7 @@ def write_figures(options, found):
 
 
 class Stage:
-    """Senders and viewers in one network; `programs` has their paths as camera, viewer and plain."""
+    """Senders and viewers in one network; `programs` has their paths, named as the options of read_options."""
 
     def __init__(self, network, programs):
         self.network = network
@@ -111,7 +109,18 @@ class Stage:
         busy = figures(sender.process.pid)
         frames = [call["video"]["frames"] for call in run.report()["calls"]]
         return {"viewers": viewers, "cpuPercent": 100 * share, "rssKb": busy["rssKb"], "idleRssKb": idle["rssKb"],
-                "threads": busy["threads"], "fewestFrames": min(frames), "expectedFrames": int(total * 30)}
+                "pssKb": busy["pssKb"], "privateKb": busy["privateKb"], "threads": busy["threads"],
+                "fewestFrames": min(frames), "expectedFrames": int(total * 30)}
+
+
+def picture_times(ms):
+    """The milliseconds from a call's connection to its first decoded picture: all, those that passed from the first
+    packet of video to the first of a key frame, and the rest. Empty for a call without a picture."""
+    if ms["connected"] is None or ms["firstDecoded"] is None:
+        return {}
+    black = ms["firstDecoded"] - ms["connected"]
+    waited = ms["firstFrameBegan"] - max(ms["firstPacket"], ms["connected"])
+    return {"black": black, "waited": max(waited, 0), "rest": black - max(waited, 0)}
 
 
 def wait_for_calls(sender, count):

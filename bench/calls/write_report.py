@@ -15,6 +15,8 @@ sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."
 from harness.documents import replace_between, table  # noqa: E402  (the path above makes it importable)
 
 STEPS = (("answer", "answer"), ("connected", "connected"), ("firstDecoded", "first picture decoded"))
+PEER_STEPS = (("answer", "answer"), ("connected", "connected"), ("black", "from there to the first picture"),
+              ("waited", "of it waiting for a key frame"), ("rest", "without that wait"))
 BROWSER_STEPS = (("answer", "answer"), ("connected", "connected"), ("firstPicture", "first picture shown"))
 NOT_MEASURED = "This part failed when the benchmarks ran last: there are no figures."
 
@@ -58,7 +60,7 @@ def session_table(session):
 
 
 def step_values(rows, step):
-    return [row[step] for row in rows if row[step] is not None]
+    return [row[step] for row in rows if row.get(step) is not None]
 
 
 def percentiles(rows, step):
@@ -125,15 +127,42 @@ def answer_difference(call_times):
         ["95 % confidence", f"{low:+.2f} to {high:+.2f} ms"]])
 
 
+def for_each_further(row, first, what, divisor=1, unit=""):
+    """What a viewer adds to the sender's row with the fewest."""
+    more = row["viewers"] - first["viewers"]
+    return f"{(row[what] - first[what]) / divisor / more:.2f}{unit}" if more else ""
+
+
 def peer_loads_table(loads):
     rows = []
     for row in loads:
-        viewers = row["viewers"]
-        rows.append([row["sender"], viewers, f"{row['cpuPercent'] / viewers:.2f} %", f"{row['rssKb'] / 1024:.1f} MB",
-                     f"{(row['rssKb'] - row['idleRssKb']) / viewers / 1024:.2f} MB",
+        first = next(other for other in loads if other["sender"] == row["sender"])
+        rows.append([row["sender"], row["viewers"], f"{row['cpuPercent'] / row['viewers']:.2f} %",
+                     f"{row['pssKb'] / 1024:.1f} MB", for_each_further(row, first, "privateKb", 1024, " MB"),
+                     row["threads"], for_each_further(row, first, "threads"),
                      f"{row['fewestFrames']} of about {row['expectedFrames']}"])
-    return table(["sender", "viewers", "processor (of one core), for each viewer", "resident memory",
-                  "for each viewer", "frames at the worst-served viewer"], rows)
+    return table(["sender", "viewers", "processor (of one core), for each viewer", "memory (PSS)",
+                  "of its own, for each further viewer", "threads", "for each further viewer",
+                  "frames at the worst-served viewer"], rows)
+
+
+def soon_text(call_times, limit=150):
+    shares = [f"{name} {sum(ms <= limit for ms in step_values(calls, 'black'))} of {len(calls)}"
+              for name, calls in call_times.items()]
+    return f"Calls with a picture within {limit} ms of the connection: {', '.join(shares)}."
+
+
+def first_pictures_table(found):
+    rows = []
+    for source, times in found["times"].items():
+        for name, black in times.items():
+            seen = [ms for ms in black if ms is not None]
+            start = "the newest group" if name == "camera" else "the next key frame"
+            rows.append([source, f"{found['keyFrameSeconds'][source]} s", f"{name}, {start}",
+                         f"{len(seen)} of {len(black)}", f"{statistics.median(seen or [0]):.0f} ms",
+                         f"{max(seen or [0]):.0f} ms"])
+    return table(["source", "a key frame every", "sender, and with what it begins", "saw a picture", "median", "worst"],
+                 rows)
 
 
 def peer_plot(loads):
@@ -253,7 +282,10 @@ def main():
         {"Chromium, " + way: calls for way, calls in found.items()}, BROWSER_STEPS)])
     report.fill(["comparison"], ["comparison.json"], lambda found: [comparison(found)])
     report.fill(["peers left out", "peer times", "peer loads"], ["peers.json"], lambda found: [
-        left_out_text(found["leftOut"]), times_table(found["callTimes"]), peer_loads_table(found["loads"])])
+        left_out_text(found["leftOut"]),
+        times_table(found["callTimes"], PEER_STEPS) + "\n\n" + soon_text(found["callTimes"]),
+        peer_loads_table(found["loads"])])
+    report.fill(["first pictures"], ["first-pictures.json"], lambda found: [first_pictures_table(found)])
     report.fill(["churn"], ["churn.json"], lambda found: [churn_table(found)])
     report.plot("call-times.svg", "calls.json", lambda found: times_plot(found["callTimes"]))
     report.plot("processor-time.svg", "calls.json", lambda found: loads_plot(found["loads"]))

@@ -21,19 +21,21 @@
 namespace {
 
 using nlohmann::json;
+using zelrtc::bench::Start;
 using zelrtc::camera::Request;
 using zelrtc::camera::Response;
+using zelrtc::camera::VideoInput;
 
 // Each call has three connections, all from one address, and up to 64 calls at a time are compared.
 constexpr size_t kMostConnections = 64 * 3 + 32;
 
 class Sender {
 public:
-    explicit Sender(zelrtc::camera::MediaHub* hub, int stream) : hub_(hub), stream_(stream) {
+    Sender(zelrtc::camera::MediaHub* hub, int stream, Start start) : hub_(hub), stream_(stream), start_(start) {
     }
 
     json place(const std::string& body) {
-        auto peer = std::make_shared<zelrtc::bench::PlainPeer>([this] { hub_->requestKeyFrame(stream_); });
+        auto peer = std::make_shared<zelrtc::bench::PlainPeer>([this] { hub_->requestKeyFrame(stream_); }, start_);
         const std::string sdp = peer->answer(json::parse(body).at("sdp"));
         const json answer = {{"type", "answer"}, {"sdp", sdp}};
         peer->events()->append("answer", answer.dump());
@@ -68,6 +70,7 @@ public:
 private:
     zelrtc::camera::MediaHub* hub_;
     const int stream_;
+    const Start start_;
     std::mutex mutex_;
     std::map<int, std::shared_ptr<zelrtc::bench::PlainPeer>> peers_;
     int newestId_ = 0;
@@ -116,15 +119,20 @@ void addRoutes(zelrtc::camera::HttpServer* server, Sender* sender) {
     });
 }
 
-void serve(const std::string& videoFile) {
+VideoInput inputFrom(const std::string& file, const std::string& camera) {
+    if (!file.empty()) {
+        return {VideoInput::Kind::kFile, file};
+    }
+    return camera.empty() ? VideoInput{} : VideoInput{VideoInput::Kind::kRtsp, camera};
+}
+
+void serve(const VideoInput& input, Start start) {
     constexpr int kStream = 1;
     zelrtc::camera::initVideo();
     std::array<zelrtc::camera::VideoInput, zelrtc::camera::kVideoStreams> inputs;
-    if (!videoFile.empty()) {
-        inputs.at(kStream) = {zelrtc::camera::VideoInput::Kind::kFile, videoFile};
-    }
+    inputs.at(kStream) = input;
     zelrtc::camera::MediaHub hub(inputs, zelrtc::camera::tonePattern());
-    Sender sender(&hub, kStream);
+    Sender sender(&hub, kStream, start);
     zelrtc::camera::HttpSettings settings;
     settings.limits.connections = settings.limits.connectionsPerAddress = kMostConnections;
     zelrtc::camera::HttpServer server(settings);
@@ -149,10 +157,16 @@ void serve(const std::string& videoFile) {
 
 int main(int argc, char** argv) try {
     CLI::App app{"Serves a stream over webrtcbin alone, for comparison with the camera"};
-    std::string videoFile;
-    app.add_option("--video-file", videoFile, "an H.264 file instead of the test picture")->check(CLI::ExistingFile);
+    std::string file;
+    std::string camera;
+    bool startsWithNext = false;
+    auto* fileOption = app.add_option("--video-file", file, "An H.264 file instead of the test picture");
+    fileOption->check(CLI::ExistingFile);
+    app.add_option("--video-rtsp", camera, "The URL of an IP camera instead of the test picture")->excludes(fileOption);
+    app.add_flag("--next-key-frame", startsWithNext,
+                 "Begin with the next key frame of the file or the IP camera, as if none were kept");
     CLI11_PARSE(app, argc, argv);
-    serve(videoFile);
+    serve(inputFrom(file, camera), startsWithNext ? Start::kNext : Start::kKept);
     return 0;
 } catch (const std::exception& error) {
     std::fprintf(stderr, "plain-sender: %s\n", error.what());

@@ -60,8 +60,9 @@ gst::Track audioTrack() {
 
 }  // namespace
 
-PlainPeer::PlainPeer(std::function<void()> onConnected)
+PlainPeer::PlainPeer(std::function<void()> onConnected, Start start)
     : onConnected_(std::move(onConnected)),
+      startWith_(start),
       pipeline_(gst_pipeline_new(nullptr)),
       webrtc_(gst::makeElement("webrtcbin")) {
     gst_bin_add(GST_BIN(pipeline_.get()), webrtc_);
@@ -106,9 +107,18 @@ void PlainPeer::push(GstElement* source, const uint8_t* data, size_t size) {
     gst_app_src_push_buffer(GST_APP_SRC(source), buffer);
 }
 
+// A kept key frame is offered again with each picture until it is taken, and another one is the next.
+bool PlainPeer::canBegin(const zelrtc::camera::AccessUnit& unit) {
+    const bool isKnown = !offeredUs_ || *offeredUs_ == unit.timeUs;
+    if (unit.isKeyFrame) {
+        offeredUs_ = unit.timeUs;
+    }
+    return unit.isKeyFrame && (startWith_ == Start::kKept || !isKnown);
+}
+
 bool PlainPeer::onVideo(const zelrtc::camera::AccessUnit& unit) {
     const std::lock_guard<std::mutex> lock(feedMutex_);
-    hadKeyFrame_ = isConnected_ && (hadKeyFrame_ || unit.isKeyFrame);
+    hadKeyFrame_ = (hadKeyFrame_ || canBegin(unit)) && isConnected_;
     if (hadKeyFrame_) {
         push(video_.get(), unit.data, unit.size);
     }

@@ -18,11 +18,20 @@
 
 namespace zelrtc::bench {
 
+/** With which key frame a viewer's picture begins. */
+enum class Start {
+    kKept, /**< the one that the camera keeps, where it keeps one */
+    kNext, /**< the next that the source makes, as if none were kept */
+};
+
 /** Usable on any thread, but it must not be destroyed on one of GStreamer's. */
 class PlainPeer : public zelrtc::camera::FrameSink {
 public:
-    /** @param onConnected called on a GStreamer thread when media can flow */
-    explicit PlainPeer(std::function<void()> onConnected);
+    /**
+     * @param onConnected called on a GStreamer thread when media can flow
+     * @param start the key frame with which the picture begins
+     */
+    PlainPeer(std::function<void()> onConnected, Start start);
     ~PlainPeer() override;
     PlainPeer(const PlainPeer&) = delete;
     PlainPeer& operator=(const PlainPeer&) = delete;
@@ -42,6 +51,7 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    bool canBegin(const zelrtc::camera::AccessUnit& unit);
     void push(GstElement* source, const uint8_t* data, size_t size);
     void receiveAudio(GstPad* pad);
 
@@ -50,6 +60,7 @@ private:
     static void onPad(GstElement* webrtc, GstPad* pad, gpointer self);
 
     const std::function<void()> onConnected_;
+    const Start startWith_;
     const Clock::time_point start_ = Clock::now();
     std::shared_ptr<zelrtc::camera::CallHistory> events_ = std::make_shared<zelrtc::camera::CallHistory>();
     gst::GstPtr<GstElement> pipeline_;
@@ -57,6 +68,7 @@ private:
     std::mutex feedMutex_;
     bool isConnected_ = false;
     bool hadKeyFrame_ = false;
+    std::optional<int64_t> offeredUs_;  // of the key frame that was offered last
     gst::GstPtr<GstElement> video_;
     gst::GstPtr<GstElement> audio_;
 };

@@ -290,6 +290,21 @@ TEST(CallStatistics, TellsWhereThePictureStoodStillAndWhereItsSizeChanged) {
     EXPECT_FALSE(record.sizes[1].keyFrame);
 }
 
+TEST(CallStatistics, TellsFromWhichPacketOnThePictureWaitedForAKeyFrame) {
+    CallStatistics statistics;
+    statistics.offerSent();
+    statistics.frameBegan();
+    const CallRecord dark = statistics.record();
+    statistics.frameBegan();
+    statistics.frameReceived({100, true, {640, 360}});
+    const CallRecord shown = statistics.record();
+    statistics.frameBegan();
+    ASSERT_TRUE(dark.firstPacketMs && shown.firstFrameBeganMs);
+    EXPECT_EQ(shown.firstPacketMs, dark.firstPacketMs);
+    EXPECT_GT(*shown.firstFrameBeganMs, *shown.firstPacketMs);
+    EXPECT_EQ(statistics.record().firstFrameBeganMs, shown.firstFrameBeganMs);
+}
+
 TEST(CallStatistics, CountsAPictureWithAnImpossibleAgeAsUnreadable) {
     CallStatistics statistics;
     statistics.pictureDecoded(1000, 1040);

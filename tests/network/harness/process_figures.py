@@ -10,6 +10,7 @@ def figures(pid):
         fields = dict(line.split(":", 1) for line in file.read().splitlines()[1:])
     found["pssKb"] = int(fields["Pss"].split()[0])
     found["rssKb"] = int(fields["Rss"].split()[0])
+    found["pssKb"] = int(fields["Pss"].split()[0])
     found["privateKb"] = int(fields["Private_Dirty"].split()[0])
     found["cpuSeconds"] = cpu_seconds(pid)
     return found
