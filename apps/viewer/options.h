@@ -9,6 +9,7 @@
 
 #include "http_exchange.h"
 #include "ice_server.h"
+#include "rtp_address.h"
 
 namespace zelrtc::viewer {
 
@@ -40,6 +41,7 @@ struct Options {
     std::vector<IceServer> iceServers;
     std::vector<std::string> localAddresses;
     std::string recordPath;
+    std::vector<RtpAddress> passOn;  // for video and, if there are two, for audio
     AbortPoint abortPoint = AbortPoint::kNever;
     Milliseconds abortAfter{0};
 };
