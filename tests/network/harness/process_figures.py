@@ -9,6 +9,7 @@ def figures(pid):
     with open(f"/proc/{pid}/smaps_rollup", encoding="ascii") as file:
         fields = dict(line.split(":", 1) for line in file.read().splitlines()[1:])
     found["rssKb"] = int(fields["Rss"].split()[0])
+    found["pssKb"] = int(fields["Pss"].split()[0])
     found["privateKb"] = int(fields["Private_Dirty"].split()[0])
     found["cpuSeconds"] = cpu_seconds(pid)
     return found
