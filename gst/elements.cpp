@@ -13,14 +13,26 @@ GstElement* makeElement(const char* factory) {
     return element;
 }
 
-GstElement* makeBin(const std::string& description) {
+namespace {
+
+GstElement* parseBin(const std::string& description, gboolean closesEnds) {
     GError* error = nullptr;
-    GstElement* bin = gst_parse_bin_from_description(description.c_str(), TRUE, &error);
+    GstElement* bin = gst_parse_bin_from_description(description.c_str(), closesEnds, &error);
     if (error != nullptr) {
         g_clear_object(&bin);
         throw std::runtime_error(takeReason(error));
     }
     return bin;
+}
+
+}  // namespace
+
+GstElement* makeBin(const std::string& description) {
+    return parseBin(description, TRUE);
+}
+
+GstElement* makeOpenBin(const std::string& description) {
+    return parseBin(description, FALSE);
 }
 
 bool isMadeBy(GstElement* element, const char* factory) {

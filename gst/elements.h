@@ -20,6 +20,9 @@ GstElement* makeElement(const char* factory);
 // A bin from pipeline text, as gst-launch takes it, with a pad "sink" or "src" for each open end. Floating.
 GstElement* makeBin(const std::string& description);
 
+// The same with the open ends left open, for a bin whose pads have to be told apart. Floating.
+GstElement* makeOpenBin(const std::string& description);
+
 // Whether the element came from the factory of that name.
 bool isMadeBy(GstElement* element, const char* factory);
 

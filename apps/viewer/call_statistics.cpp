@@ -126,6 +126,21 @@ void CallStatistics::audioHeard(uint64_t frames) {
     record_.audioHeard = frames;
 }
 
+void CallStatistics::videoPassedOn() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    ++record_.videoPassedOn;
+}
+
+void CallStatistics::audioPassedOn() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    ++record_.audioPassedOn;
+}
+
+void CallStatistics::keyFrameAskedFor() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    ++record_.keyFramesAsked;
+}
+
 void CallStatistics::transportSeen(const CallRecord::Transport& transport) {
     const std::lock_guard<std::mutex> lock(mutex_);
     record_.transport = transport;

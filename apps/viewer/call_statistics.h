@@ -70,8 +70,11 @@ struct CallRecord {
     std::vector<uint32_t> agesMs;
     uint64_t audioReceived = 0;  // packets
     uint64_t audioSent = 0;
-    uint64_t audioHeard = 0;  // our frames, as counted by the camera
-    double audioRms = 0;      // over all received audio; full scale is 1
+    uint64_t audioHeard = 0;     // our frames, as counted by the camera
+    uint64_t videoPassedOn = 0;  // packets
+    uint64_t audioPassedOn = 0;
+    uint64_t keyFramesAsked = 0;  // on behalf of whom the packets are passed on to
+    double audioRms = 0;          // over all received audio; full scale is 1
     Transport transport;
     std::string ended;    // the reason the camera gave
     std::string failure;  // why the call could not be placed or failed
@@ -99,6 +102,9 @@ public:
     void audioPacketSent();
     void audioDecoded(double sumOfSquares, uint64_t samples);
     void audioHeard(uint64_t frames);
+    void videoPassedOn();
+    void audioPassedOn();
+    void keyFrameAskedFor();
     void transportSeen(const CallRecord::Transport& transport);
     void endedByCamera(const std::string& reason);
     void failed(const std::string& reason, bool overHttp);

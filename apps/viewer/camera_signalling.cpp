@@ -96,6 +96,11 @@ void CameraSignalling::selectStream(int stream) {
                       "choosing the stream");
 }
 
+void CameraSignalling::askForKeyFrame() {
+    const nlohmann::json body{{"keyFrame", true}};
+    expectSuccess(requests_->Post(path_ + "/streams", body.dump(), kJsonType), "asking for a key frame");
+}
+
 void CameraSignalling::hangUp() {
     expectSuccess(requests_->Delete(path_), "hanging up");
 }

@@ -17,6 +17,7 @@ struct RawOptions {
     std::string abortAt;
     std::vector<std::string> switches;
     std::vector<std::string> servers;
+    std::string passOn;
 };
 
 Milliseconds toMilliseconds(double seconds) {
@@ -97,6 +98,9 @@ void declare(CLI::App& app, Options& options, RawOptions& raw) {
     app.add_option("--calls", options.calls, "Place this many calls at the same time")
         ->check(CLI::Range(1, 1000))
         ->capture_default_str();
+    app.add_option("--pass-on", raw.passOn,
+                   "HOST:PORT[,HOST:PORT]: send the received video there as plain RTP (payload type 96), and the audio "
+                   "to the second (type 0); RTCP goes to the next port each. Decodes nothing, sends no audio");
     app.add_option("--abort-at", raw.abortAt,
                    "Leave without hanging up: after the offer, gathering, in the dtls handshake, or SECONDS after the "
                    "connection");
@@ -112,6 +116,19 @@ void readAddress(CameraAddress& camera) {
     camera.url = std::string(parts[1]);
 }
 
+// Whoever watches behind the server is no visitor: the camera shall not hear a tone from it.
+void takePassOn(const std::string& text, Options& options) {
+    if (text.empty()) {
+        return;
+    }
+    options.passOn = parseRtpAddresses(text);
+    options.decode = false;
+    options.talk = false;
+    if (options.calls > 1) {
+        throw std::invalid_argument("--pass-on is for a single call");
+    }
+}
+
 void check(Options& options, const RawOptions& raw) {
     readAddress(options.camera);
     options.duration = toMilliseconds(raw.seconds);
@@ -124,6 +141,7 @@ void check(Options& options, const RawOptions& raw) {
         options.iceServers.push_back(parseIceServer(text));
     }
     parseAbort(raw.abortAt, options);
+    takePassOn(raw.passOn, options);
     if (options.whep && (options.stream || !options.switches.empty())) {
         throw std::invalid_argument("a WHEP call cannot choose its stream");
     }

@@ -9,6 +9,7 @@
 
 #include "http_exchange.h"
 #include "ice_server.h"
+#include "rtp_address.h"
 
 namespace zelrtc::viewer {
 
@@ -41,6 +42,7 @@ struct Options {
     std::vector<std::string> localAddresses;
     std::string recordPath;
     std::string timelinePath;
+    std::vector<RtpAddress> passOn;  // for video and, if there are two, for audio
     AbortPoint abortPoint = AbortPoint::kNever;
     Milliseconds abortAfter{0};
 };

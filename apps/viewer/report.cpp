@@ -63,32 +63,33 @@ ordered_json videoAsJson(const CallRecord& record) {
 }
 
 ordered_json callAsJson(const CallRecord& record) {
-    return {{"id", orNull(record.id)},
-            {"failure", orNull(record.failure)},
-            {"ended", orNull(record.ended)},
-            {"ms",
-             {{"answer", orNull(record.answerMs)},
-              {"connected", orNull(record.connectedMs)},
-              {"firstPacket", orNull(record.firstPacketMs)},
-              {"firstFrameBegan", orNull(record.firstFrameBeganMs)},
-              {"firstFrame", orNull(record.firstFrameMs)},
-              {"firstDecoded", orNull(record.firstDecodedMs)},
-              {"lastFrame", orNull(record.lastFrameMs)}}},
-            {"states", statesAsJson(record.states, "state")},
-            {"cameraStates", statesAsJson(record.cameraStates, "state")},
-            {"streams", statesAsJson(record.streamsAsked, "stream")},
-            {"video", videoAsJson(record)},
-            {"audio",
-             {{"received", record.audioReceived},
-              {"rms", record.audioRms},
-              {"sent", record.audioSent},
-              {"heard", record.audioHeard}}},
-            {"transport",
-             {{"local", orNull(record.transport.localType)},
-              {"remote", orNull(record.transport.remoteType)},
-              {"protocol", orNull(record.transport.protocol)},
-              {"packetsReceived", record.transport.packetsReceived},
-              {"packetsLost", record.transport.packetsLost}}}};
+    return {
+        {"id", orNull(record.id)},
+        {"failure", orNull(record.failure)},
+        {"ended", orNull(record.ended)},
+        {"ms",
+         {{"answer", orNull(record.answerMs)},
+          {"connected", orNull(record.connectedMs)},
+          {"firstFrame", orNull(record.firstFrameMs)},
+          {"firstDecoded", orNull(record.firstDecodedMs)},
+          {"lastFrame", orNull(record.lastFrameMs)}}},
+        {"states", statesAsJson(record.states, "state")},
+        {"cameraStates", statesAsJson(record.cameraStates, "state")},
+        {"streams", statesAsJson(record.streamsAsked, "stream")},
+        {"video", videoAsJson(record)},
+        {"audio",
+         {{"received", record.audioReceived},
+          {"rms", record.audioRms},
+          {"sent", record.audioSent},
+          {"heard", record.audioHeard}}},
+        {"passedOn",
+         {{"video", record.videoPassedOn}, {"audio", record.audioPassedOn}, {"keyFramesAsked", record.keyFramesAsked}}},
+        {"transport",
+         {{"local", orNull(record.transport.localType)},
+          {"remote", orNull(record.transport.remoteType)},
+          {"protocol", orNull(record.transport.protocol)},
+          {"packetsReceived", record.transport.packetsReceived},
+          {"packetsLost", record.transport.packetsLost}}}};
 }
 
 std::string milliseconds(const std::optional<double>& value) {
@@ -134,6 +135,10 @@ void printCall(std::ostream& out, const CallRecord& record) {
         << "  transport    " << record.transport.localType << " to " << record.transport.remoteType << ' '
         << record.transport.protocol << ", " << record.transport.packetsLost << " of "
         << record.transport.packetsReceived << " packets lost\n";
+    if (record.videoPassedOn > 0) {
+        out << "  passed on    " << record.videoPassedOn << " packets of video, " << record.audioPassedOn
+            << " of audio; " << record.keyFramesAsked << " key frames asked for\n";
+    }
     if (!record.ended.empty()) {
         out << "  ended        " << record.ended << '\n';
     }

@@ -46,6 +46,8 @@ public:
     virtual void listen(SignallingListener& listener) = 0;
     virtual void sendCandidate(const Candidate& candidate) = 0;
     virtual void selectStream(int stream) = 0;
+    /** Asks for a key frame where that is not the connection's own business. */
+    virtual void askForKeyFrame() = 0;
     virtual void hangUp() = 0;
 };
 

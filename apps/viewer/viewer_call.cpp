@@ -173,6 +173,18 @@ void ViewerCall::onState(const std::string& name) {
     });
 }
 
+// On top of the request in the call's RTCP: not every camera hears of that, and one that cannot be asked has not
+// failed.
+void ViewerCall::onKeyFrameWanted() {
+    tasks_.post([this] {
+        try {
+            signalling_->askForKeyFrame();
+        } catch (const SignallingError&) {
+            return;
+        }
+    });
+}
+
 void ViewerCall::onRemoteCandidate(const Candidate& candidate) {
     tasks_.post([this, candidate] { peer_->addRemoteCandidate(candidate); });
 }

@@ -33,6 +33,7 @@ private:
     void onGathered() override;
     void onIceConnected() override;
     void onState(const std::string& name) override;
+    void onKeyFrameWanted() override;
     void onRemoteCandidate(const Candidate& candidate) override;
     void onCameraState(const std::string& name, double ms) override;
     void onHeard(uint64_t frames) override;

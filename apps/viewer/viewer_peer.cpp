@@ -56,6 +56,9 @@ ViewerPeer::ViewerPeer(const Options& options, PeerListener& listener, CallStati
     gst_bin_add_many(GST_BIN(pipeline_.get()), webrtc_, video_.bin(), audio_.bin(), nullptr);
     g_object_set(webrtc_, "bundle-policy", GST_WEBRTC_BUNDLE_POLICY_MAX_BUNDLE, "latency",
                  static_cast<guint>(options.jitterBuffer.count()), nullptr);
+    if (!options.passOn.empty()) {
+        addPassOn(options.passOn, statistics);
+    }
     configureIce(options);
     gst::dropData(webrtc_);
     askForLostPackets();
@@ -128,6 +131,15 @@ void ViewerPeer::addTalk(CallStatistics& statistics) {
     gst_pad_link(out.get(), in.get());
 }
 
+void ViewerPeer::addPassOn(const std::vector<RtpAddress>& addresses, CallStatistics& statistics) {
+    passOn_ = std::make_unique<PassOn>(addresses, statistics, [this] { listener_.onKeyFrameWanted(); });
+    gst_bin_add(GST_BIN(pipeline_.get()), passOn_->bin());
+    gst_element_link_pads(passOn_->bin(), "video_src", video_.bin(), "sink");
+    if (passOn_->takesAudio()) {
+        gst_element_link_pads(passOn_->bin(), "audio_src", audio_.bin(), "sink");
+    }
+}
+
 std::string ViewerPeer::makeOffer() {
     const gst::Description offer = gst::createOffer(webrtc_);
     mids_ = midsOf(offer->sdp);
@@ -179,9 +191,16 @@ void ViewerPeer::onPadAdded(GstElement* /*webrtc*/, GstPad* pad, gpointer self) 
 void ViewerPeer::receive(GstPad* pad) {
     const auto transceiver = gst::ownedProperty<GstWebRTCRTPTransceiver>(pad, "transceiver");
     const auto kind = gst::plainProperty<GstWebRTCKind>(transceiver.get(), "kind");
-    GstElement* receiver = kind == GST_WEBRTC_KIND_VIDEO ? video_.bin() : audio_.bin();
-    const gst::GstPtr<GstPad> in(gst_element_get_static_pad(receiver, "sink"));
+    const bool isVideo = kind == GST_WEBRTC_KIND_VIDEO;
+    const gst::GstPtr<GstPad> in = entrance(isVideo);
     gst_pad_link(pad, in.get());
+}
+
+gst::GstPtr<GstPad> ViewerPeer::entrance(bool isVideo) const {
+    if (passOn_ != nullptr && (isVideo || passOn_->takesAudio())) {
+        return gst::GstPtr<GstPad>(gst_element_get_static_pad(passOn_->bin(), isVideo ? "video_sink" : "audio_sink"));
+    }
+    return gst::GstPtr<GstPad>(gst_element_get_static_pad(isVideo ? video_.bin() : audio_.bin(), "sink"));
 }
 
 void ViewerPeer::onIceCandidate(GstElement* /*webrtc*/, guint line, gchar* text, gpointer self) {

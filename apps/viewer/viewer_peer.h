@@ -10,6 +10,7 @@
 #include "call_statistics.h"
 #include "gst/handles.h"
 #include "options.h"
+#include "pass_on.h"
 #include "signalling.h"
 #include "tone_sender.h"
 #include "video_receiver.h"
@@ -24,6 +25,7 @@ public:
     virtual void onGathered() = 0;      // the last candidate may still follow if it came from a server
     virtual void onIceConnected() = 0;  // the DTLS handshake begins
     virtual void onState(const std::string& name) = 0;
+    virtual void onKeyFrameWanted() = 0;  // by whom the packets are passed on to
 };
 
 /** Receives video and audio and sends a tone. Used by one thread, which is not one of GStreamer's. */
@@ -61,13 +63,16 @@ private:
     void connectSignals();
     void addReceiver(const char* caps, bool retransmits);
     void addTalk(CallStatistics& statistics);
+    void addPassOn(const std::vector<RtpAddress>& addresses, CallStatistics& statistics);
     void receive(GstPad* pad);
+    gst::GstPtr<GstPad> entrance(bool isVideo) const;
 
     PeerListener& listener_;
     gst::GstPtr<GstElement> pipeline_;
     GstElement* webrtc_;  // owned by the pipeline
     VideoReceiver video_;
     AudioReceiver audio_;
+    std::unique_ptr<PassOn> passOn_;
     std::unique_ptr<ToneSender> talk_;
     std::vector<std::string> mids_;
 };

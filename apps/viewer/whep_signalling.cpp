@@ -49,6 +49,10 @@ void WhepSignalling::selectStream(int /*stream*/) {
     throw SignallingError("a WHEP call cannot choose its stream");
 }
 
+void WhepSignalling::askForKeyFrame() {
+    // WHEP leaves it to the RTCP of the connection.
+}
+
 void WhepSignalling::hangUp() {
     expectSuccess(requests_->Delete(path_), "hanging up");
 }

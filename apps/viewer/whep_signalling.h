@@ -19,6 +19,7 @@ public:
     void listen(SignallingListener& listener) override;
     void sendCandidate(const Candidate& candidate) override;
     void selectStream(int stream) override;
+    void askForKeyFrame() override;
     void hangUp() override;
 
 private:

@@ -19,6 +19,10 @@ from contextlib import ExitStack
 from stage import (ROOT, Stage, namespaces, picture_times, read_options, wait_for, wait_for_calls,
                    write_figures)
 
+CHAIN = os.path.join(ROOT, "apps", "chain")
+sys.path.insert(0, CHAIN)
+from janus_files import write_janus_files  # noqa: E402  (the path above makes it importable)
+
 PEERS = os.path.join(ROOT, "bench", "peers")
 # The interpreter that sees Debian's Python packages.
 PYTHON = "/usr/bin/python3"
@@ -33,17 +37,6 @@ FEWEST_PICTURES = 10  # of a trial; key frames alone would be three
 BUFFER_MS = 50
 LONGEST_RUN_SECONDS = 900
 FAILURES = (OSError, RuntimeError, TimeoutError, subprocess.SubprocessError, urllib.error.URLError)
-JANUS_FILES = {
-    "janus.jcfg": """
-        general: {{ plugins_folder = "{libraries}/plugins", transports_folder = "{libraries}/transports",
-                    debug_level = 2 }}
-        nat: {{ ice_lite = true }}
-        plugins: {{ disable = "{other_plugins}" }}
-        transports: {{ disable = "{other_transports}" }}""",
-    "janus.transport.http.jcfg": f"""
-        general: {{{{ http = true, port = {JANUS_PORT}, ip = "127.0.0.1", https = false, json = "compact" }}}}""",
-    "janus.plugin.streaming.jcfg": "general: {{ }}",
-}
 
 
 class OneHost(namespaces.Loopback):
@@ -63,16 +56,16 @@ class Janus:
 
     def __init__(self, stage, folder):
         self._processes = ExitStack()
+        files = write_janus_files(folder, JANUS_PORT, VIDEO_PORT, AUDIO_PORT)
         try:
-            self.process = self._start(stage, ["janus", "-F", write_janus_files(folder), "-o"])
+            self.process = self._start(stage, ["janus", "-F", files, "-o"])
             self._start(stage, [sys.executable, os.path.join(PEERS, "feed_rtp.py"), stage.clip, str(VIDEO_PORT),
                                 str(AUDIO_PORT)])
             listening = ["sh", "-c", f"ss -Hltn sport = :{JANUS_PORT} | grep -q ."]
             wait_for(lambda: subprocess.run(stage.network.command_in("camera", listening), check=False).returncode == 0,
                      START_SECONDS, "Janus to serve")
             self._interface = self._processes.enter_context(stage.sender(
-                [PYTHON, os.path.join(PEERS, "janus_interface.py"), f"http://127.0.0.1:{JANUS_PORT}/janus",
-                 str(VIDEO_PORT), str(AUDIO_PORT)]))
+                [PYTHON, os.path.join(CHAIN, "janus_interface.py"), f"http://127.0.0.1:{JANUS_PORT}/janus"]))
         except BaseException:
             self._processes.close()
             raise
@@ -103,25 +96,6 @@ def end(process):
     except subprocess.TimeoutExpired:
         process.kill()
         process.wait()
-
-
-def write_janus_files(folder):
-    """Janus with only its streaming plugin and HTTP interface."""
-    files = subprocess.run(["dpkg", "-L", "janus"], capture_output=True, text=True, check=True).stdout.splitlines()
-    libraries = os.path.dirname(next(path for path in files if path.endswith("/plugins")))
-    names = {"libraries": libraries, "other_plugins": others(libraries, "plugins", "libjanus_streaming.so"),
-             "other_transports": others(libraries, "transports", "libjanus_http.so")}
-    target = os.path.join(folder, "janus")
-    os.makedirs(target, exist_ok=True)
-    for name, text in JANUS_FILES.items():
-        with open(os.path.join(target, name), "w", encoding="ascii") as file:
-            file.write(text.format(**names) + "\n")
-    return target
-
-
-def others(libraries, kind, wanted):
-    return ",".join(name for name in sorted(os.listdir(os.path.join(libraries, kind)))
-                    if name.endswith(".so") and name != wanted)
 
 
 def has_modules(*names):

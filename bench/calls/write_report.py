@@ -180,6 +180,24 @@ def left_out_text(left_out):
     return "\n".join(f"- {name} was left out: {reason.strip().splitlines()[-1]}" for name, reason in left_out.items())
 
 
+def scale_costs_table(rows):
+    """What each program of the chain needs, beside direct calls, which have no others."""
+    def cost(row, name):
+        if name not in row["costs"]:
+            return "", ""
+        return f"{row['costs'][name]['cpuPercent']:.1f} %", f"{row['costs'][name]['pssKb'] / 1024:.1f} MB"
+
+    return table(["way", "viewers", "camera", "memory", "feeder", "memory", "Janus", "memory",
+                  "frames a second at the worst-served viewer"],
+                 [[row["way"], row["viewers"], *cost(row, "camera"), *cost(row, "feeder"), *cost(row, "Janus"),
+                   f"{row['fewestFramesASecond']:.1f}"] for row in rows])
+
+
+def scale_ages_table(ages):
+    return table(["way", "median", "95th percentile"],
+                 [[way, f"{age['p50']:.0f} ms", f"{age['p95']:.0f} ms"] for way, age in ages.items()])
+
+
 def ages_table(ages):
     sizes = {"0": "1280x720", "1": "640x360", "2": "320x180"}
     return table(["stream", "median", "95th percentile"],
@@ -286,6 +304,8 @@ def main():
         times_table(found["callTimes"], PEER_STEPS) + "\n\n" + soon_text(found["callTimes"]),
         peer_loads_table(found["loads"])])
     report.fill(["first pictures"], ["first-pictures.json"], lambda found: [first_pictures_table(found)])
+    report.fill(["scale costs", "scale ages"], ["scale.json"], lambda found: [
+        scale_costs_table(found["costs"]), scale_ages_table(found["ages"])])
     report.fill(["churn"], ["churn.json"], lambda found: [churn_table(found)])
     report.plot("call-times.svg", "calls.json", lambda found: times_plot(found["callTimes"]))
     report.plot("processor-time.svg", "calls.json", lambda found: loads_plot(found["loads"]))

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Sends the clip over aiortc to whoever calls: aiortc_sender.py CLIP. Passes the H.264 on unchanged."""
 import asyncio
+import os
 import sys
 from fractions import Fraction
 
@@ -8,8 +9,10 @@ import av
 from aiortc import MediaStreamTrack, RTCPeerConnection, RTCSessionDescription
 from aiortc.sdp import candidate_from_sdp
 
-from camera_interface import serve
 from clip import AUDIO_BYTES, AUDIO_SECONDS, FRAMES_PER_SECOND, Pace, access_units
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "apps", "chain"))
+from camera_interface import serve  # noqa: E402  (the path above makes it importable)
 
 START_CODE = b"\0\0\0\1"
 MOST_WAITING = 30

@@ -115,6 +115,7 @@ TEST_F(UnderBadInput, RefusesAStreamThatDoesNotExist) {
     expectProblem(camera_.post(watchersCall() + "/streams", R"({"video":3})"), 400);
     expectProblem(camera_.post(watchersCall() + "/streams", R"({"video":"2"})"), 400);
     expectProblem(camera_.post(watchersCall() + "/streams", "2"), 400);
+    expectProblem(camera_.post(watchersCall() + "/streams", R"({"keyFrame":1})"), 400);
     EXPECT_EQ(camera_.get("/calls").at(0).at("video"), 1);
 }
 

@@ -123,6 +123,8 @@ public:
     void onState(const std::string& name) override {
         connected = connected || name == "connected";
     }
+    void onKeyFrameWanted() override {
+    }
 
     std::atomic<bool> gathered{false};
     std::atomic<bool> connected{false};

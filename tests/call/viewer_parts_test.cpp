@@ -240,6 +240,30 @@ TEST(ReadOptions, TakesTheAddressAsTheCameraPrintsIt) {
     EXPECT_EQ(parse({"https://192.0.2.7:8080/?token=0f2c"}).camera.url, "https://192.0.2.7:8080");
 }
 
+TEST(ReadOptions, TakesWhereToPassOn) {
+    const Options one = parse({"http://127.0.0.1", "--pass-on", "127.0.0.1:5004"});
+    ASSERT_EQ(one.passOn.size(), 1U);
+    EXPECT_EQ(one.passOn[0].host, "127.0.0.1");
+    EXPECT_EQ(one.passOn[0].port, 5004);
+    EXPECT_FALSE(one.decode);
+    EXPECT_FALSE(one.talk);
+    const Options two = parse({"http://127.0.0.1", "--pass-on", "localhost:5004,[::1]:65534"});
+    ASSERT_EQ(two.passOn.size(), 2U);
+    EXPECT_FALSE(two.passOn[0].host.empty());
+    EXPECT_EQ(two.passOn[1].host, "::1");
+    EXPECT_TRUE(two.passOn[1].isIpv6);
+    EXPECT_EQ(two.passOn[1].port, 65534);
+}
+
+TEST(ReadOptions, RefusesToPassOnToWhatIsNoAddress) {
+    for (const char* text :
+         {"127.0.0.1", "127.0.0.1:", ":5004", "127.0.0.1:0", "127.0.0.1:65535", "127.0.0.1:99999", "::1:5004",
+          "127.0.0.1:5004,", "127.0.0.1:1,127.0.0.1:3,127.0.0.1:5", "no.such.host.invalid:1"}) {
+        EXPECT_EQ(refusalOf({"http://127.0.0.1", "--pass-on", text}), 2) << text;
+    }
+    EXPECT_EQ(refusalOf({"http://127.0.0.1", "--pass-on", "127.0.0.1:5004", "--calls", "2"}), 2);
+}
+
 TEST(ReadOptions, RefusesBadUsageWithStatusTwo) {
     EXPECT_EQ(refusalOf({}), 2);
     EXPECT_EQ(refusalOf({"ftp://127.0.0.1"}), 2);

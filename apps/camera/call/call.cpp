@@ -81,6 +81,12 @@ Selection Call::select(std::optional<int> video, std::optional<bool> audio) {
     return chosen_;
 }
 
+void Call::requestKeyFrame() {
+    const std::lock_guard<std::mutex> lock(controlMutex_);
+    requireSession();
+    hub_.requestKeyFrame(video_);
+}
+
 void Call::applyChoice() {
     const LogScope scope(id_);
     const std::unique_lock<std::mutex> lock(controlMutex_, std::try_to_lock);

@@ -79,6 +79,9 @@ public:
      */
     Selection select(std::optional<int> video, std::optional<bool> audio);
 
+    /** Asks for a key frame of the stream that is sent, as the viewer has lost its picture. Control threads. */
+    void requestKeyFrame();
+
     /** Makes a choice true that had to wait, if it is time. Skipped while the call starts or ends. Control threads. */
     void applyChoice();
 

@@ -107,13 +107,28 @@ std::optional<bool> audioIn(const json& wish) {
     return member->get<bool>();
 }
 
+bool keyFrameIn(const json& wish) {
+    const auto member = wish.find("keyFrame");
+    if (member == wish.end()) {
+        return false;
+    }
+    if (!member->is_boolean()) {
+        throw HttpError(400, "keyFrame is neither true nor false");
+    }
+    return member->get<bool>();
+}
+
 Response selectStreams(const Request& request, CallRegistry& calls) {
     const auto call = calls.find(callKeyIn(request));
     const json wish = json::parse(request.body, nullptr, false);
     if (!wish.is_object()) {
         throw HttpError(400, "the body is not a JSON object such as {\"video\":2,\"audio\":false}");
     }
+    const bool wantsKeyFrame = keyFrameIn(wish);
     const Selection selection = call->select(videoIn(wish), audioIn(wish));
+    if (wantsKeyFrame) {
+        call->requestKeyFrame();
+    }
     return jsonResponse(200, {{"video", selection.video}, {"audio", selection.audio}});
 }
 
