@@ -35,16 +35,16 @@ int ownPayloadType(Codec codec) {
     return codec == Codec::kMulaw ? 0 : kNone;
 }
 
-// h264parse repeats the parameter sets with each key frame, so that late joiners see a picture. The audio packetiser
-// must not count samples for its timestamps: a pause in the frames is a pause in the call.
-const char* packetiserChain(Codec codec) {
-    if (codec == Codec::kMulaw) {
+// The parameter sets are repeated with each key frame, so that late joiners see a picture. The audio packetiser must
+// not count samples for its timestamps: a pause in the frames is a pause in the call.
+std::string packetiserChain(const Track& track) {
+    if (track.codec == Codec::kMulaw) {
         return "appsrc name=source is-live=true format=time caps=audio/x-mulaw,rate=8000,channels=1 ! "
                "rtppcmupay min-ptime=20000000 max-ptime=20000000 perfect-rtptime=false";
     }
-    return "appsrc name=source is-live=true format=time caps=video/x-h264,stream-format=byte-stream,alignment=au ! "
-           "h264parse config-interval=-1 ! "
-           "rtph264pay aggregate-mode=zero-latency config-interval=-1 mtu=1200";
+    const std::string parser = track.areUnitsWhole ? "" : "h264parse config-interval=-1 ! ";
+    return "appsrc name=source is-live=true format=time caps=video/x-h264,stream-format=byte-stream,alignment=au ! " +
+           parser + "rtph264pay aggregate-mode=zero-latency config-interval=-1 mtu=1200";
 }
 
 const char* depacketiserChain(Codec codec) {
@@ -58,8 +58,8 @@ const char* depacketiserChain(Codec codec) {
 // Floating.
 GstElement* makeSender(const Track& track, guint ssrc) {
     const int packetiserNumber = packetiserType(track.payloadType, ownPayloadType(track.codec));
-    const std::string chain = packetiserChain(track.codec) + std::string(" pt=") + std::to_string(packetiserNumber) +
-                              " ssrc=" + std::to_string(ssrc);
+    const std::string chain =
+        packetiserChain(track) + " pt=" + std::to_string(packetiserNumber) + " ssrc=" + std::to_string(ssrc);
     if (packetiserNumber == track.payloadType) {
         return makeBin(chain);
     }

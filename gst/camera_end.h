@@ -26,6 +26,8 @@ struct Track {
     int payloadType = 0;
     GstWebRTCRTPTransceiverDirection direction = GST_WEBRTC_RTP_TRANSCEIVER_DIRECTION_INACTIVE;
     std::optional<std::string> streamId;
+    // Video comes as access units that need no parser: each is one buffer, and key frames have their parameter sets.
+    bool areUnitsWhole = false;
 };
 
 // Sets up everything except ICE servers and the addresses to gather on. Call it before the pipeline starts.

@@ -4,6 +4,7 @@ The figures of a long run, into its section only: write_report.py --long-run JSO
 """
 import json
 import os
+import re
 import statistics
 import sys
 
@@ -18,6 +19,13 @@ STEPS = (("answer", "answer"), ("connected", "connected"), ("firstDecoded", "fir
 PEER_STEPS = (("answer", "answer"), ("connected", "connected"), ("black", "from there to the first picture"),
               ("waited", "of it waiting for a key frame"), ("rest", "without that wait"))
 BROWSER_STEPS = (("answer", "answer"), ("connected", "connected"), ("firstPicture", "first picture shown"))
+# The first that fits, on x86-64.
+INSTRUCTION_KINDS = (
+    ("decisions: a comparison, then a branch", r"cmp|test|j"),
+    ("registers kept for the caller, and the stack", r"push|pop|(add|sub) .*,%rsp$"),
+    ("calls, and the return", r"call|ret"),
+    ("the frame filled, arguments and members moved", r""),
+)
 NOT_MEASURED = "This part failed when the benchmarks ran last: there are no figures."
 
 
@@ -48,6 +56,27 @@ def micro_table(instructions, write_path):
         rows.append([name, f"{count:.0f}", f"{count / floor:.2f}", f"{times[name]['1']:.1f} ns",
                      f"{times[name]['4']:.1f} ns"])
     return table(["one frame", "instructions", "of the floor", "time, one thread", "time, four threads"], rows)
+
+
+def account_table(instructions):
+    """The instructions of a write, by what they are for."""
+    ways = instructions["account"]
+    rows = []
+    for kind, _ in INSTRUCTION_KINDS:
+        texts = {way: [text for text in path if kind_of(text) == kind] for way, path in ways.items()}
+        rows.append([kind, *(f"{len(found)}: " + listed(found) for found in texts.values())])
+    rows.append(["together", *(len(path) for path in ways.values())])
+    return table(["of the write itself", *ways], rows)
+
+
+def listed(texts):
+    """`push` twice and `pop` once as `push 2, pop 1`, in the order of their first use."""
+    names = [text.split()[0] for text in texts]
+    return ", ".join(f"{name} {names.count(name)}" for name in dict.fromkeys(names))
+
+
+def kind_of(text):
+    return next(kind for kind, pattern in INSTRUCTION_KINDS if re.match(pattern, text))
 
 
 def session_table(session):
@@ -292,6 +321,7 @@ class Report:
 def main():
     report = Report(*sys.argv[1:])
     report.fill(["write path"], ["instructions.json", "write_path.json"], lambda *found: [micro_table(*found)])
+    report.fill(["write account"], ["instructions.json"], lambda found: [account_table(found)])
     report.fill(["session"], ["session.json"], lambda found: [session_table(found)])
     report.fill(["machine", "call times", "answer difference", "loads", "frame ages"], ["calls.json"], lambda found: [
         machine_text(found["machine"], found["clipKbit"]), times_table(found["callTimes"]),

@@ -49,14 +49,21 @@ def disassembly(loop):
             for address, text in re.findall(r"^ +([0-9a-f]+):\t(.*)$", listing, re.MULTILINE)}
 
 
-def print_account(loop, names):
+def account(loop, names):
+    """The instructions that each frame runs through, by way."""
     texts = disassembly(loop)
+    found = {}
     for name in (FLOOR, *COMPARED):
         _, runs = profile(loop, names.index(name), FEW)
-        path = sorted(address for address, count in runs.items() if count >= FEW)
+        found[name] = [texts[address] for address in sorted(runs) if runs[address] >= FEW]
+    return found
+
+
+def print_account(found):
+    for name, path in found.items():
         print(f"{name}: {len(path)} instructions")
-        for address in path:
-            print(f"    {texts[address]}")
+        for text in path:
+            print(f"    {text}")
 
 
 def main():
@@ -69,7 +76,7 @@ def main():
 
     names = subprocess.run([options.loop], capture_output=True, text=True, check=True).stdout.splitlines()
     if options.account:
-        print_account(options.loop, names)
+        print_account(account(options.loop, names))
         return 0
     counts = {}
     for number, name in enumerate(names):
@@ -77,7 +84,7 @@ def main():
         print(f"{name:24} {counts[name]:7.1f} instructions, {counts[name] / counts[FLOOR]:.2f} of the floor")
     if options.json:
         with open(options.json, "w", encoding="utf-8") as out:
-            json.dump({"floor": FLOOR, "instructions": counts}, out, indent=1)
+            json.dump({"floor": FLOOR, "instructions": counts, "account": account(options.loop, names)}, out, indent=1)
 
     over = [name for name in COMPARED if options.limit and counts[name] > options.limit * counts[FLOOR]]
     for name in over:

@@ -86,7 +86,10 @@ STATUS AnsweringSide::addCandidate(const std::string& line) {
 }
 
 STATUS AnsweringSide::writeVideo(size_t index) {
-    std::vector<uint8_t> unit = accessUnits()[index % accessUnits().size()];
+    return writeUnit(accessUnits()[index % accessUnits().size()], index);
+}
+
+STATUS AnsweringSide::writeUnit(std::vector<uint8_t> unit, size_t index) {
     Frame frame{};
     frame.frameData = unit.data();
     frame.size = static_cast<UINT32>(unit.size());

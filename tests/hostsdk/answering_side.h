@@ -38,6 +38,8 @@ public:
     STATUS addCandidate(const std::string& line);
 
     STATUS writeVideo(size_t index);
+    // An access unit of the test's own as the picture of that number.
+    STATUS writeUnit(std::vector<uint8_t> unit, size_t index);
     STATUS writeAudio(size_t index);
     // Writes 30 video and audio frames a second until the condition holds; false on timeout.
     bool writeUntil(const std::function<bool()>& condition);

@@ -4,13 +4,32 @@
 #include <set>
 #include <thread>
 
+#include "access_units.h"
 #include "answering_side.h"
 #include "statuses.h"
+#include "waiting.h"
 #include "webrtcbin_viewer.h"
 
 namespace zelrtc::test {
 
 namespace {
+
+// Types of H.264 units.
+constexpr int kTypeBits = 0x1f;
+constexpr int kKeySlice = 5;
+constexpr int kSequenceSet = 7;
+constexpr int kPictureSet = 8;
+constexpr int kDelimiter = 9;
+constexpr size_t kStartCodeBytes = 4;
+
+std::vector<uint8_t> fromKeySlice(const std::vector<uint8_t>& unit) {
+    const std::vector<uint8_t> startCode = {0, 0, 1};
+    auto at = unit.begin();
+    do {
+        at = std::search(at, unit.end(), startCode.begin(), startCode.end()) + 3;
+    } while ((*at & kTypeBits) != kKeySlice);
+    return {at - 3, unit.end()};
+}
 
 // A call with all candidates in the answer.
 class Call : public testing::Test {
@@ -59,6 +78,29 @@ TEST_F(Call, keepsTheDifferencesOfPresentationTimes) {
     place("video");
     ASSERT_TRUE(side.writeUntil([&] { return viewer->videoFrames() >= 10; }));
     EXPECT_NEAR(viewer->lastVideoTimestampStep(), 3000, 1);
+}
+
+TEST_F(Call, sendsNoDelimiters) {
+    ASSERT_EQ(accessUnits()[0].at(kStartCodeBytes) & kTypeBits, kDelimiter);
+    place("video");
+    ASSERT_TRUE(side.writeUntil([&] { return viewer->videoFrames() >= 20; }));
+    EXPECT_EQ(viewer->videoUnits().count(kDelimiter), 0U);
+}
+
+// Late joiners need them, and so does a decoder that was reset.
+TEST_F(Call, sendsTheParameterSetsBeforeEachKeyFrameThatLacksThem) {
+    constexpr int kKeyFrames = 10;
+    place("video");
+    const std::vector<uint8_t>& complete = accessUnits()[0];
+    const std::vector<uint8_t> bare = fromKeySlice(complete);
+    for (int i = 0; i < kKeyFrames; i++) {
+        ASSERT_EQ(side.writeUnit(i == 0 ? complete : bare, static_cast<size_t>(i)), STATUS_SUCCESS);
+    }
+    ASSERT_TRUE(eventually([&] { return viewer->videoFrames() == kKeyFrames; }, AnsweringSide::kDeadline));
+    const auto units = viewer->videoUnits();
+    EXPECT_GE(units.at(kKeySlice), kKeyFrames);
+    EXPECT_GE(units.at(kSequenceSet), kKeyFrames);
+    EXPECT_GE(units.at(kPictureSet), kKeyFrames);
 }
 
 TEST_F(Call, sharesVideoWithAViewerThatPutsAudioFirst) {

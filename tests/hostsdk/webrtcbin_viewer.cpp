@@ -35,12 +35,14 @@ struct WebrtcbinViewer::Observer {
     int stillToLose = 0;
     bool hasLostTheLastOne = false;
     std::vector<uint16_t> missing;
+    std::map<int, int> units;
 
     static void onGatheringState(GstElement* webrtcbin, GParamSpec*, Observer* self);
     static void onPadAdded(GstElement* webrtcbin, GstPad* pad, Observer* self);
     static void onElementAdded(GstBin*, GstBin*, GstElement* element, Observer* self);
     static void onDtlsState(GstElement* dtlsdec, GParamSpec*, Observer* self);
     void onVideo(GstSample* packet);
+    void countUnits(const guint8* payload, guint size);
     bool loses(guint16 number);
     static GstPadProbeReturn onReceived(GstPad*, GstPadProbeInfo* info, gpointer self);
     static GstPadProbeReturn onSend(GstPad*, GstPadProbeInfo*, gpointer self);
@@ -121,7 +123,28 @@ void WebrtcbinViewer::Observer::onVideo(GstSample* packet) {
         videoTimestampStep = timestamp - videoTimestamp.exchange(timestamp);
         videoFrames++;
     }
+    countUnits(static_cast<const guint8*>(gst_rtp_buffer_get_payload(&header)),
+               gst_rtp_buffer_get_payload_len(&header));
     gst_rtp_buffer_unmap(&header);
+}
+
+// Of RFC 6184: several units in one packet, the first fragment of one, or one alone.
+void WebrtcbinViewer::Observer::countUnits(const guint8* payload, guint size) {
+    constexpr guint8 kTypeBits = 0x1f;
+    constexpr int kSeveral = 24;
+    constexpr int kFragment = 28;
+    constexpr guint8 kFirst = 0x80;
+    const int type = payload[0] & kTypeBits;
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (type == kSeveral) {
+        for (guint at = 1; at + 2 < size; at += 2U + GST_READ_UINT16_BE(payload + at)) {
+            units[payload[at + 2] & kTypeBits]++;
+        }
+    } else if (type != kFragment) {
+        units[type]++;
+    } else if ((payload[1] & kFirst) != 0) {
+        units[payload[1] & kTypeBits]++;
+    }
 }
 
 // Still encrypted, but the source is in the clear.
@@ -239,6 +262,11 @@ int WebrtcbinViewer::videoFrames() const {
 
 int WebrtcbinViewer::audioFrames() const {
     return observer_->audioFrames;
+}
+
+std::map<int, int> WebrtcbinViewer::videoUnits() const {
+    const std::lock_guard<std::mutex> lock(observer_->mutex);
+    return observer_->units;
 }
 
 guint32 WebrtcbinViewer::lastVideoTimestampStep() const {

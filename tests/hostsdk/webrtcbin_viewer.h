@@ -33,6 +33,8 @@ public:
 
     int videoFrames() const;
     int audioFrames() const;
+    // How often each type of H.264 unit has come, however it was packed; a unit in fragments counts once.
+    std::map<int, int> videoUnits() const;
     // Distance between the RTP timestamps of the last two video frames, in units of 1/90000 s.
     guint32 lastVideoTimestampStep() const;
 

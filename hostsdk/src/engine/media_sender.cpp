@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include "engine/access_unit.h"
+
 namespace zelrtc::hostsdk {
 
 namespace {
@@ -40,8 +42,9 @@ void PresentationClock::noteCapture(UINT64 presentationTs, GstClockTime runningT
     }
 }
 
-MediaSender::MediaSender(GstElement* pipeline, gst::GstPtr<GstElement> source, std::shared_ptr<PresentationClock> clock)
-    : pipeline_(pipeline), source_(std::move(source)), clock_(std::move(clock)) {
+MediaSender::MediaSender(GstElement* pipeline, gst::GstPtr<GstElement> source, bool isVideo,
+                         std::shared_ptr<PresentationClock> clock)
+    : pipeline_(pipeline), source_(std::move(source)), isVideo_(isVideo), clock_(std::move(clock)) {
 }
 
 STATUS MediaSender::write(const Frame& frame) {
@@ -49,7 +52,8 @@ STATUS MediaSender::write(const Frame& frame) {
     if (gst_app_src_get_current_level_bytes(source) > kMaxQueuedBytes) {
         return STATUS_NOT_ENOUGH_MEMORY;
     }
-    GstBuffer* const buffer = gst_buffer_new_memdup(frame.frameData, frame.size);
+    const size_t left = isVideo_ ? delimiterBytes(frame.frameData, frame.size) : 0;
+    GstBuffer* const buffer = gst_buffer_new_memdup(frame.frameData + left, frame.size - left);
     const GstClockTime now = gst_element_get_current_running_time(pipeline_);
     if (!offset_) {
         clock_->noteCapture(frame.presentationTs, now, static_cast<GstClockTime>(g_get_monotonic_time()) * GST_USECOND);

@@ -33,14 +33,16 @@ private:
 class MediaSender {
 public:
     // `source`: the track's appsrc in the pipeline, which outlives this object.
-    MediaSender(GstElement* pipeline, gst::GstPtr<GstElement> source, std::shared_ptr<PresentationClock> clock);
+    MediaSender(GstElement* pipeline, gst::GstPtr<GstElement> source, bool isVideo,
+                std::shared_ptr<PresentationClock> clock);
 
-    // Copies the frame and returns at once. One thread at a time.
+    // Copies the frame, but for a picture's delimiter, and returns at once. One thread at a time.
     STATUS write(const Frame& frame);
 
 private:
     GstElement* pipeline_;
     gst::GstPtr<GstElement> source_;
+    const bool isVideo_;
     std::shared_ptr<PresentationClock> clock_;
     std::optional<gint64> offset_;
 };

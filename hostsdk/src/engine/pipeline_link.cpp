@@ -10,6 +10,7 @@
 #include "gst/camera_end.h"
 #include "gst/dtls.h"
 #include "gst/ice_agent.h"
+#include "gst/packet_lists.h"
 #include "text/remb.h"
 
 namespace zelrtc::hostsdk {
@@ -96,6 +97,8 @@ void PipelineLink::onElementAdded(GstBin*, GstBin*, GstElement* element, Shared*
         limitSources(*link, element);
     } else if (gst::isMadeBy(element, "srtpenc")) {
         (*link)->addSender(SentPackets::watch(element));
+    } else {
+        gst::letListsPass(element);
     }
 }
 

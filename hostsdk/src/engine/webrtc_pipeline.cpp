@@ -33,6 +33,7 @@ gst::Track trackOf(const NegotiatedMedia& media) {
     track.payloadType = media.payloadType;
     track.direction = toGst(media.direction);
     track.streamId = media.streamId;
+    track.areUnitsWhole = true;
     return track;
 }
 
@@ -133,7 +134,9 @@ bool WebRtcPipeline::setLocalDescription(const std::string& sdp) {
 std::unique_ptr<MediaSender> WebRtcPipeline::addMedia(const NegotiatedMedia& media) {
     gst::GstPtr<GstElement> source;
     succeeds([&] { source = gst::addTrack(pipeline_.get(), webrtcbin_, trackOf(media)); });
-    return source == nullptr ? nullptr : std::make_unique<MediaSender>(pipeline_.get(), std::move(source), clock_);
+    const bool isVideo = media.codec != RTC_CODEC_MULAW;
+    return source == nullptr ? nullptr
+                             : std::make_unique<MediaSender>(pipeline_.get(), std::move(source), isVideo, clock_);
 }
 
 std::optional<std::string> WebRtcPipeline::createAnswer() {
