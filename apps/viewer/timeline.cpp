@@ -1,18 +1,23 @@
 #include "timeline.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
+#include <iomanip>
+#include <ostream>
 #include <stdexcept>
 
 namespace zelrtc::viewer {
 namespace {
 
-using nlohmann::ordered_json;
-
 constexpr double kMsPerSecond = 1000;
+constexpr int kDigits = 3;
 
-ordered_json delayAsJson(const std::optional<double>& value) {
-    return value ? ordered_json(*value) : ordered_json(nullptr);
+void put(std::ostream& out, const char* name, const std::optional<double>& value) {
+    out << ", \"" << name << "\": ";
+    if (value) {
+        out << *value;
+    } else {
+        out << "null";
+    }
 }
 
 }  // namespace
@@ -21,6 +26,7 @@ Timeline::Timeline(const std::string& path) : out_(path, std::ios::trunc) {
     if (!out_) {
         throw std::runtime_error("cannot write " + path);
     }
+    out_ << std::fixed << std::setprecision(kDigits);
 }
 
 Timeline::~Timeline() {
@@ -65,15 +71,13 @@ void Timeline::write() {
     if (!second_) {
         return;
     }
-    const ordered_json line = {{"second", second_->number},
-                               {"frames", second_->frames},
-                               {"width", second_->width},
-                               {"longestGapMs", second_->longestGapMs},
-                               {"gapEnded", second_->gapEndedMs / kMsPerSecond},
-                               {"soundPackets", second_->soundPackets},
-                               {"pictureDelayMs", delayAsJson(second_->pictureDelayMs)},
-                               {"soundDelayMs", delayAsJson(second_->soundDelayMs)}};
-    out_ << line.dump() << std::endl;
+    out_ << R"({"second": )" << second_->number << R"(, "frames": )" << second_->frames << R"(, "width": )"
+         << second_->width << R"(, "soundPackets": )" << second_->soundPackets;
+    put(out_, "longestGapMs", second_->longestGapMs);
+    put(out_, "gapEnded", second_->gapEndedMs / kMsPerSecond);
+    put(out_, "pictureDelayMs", second_->pictureDelayMs);
+    put(out_, "soundDelayMs", second_->soundDelayMs);
+    out_ << '}' << std::endl;
 }
 
 }  // namespace zelrtc::viewer
