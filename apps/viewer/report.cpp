@@ -70,6 +70,8 @@ ordered_json callAsJson(const CallRecord& record) {
         {"ms",
          {{"answer", orNull(record.answerMs)},
           {"connected", orNull(record.connectedMs)},
+          {"firstPacket", orNull(record.firstPacketMs)},
+          {"firstFrameBegan", orNull(record.firstFrameBeganMs)},
           {"firstFrame", orNull(record.firstFrameMs)},
           {"firstDecoded", orNull(record.firstDecodedMs)},
           {"lastFrame", orNull(record.lastFrameMs)}}},
