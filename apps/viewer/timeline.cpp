@@ -51,8 +51,8 @@ void Timeline::packet(Medium medium, double nowMs, std::optional<double> delayMs
     enter(nowMs);
     const bool isSound = medium == Medium::kSound;
     second_->soundPackets += isSound ? 1 : 0;
-    auto& least = isSound ? second_->soundDelayMs : second_->pictureDelayMs;
     if (delayMs) {
+        auto& least = isSound ? second_->soundDelayMs : second_->pictureDelayMs;
         least = std::min(least.value_or(*delayMs), *delayMs);
     }
 }
