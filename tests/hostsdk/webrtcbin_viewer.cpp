@@ -137,7 +137,7 @@ void WebrtcbinViewer::Observer::countUnits(const guint8* payload, guint size) {
     const int type = payload[0] & kTypeBits;
     const std::lock_guard<std::mutex> lock(mutex);
     if (type == kSeveral) {
-        for (guint at = 1; at + 2 < size; at += 2U + GST_READ_UINT16_BE(payload + at)) {
+        for (guint at = 1; at + 2 < size; at += 2U + payload[at] * 256U + payload[at + 1]) {
             units[payload[at + 2] & kTypeBits]++;
         }
     } else if (type != kFragment) {
