@@ -130,20 +130,20 @@ void WebrtcbinViewer::Observer::onVideo(GstSample* packet) {
 
 // Of RFC 6184: several units in one packet, the first fragment of one, or one alone.
 void WebrtcbinViewer::Observer::countUnits(const guint8* payload, guint size) {
-    constexpr guint8 kTypeBits = 0x1f;
-    constexpr int kSeveral = 24;
+    constexpr guint8 kUnitType = 0x1f;
+    constexpr int kAggregate = 24;
     constexpr int kFragment = 28;
-    constexpr guint8 kFirst = 0x80;
-    const int type = payload[0] & kTypeBits;
+    constexpr guint8 kBegins = 0x80;
+    const int type = payload[0] & kUnitType;
     const std::lock_guard<std::mutex> lock(mutex);
-    if (type == kSeveral) {
+    if (type == kAggregate) {
         for (guint at = 1; at + 2 < size; at += 2U + payload[at] * 256U + payload[at + 1]) {
-            units[payload[at + 2] & kTypeBits]++;
+            units[payload[at + 2] & kUnitType]++;
         }
     } else if (type != kFragment) {
         units[type]++;
-    } else if ((payload[1] & kFirst) != 0) {
-        units[payload[1] & kTypeBits]++;
+    } else if ((payload[1] & kBegins) != 0) {
+        units[payload[1] & kUnitType]++;
     }
 }
 
