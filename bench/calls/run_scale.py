@@ -10,8 +10,8 @@ import time
 from contextlib import contextmanager
 
 from run_peers import OneHost
-from stage import (ROOT, SETTLE_SECONDS, SKIPPED, Stage, cpu_seconds, figures, read_options, wait_for, wait_for_calls,
-                   write_figures)
+from stage import (ROOT, SETTLE_SECONDS, Stage, cpu_seconds, figures, namespaces, read_options, wait_for,
+                   wait_for_calls, write_figures)
 
 CHAIN = os.path.join(ROOT, "apps", "chain", "run_chain.py")
 DIRECT, THROUGH_JANUS = "direct", "through Janus"
@@ -83,7 +83,7 @@ def main():
     options = read_options(__doc__, ())
     if not shutil.which("janus"):
         print("SKIPPED: the package janus is not installed")
-        return SKIPPED
+        return namespaces.SKIPPED
     direct, passed_on, seconds = ((1,), (1, 4), 1) if options.short else ((1, 16), (1, 16, 64), 8)
     rows, ages = [], {}
     with OneHost() as network:

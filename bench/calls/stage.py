@@ -14,7 +14,6 @@ from harness import namespaces  # noqa: E402  (the path above makes it importabl
 from harness.process_figures import cpu_seconds, figures  # noqa: E402
 from harness.programs import Camera, Viewer, wait_for  # noqa: E402
 
-SKIPPED = 77
 CLIP_SECONDS = 10
 SETTLE_SECONDS = 2
 
@@ -41,11 +40,7 @@ def read_options(description, programs=("plain",)):
     parser.add_argument("--short", action="store_true", help="a few samples only: does it all still run?")
     parser.add_argument("--json", required=True, help="write the figures to this file")
     options = parser.parse_args()
-    namespaces.clean_up_when_terminated()
-    missing = namespaces.missing_ability()
-    if missing:
-        print(f"SKIPPED: {missing}")
-        sys.exit(SKIPPED)
+    namespaces.prepare_or_skip()
     os.environ["MALLOC_ARENA_MAX"] = "1"  # as the camera itself does
     return options
 

@@ -9,8 +9,6 @@ import time
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from harness import cases, namespaces, sdk_limits  # noqa: E402  (the path above makes it importable)
 
-SKIPPED = 77
-
 
 def run_case(case, programs, seed):
     try:
@@ -30,11 +28,7 @@ def main():
     parser.add_argument("--json", help="write the outcomes to this file")
     options = parser.parse_args()
 
-    namespaces.clean_up_when_terminated()
-    missing = namespaces.missing_ability()
-    if missing:
-        print(f"SKIPPED: {missing}")
-        return SKIPPED
+    namespaces.prepare_or_skip()
 
     programs = cases.Programs(sdk_limits.camera_under_test(options.camera), options.viewer, options.link)
     outcomes = []

@@ -14,10 +14,9 @@ import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from harness import namespaces, sdk_limits  # noqa: E402  (the path above makes it importable)
-from harness.process_figures import figures  # noqa: E402
+from harness.process_figures import EXACT_HEAP, HEAP_KB_PER_CALL, figures  # noqa: E402
 from harness.programs import Camera, Viewer, wait_for  # noqa: E402
 
-SKIPPED = 77
 ABORT_POINTS = ("offer", "gathering", "dtls", "0.3")
 # Without the two that take ten seconds to release.
 QUICK_ABORT_POINTS = ("gathering", "0.3")
@@ -27,11 +26,8 @@ SILENCE_RATE = 5
 # How much may remain: some memory once, and next to nothing for each call.
 RSS_KB_ONCE = 4096
 RSS_KB_PER_CALL = 8
-# The engine's own growth: GLib never forgets a name, and webrtcbin makes new ones from the numbers of each call's
-# streams. That is 1 to 3 kB for each call, in steps, as GLib's table of names doubles now and then.
+# The heap grows in steps.
 HEAP_KB_ONCE = 256
-HEAP_KB_PER_CALL = 3
-EXACT_HEAP = {"G_SLICE": "always-malloc", "GLIBC_TUNABLES": "glibc.malloc.tcache_count=0", "MALLOC_ARENA_MAX": "1"}
 # Some seconds after its last call the camera returns its free memory to the system. It has, once its figures do not
 # change for the first of these times; the second limits the wait.
 QUIET_SECONDS = 4
@@ -204,11 +200,7 @@ def main():
     parser.add_argument("--in-a-row", type=int, default=500, help="calls one after the other, unless short")
     parser.add_argument("--json", help="write the figures to this file")
     options = parser.parse_args()
-    namespaces.clean_up_when_terminated()
-    missing = namespaces.missing_ability()
-    if missing:
-        print(f"SKIPPED: {missing}")
-        return SKIPPED
+    namespaces.prepare_or_skip()
 
     os.environ.update(EXACT_HEAP)
     abort_points = QUICK_ABORT_POINTS if options.short else ABORT_POINTS

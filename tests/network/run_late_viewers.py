@@ -16,7 +16,6 @@ sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from harness import namespaces  # noqa: E402  (the path above makes it importable)
 from harness.programs import Camera, Viewer, wait_for  # noqa: E402
 
-SKIPPED = 77
 QUEUE_SECONDS = 0.5
 VIEW_SECONDS = 5
 BETWEEN_VIEWERS = 0.37  # so that they come at every point of the two seconds
@@ -69,11 +68,7 @@ def main():
     parser.add_argument("--viewers", type=int, default=6)
     parser.add_argument("--rate", type=int, action="append", help="of the link in kbit/s; may be repeated")
     options = parser.parse_args()
-    namespaces.clean_up_when_terminated()
-    missing = namespaces.missing_ability()
-    if missing:
-        print(f"SKIPPED: {missing}")
-        return SKIPPED
+    namespaces.prepare_or_skip()
     for rate in options.rate or (500, 2000):
         for share in (0.5, 0.7, 0.85):
             measure(options, rate, share)

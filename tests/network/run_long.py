@@ -22,13 +22,10 @@ import time
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from harness import long_run, namespaces, sdk_limits  # noqa: E402  (the path above makes it importable)
 from harness.ip_camera import IpCamera  # noqa: E402
-from harness.process_figures import figures  # noqa: E402
+from harness.process_figures import EXACT_HEAP, figures  # noqa: E402
 from harness.programs import Camera, Viewer, wait_for  # noqa: E402
 from harness.turn import Turn  # noqa: E402
 
-SKIPPED = 77
-# As in run_churn.py: only with these is the heap in use exact.
-EXACT_HEAP = {"G_SLICE": "always-malloc", "GLIBC_TUNABLES": "glibc.malloc.tcache_count=0", "MALLOC_ARENA_MAX": "1"}
 IP_STREAM, BIG_STREAM, SMALL_STREAM = 1, 0, 2
 LASTING_CALLS = 4
 CONNECT_SECONDS = 40
@@ -325,11 +322,7 @@ def main():
     parser.add_argument("--json", help="write the figures to this file")
     parser.add_argument("--keep", help="keep the camera's log and the viewers' timelines in this folder")
     options = parser.parse_args()
-    namespaces.clean_up_when_terminated()
-    missing = namespaces.missing_ability()
-    if missing:
-        print(f"SKIPPED: {missing}")
-        return SKIPPED
+    namespaces.prepare_or_skip()
     os.environ.update(EXACT_HEAP)
     if options.keep:
         os.makedirs(options.keep, exist_ok=True)

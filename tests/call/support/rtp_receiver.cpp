@@ -50,7 +50,7 @@ uint32_t numberAt(const std::vector<uint8_t>& packet, size_t at, size_t bytes) {
     return number;
 }
 
-// The camera's key frames come as delimiter, parameter sets and picture, the small ones together in one packet.
+// The camera's key frames come as parameter sets and picture, the sets together in one packet.
 bool holdsParameterSet(const std::vector<uint8_t>& packet) {
     if ((packet.at(kHeaderBytes) & kUnitType) != kSeveralUnits) {
         return (packet.at(kHeaderBytes) & kUnitType) == kParameterSet;

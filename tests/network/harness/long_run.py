@@ -1,6 +1,8 @@
 """What a long run's samples and timelines say: drift, growth, gaps, restarts. Times in seconds, one clock for all."""
 import statistics
 
+from .process_figures import HEAP_KB_PER_CALL
+
 # Lips and words come apart visibly beyond this.
 MOST_DRIFT_MS = 40
 DRIFT_WINDOW = 30
@@ -11,8 +13,6 @@ MOST_BLACK_SECONDS = 3
 # What a viewer may miss while nothing is restarted; a test may share the machine with others.
 MOST_GAP_MS = 1000
 MOST_GAP_OF_A_TEST_MS = 3000
-# GLib never forgets a name, and the engine makes new ones from the numbers of each call's streams: 1 to 3 kB for each.
-HEAP_KB_PER_CALL = 3
 # What the lasting calls keep of themselves, such as sent packets and lines of the log, fills up within some minutes. In
 # a test that cannot be told from a leak; a call that is never released holds more.
 HEAP_KB_OF_A_TEST = 1024

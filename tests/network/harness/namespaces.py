@@ -9,6 +9,8 @@ CAMERA_ADDRESS = "10.77.0.1"
 VIEWER_ADDRESS = "10.77.0.2"
 HIDDEN_CAMERA = "192.168.1.2"
 HIDDEN_VIEWER = "192.168.2.2"
+# What CTest takes for "skipped".
+SKIPPED = 77
 
 
 def missing_ability():
@@ -31,6 +33,15 @@ def missing_ability():
     except FileNotFoundError as missing:
         return f"{missing.filename} is not installed"
     return None
+
+
+def prepare_or_skip():
+    """For the main program, before it makes any: ends it where there can be none."""
+    clean_up_when_terminated()
+    missing = missing_ability()
+    if missing:
+        print(f"SKIPPED: {missing}")
+        sys.exit(SKIPPED)
 
 
 def clean_up_when_terminated():
