@@ -134,8 +134,10 @@ def start_server(parts, options, folder, rtp_port):
 def feeder_command(options, camera, rtp_port):
     command = [options.viewer_program, camera, "--keep", "--pass-on",
                f"127.0.0.1:{rtp_port},127.0.0.1:{rtp_port + 2}"]
-    command += ["--stream", str(options.stream)] if options.stream is not None else []
-    return command + (["--certificate", options.certificate] if options.certificate else [])
+    for name, value in (("--stream", options.stream), ("--token-file", options.token_file),
+                        ("--certificate", options.certificate)):
+        command += [name, str(value)] if value is not None else []
+    return command
 
 
 def keep_feeding(parts, command):
@@ -157,7 +159,8 @@ def keep_feeding(parts, command):
 
 def read_options():
     parser = argparse.ArgumentParser(prog="run-chain", description=__doc__.splitlines()[0])
-    parser.add_argument("--camera", metavar="URL", help="the camera's address as it prints it, with its token")
+    parser.add_argument("--camera", metavar="URL", help="the camera's address as it prints it")
+    parser.add_argument("--token-file", metavar="PATH", help="holds the camera's token, where the address does not")
     parser.add_argument("--certificate", metavar="PATH", help="the camera's certificate, where it made it itself")
     parser.add_argument("--stream", type=int, choices=(0, 1, 2), help="the stream to pass on; 1 if not given")
     parser.add_argument("--listen", metavar="ADDRESS:PORT", default="127.0.0.1:8090",

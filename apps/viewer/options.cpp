@@ -1,6 +1,7 @@
 #include "options.h"
 
 #include <CLI/CLI.hpp>
+#include <fstream>
 #include <regex>
 #include <stdexcept>
 
@@ -15,6 +16,7 @@ struct RawOptions {
     double connectSeconds = 15;
     int jitterMs = 1000;
     std::string abortAt;
+    std::string tokenFile;
     std::vector<std::string> switches;
     std::vector<std::string> servers;
     std::string passOn;
@@ -68,6 +70,8 @@ void declare(CLI::App& app, Options& options, RawOptions& raw) {
     app.add_option("--certificate", options.camera.certificateFile,
                    "The camera's certificate (PEM), where it has made it itself")
         ->check(CLI::ExistingFile);
+    app.add_option("--token-file", raw.tokenFile, "Show the camera the token in this file's first line")
+        ->check(CLI::ExistingFile);
     app.add_option("--seconds", raw.seconds, "How long to look, from the connection on")
         ->check(CLI::Range(0.0, 1e6))
         ->capture_default_str();
@@ -116,6 +120,20 @@ void readAddress(CameraAddress& camera) {
     camera.url = std::string(parts[1]);
 }
 
+// Other users of the machine can read a command line, but not the file.
+void readToken(const std::string& path, CameraAddress& camera) {
+    if (path.empty()) {
+        return;
+    }
+    if (!camera.token.empty()) {
+        throw std::invalid_argument("there is a token in the address already, so --token-file is one too many");
+    }
+    std::ifstream file(path);
+    if (!std::getline(file, camera.token) || camera.token.empty()) {
+        throw std::invalid_argument("there is no token in " + path);
+    }
+}
+
 // Whoever watches behind the server is no visitor: the camera shall not hear a tone from it.
 void takePassOn(const std::string& text, Options& options) {
     if (text.empty()) {
@@ -131,6 +149,7 @@ void takePassOn(const std::string& text, Options& options) {
 
 void check(Options& options, const RawOptions& raw) {
     readAddress(options.camera);
+    readToken(raw.tokenFile, options.camera);
     options.duration = toMilliseconds(raw.seconds);
     options.connectTimeout = toMilliseconds(raw.connectSeconds);
     options.jitterBuffer = Milliseconds(raw.jitterMs);

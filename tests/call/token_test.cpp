@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <fstream>
 #include <string>
 
@@ -34,6 +35,20 @@ TEST_F(GuardedCamera, IsCalledWithItsToken) {
     EXPECT_EQ(own.status, 0) << own.report.dump(2);
     const auto whep = view(addressWith(kToken), {"--seconds", "2", "--whep"});
     EXPECT_EQ(whep.status, 0) << whep.report.dump(2);
+}
+
+TEST_F(GuardedCamera, IsCalledWithTheTokenOfAFile) {
+    const auto outcome = view(camera_.url(), {"--seconds", "2", "--token-file", tokenFile(folder_)});
+    EXPECT_EQ(outcome.status, 0) << outcome.report.dump(2);
+}
+
+TEST_F(GuardedCamera, IsNotCalledWhereItIsUnclearWithWhichToken) {
+    constexpr int kBadUsage = 2;
+    ViewerProcess two(addressWith(kToken), {"--token-file", tokenFile(folder_)});
+    EXPECT_EQ(two.process().waitForExit(std::chrono::seconds(20)), kBadUsage);
+    std::ofstream(folder_.file("empty")).close();
+    ViewerProcess none(camera_.url(), {"--token-file", folder_.file("empty")});
+    EXPECT_EQ(none.process().waitForExit(std::chrono::seconds(20)), kBadUsage);
 }
 
 TEST_F(GuardedCamera, RefusesCallsWithoutItsToken) {
