@@ -34,14 +34,12 @@ def percentile(values, share):
     return ordered[min(len(ordered) - 1, round(share * (len(ordered) - 1)))]
 
 
-def load(directory, name):
-    path = os.path.join(directory, name)
-    if not os.path.exists(path):
-        return None
+def load(path):
+    """None from a part that failed: it has written nothing, or was stopped while writing."""
     with open(path, encoding="utf-8") as file:
         try:
             return json.load(file)
-        except json.JSONDecodeError:  # from a part that was stopped while writing
+        except json.JSONDecodeError:
             return None
 
 
@@ -297,7 +295,8 @@ def write(path, text):
 
 
 class Report:
-    """The document and its plots. A part without figures says so in place of its table."""
+    """The document and its plots. A part that failed says so in place of its table; one that has no file was not run,
+    and what it found before stays."""
 
     def __init__(self, figures, docs):
         self._figures = figures
@@ -307,13 +306,17 @@ class Report:
 
     def fill(self, names, source, make):
         """Puts the texts that `make` returns, one for each name, into the document."""
-        found = [load(self._figures, name) for name in source]
+        paths = [os.path.join(self._figures, name) for name in source]
+        if not all(map(os.path.exists, paths)):
+            return
+        found = [load(path) for path in paths]
         texts = [NOT_MEASURED] * len(names) if any(part is None for part in found) else make(*found)
         for name, text in zip(names, texts):
             replace_between(self._document, name, text)
 
     def plot(self, name, source, make):
-        found = load(self._figures, source)
+        path = os.path.join(self._figures, source)
+        found = load(path) if os.path.exists(path) else None
         if found is not None:
             write(os.path.join(self._images, name), make(found))
 
