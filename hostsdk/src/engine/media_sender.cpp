@@ -56,7 +56,8 @@ STATUS MediaSender::write(const Frame& frame) {
     GstBuffer* const buffer = gst_buffer_new_memdup(frame.frameData + left, frame.size - left);
     const GstClockTime now = gst_element_get_current_running_time(pipeline_);
     if (!offset_) {
-        clock_->noteCapture(frame.presentationTs, now, static_cast<GstClockTime>(g_get_monotonic_time()) * GST_USECOND);
+        // The pipeline's clock is the monotonic one, so that a single reading tells both times.
+        clock_->noteCapture(frame.presentationTs, now, now + gst_element_get_base_time(pipeline_));
     }
     GST_BUFFER_PTS(buffer) = clock_->toRunningTime(frame.presentationTs, now, &offset_);
     return gst_app_src_push_buffer(source, buffer) == GST_FLOW_OK ? STATUS_SUCCESS : STATUS_INVALID_OPERATION;
