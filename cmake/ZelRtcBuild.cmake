@@ -22,15 +22,25 @@ if(ZELRTC_SANITIZE)
   add_link_options(-fsanitize=${ZELRTC_SANITIZE})
 endif()
 
+if(ZELRTC_SANITIZE MATCHES address)
+  add_library(zelrtc_kept_memory OBJECT ${PROJECT_SOURCE_DIR}/tests/support/kept_memory.cpp)
+  set_target_properties(zelrtc_kept_memory PROPERTIES CXX_STANDARD 17)
+endif()
+
 # The fuzzer must see all code, not only the fuzz targets.
 if(ZELRTC_BUILD_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
-# zelrtc_compile(target standard): warnings as errors, and that C++ standard without extensions.
+# zelrtc_compile(target standard): warnings as errors, and that C++ standard without extensions. A program learns which
+# memory is kept on purpose, if it looks for leaks.
 function(zelrtc_compile target standard)
   set_target_properties(${target} PROPERTIES CXX_STANDARD ${standard} CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF)
   target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:${ZELRTC_WARNINGS}>)
+  get_target_property(type ${target} TYPE)
+  if(TARGET zelrtc_kept_memory AND type STREQUAL EXECUTABLE)
+    target_sources(${target} PRIVATE $<TARGET_OBJECTS:zelrtc_kept_memory>)
+  endif()
 endfunction()
 
 # zelrtc_merge_sources(target): with ZELRTC_MERGE_SOURCES, compiles several sources as one. A source that includes gmock
