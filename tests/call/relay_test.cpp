@@ -54,10 +54,11 @@ INSTANTIATE_TEST_SUITE_P(Over, RelayOnly,
 
 TEST_P(RelayOnly, CameraBringsPictureAndSound) {
     CameraProcess camera({"--ice-server", turn_.description(GetParam().transport), "--relay-only"});
-    const auto outcome = view(camera.url(), viewerArguments({"--seconds", "3"}));
+    ViewerProcess viewer(camera.url(), viewerArguments({"--keep"}));
+    EXPECT_TRUE(viewer.getsPictures(60));
+    const auto outcome = viewer.hangUp();
     ASSERT_EQ(outcome.status, 0) << outcome.report.dump(2);
     EXPECT_EQ(outcome.call().at("transport").at("remote"), "relay");
-    EXPECT_GE(outcome.call().at("video").at("decoded"), 60);
     EXPECT_EQ(outcome.call().at("video").at("unreadable"), 0);
     EXPECT_NE(camera.log().find("Local Candidate type: relay"), std::string::npos);
     EXPECT_EQ(camera.log().find("Local Candidate type: host"), std::string::npos);

@@ -3,6 +3,7 @@
 #define TESTS_CALL_SUPPORT_VIEWER_PROCESS_H
 
 #include <chrono>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -34,6 +35,11 @@ public:
         }
     };
 
+    /** Waits until so many pictures have come; for a single call, as the next. */
+    bool getsPictures(int count) const;
+    /** Waits until pictures of this width come. */
+    bool getsWidth(int width) const;
+
     /** Waits for the end. @throws std::runtime_error if it does not come or brings no report */
     Outcome finish(std::chrono::milliseconds limit = std::chrono::seconds(60));
 
@@ -41,6 +47,8 @@ public:
     Outcome hangUp();
 
 private:
+    bool seesEventually(const std::function<bool(const std::vector<nlohmann::json>& seconds)>& isEnough) const;
+
     ScratchFolder folder_;
     ChildProcess process_;
 };
