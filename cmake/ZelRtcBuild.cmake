@@ -22,11 +22,6 @@ if(ZELRTC_SANITIZE)
   add_link_options(-fsanitize=${ZELRTC_SANITIZE})
 endif()
 
-if(ZELRTC_SANITIZE MATCHES address)
-  add_library(zelrtc_kept_memory OBJECT ${PROJECT_SOURCE_DIR}/tests/support/kept_memory.cpp)
-  set_target_properties(zelrtc_kept_memory PROPERTIES CXX_STANDARD 17)
-endif()
-
 # The fuzzer must see all code, not only the fuzz targets.
 if(ZELRTC_BUILD_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
@@ -38,10 +33,15 @@ function(zelrtc_compile target standard)
   set_target_properties(${target} PROPERTIES CXX_STANDARD ${standard} CXX_STANDARD_REQUIRED ON CXX_EXTENSIONS OFF)
   target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:${ZELRTC_WARNINGS}>)
   get_target_property(type ${target} TYPE)
-  if(TARGET zelrtc_kept_memory AND type STREQUAL EXECUTABLE)
+  if(ZELRTC_SANITIZE MATCHES address AND type STREQUAL EXECUTABLE AND TARGET zelrtc_kept_memory)
     target_sources(${target} PRIVATE $<TARGET_OBJECTS:zelrtc_kept_memory>)
   endif()
 endfunction()
+
+if(ZELRTC_BUILD_TESTS)
+  add_library(zelrtc_kept_memory OBJECT EXCLUDE_FROM_ALL ${PROJECT_SOURCE_DIR}/tests/support/kept_memory.cpp)
+  zelrtc_compile(zelrtc_kept_memory 17)
+endif()
 
 # zelrtc_merge_sources(target): with ZELRTC_MERGE_SOURCES, compiles several sources as one. A source that includes gmock
 # or a header-only library takes seconds to parse and little more to compile, so this halves the time of a whole build.

@@ -64,7 +64,7 @@ void parseAbort(const std::string& text, Options& options) {
     }
 }
 
-void declare(CLI::App& app, Options& options, RawOptions& raw) {
+void declareCamera(CLI::App& app, Options& options, RawOptions& raw) {
     app.add_option("url", options.camera.url, "The camera's address as it prints it, e.g. http://127.0.0.1:8080")
         ->required();
     app.add_option("--certificate", options.camera.certificateFile,
@@ -72,6 +72,9 @@ void declare(CLI::App& app, Options& options, RawOptions& raw) {
         ->check(CLI::ExistingFile);
     app.add_option("--token-file", raw.tokenFile, "Show the camera the token in this file's first line")
         ->check(CLI::ExistingFile);
+}
+
+void declareCall(CLI::App& app, Options& options, RawOptions& raw) {
     app.add_option("--seconds", raw.seconds, "How long to look, from the connection on")
         ->check(CLI::Range(0.0, 1e6))
         ->capture_default_str();
@@ -79,7 +82,9 @@ void declare(CLI::App& app, Options& options, RawOptions& raw) {
     app.add_option("--connect-timeout", raw.connectSeconds, "How long the connection may take")
         ->check(CLI::Range(0.0, 1e6))
         ->capture_default_str();
-    app.add_flag("--json", options.json, "Report as JSON");
+    app.add_option("--calls", options.calls, "Place this many calls at the same time")
+        ->check(CLI::Range(1, 1000))
+        ->capture_default_str();
     app.add_flag("!--no-trickle", options.trickle, "One offer and one answer that hold all candidates");
     app.add_flag("--whep", options.whep, "Place the call at /whep");
     app.add_option("--ice-server", raw.servers, "URL[,USER,CREDENTIAL] of a STUN or TURN server; may be repeated")
@@ -87,6 +92,12 @@ void declare(CLI::App& app, Options& options, RawOptions& raw) {
     app.add_flag("--relay-only", options.relayOnly, "Use relayed candidates only");
     app.add_option("--local-address", options.localAddresses, "Gather on this address only; may be repeated")
         ->allow_extra_args(false);
+    app.add_option("--abort-at", raw.abortAt,
+                   "Leave without hanging up: after the offer, gathering, in the dtls handshake, or SECONDS after the "
+                   "connection");
+}
+
+void declareMedia(CLI::App& app, Options& options, RawOptions& raw) {
     app.add_option("--stream", options.stream, "Ask for this video stream")->check(CLI::Range(0, 2));
     app.add_option("--switch-at", raw.switches, "SECONDS:STREAM, switch then; may be repeated")
         ->allow_extra_args(false);
@@ -96,18 +107,16 @@ void declare(CLI::App& app, Options& options, RawOptions& raw) {
                    "Milliseconds to wait for a missing packet; complete pictures do not wait")
         ->check(CLI::Range(0, 10000))
         ->capture_default_str();
-    app.add_option("--record", options.recordPath, "Write the received audio to this WAV file (one call only)");
-    app.add_option("--timeline", options.timelinePath,
-                   "Write what arrives, a line of JSON every second, to this file (one call only)");
-    app.add_option("--calls", options.calls, "Place this many calls at the same time")
-        ->check(CLI::Range(1, 1000))
-        ->capture_default_str();
     app.add_option("--pass-on", raw.passOn,
                    "HOST:PORT[,HOST:PORT]: send the received video there as plain RTP (payload type 96), and the audio "
                    "to the second (type 0); RTCP goes to the next port each. Decodes nothing, sends no audio");
-    app.add_option("--abort-at", raw.abortAt,
-                   "Leave without hanging up: after the offer, gathering, in the dtls handshake, or SECONDS after the "
-                   "connection");
+}
+
+void declareReport(CLI::App& app, Options& options) {
+    app.add_flag("--json", options.json, "Report as JSON");
+    app.add_option("--record", options.recordPath, "Write the received audio to this WAV file (one call only)");
+    app.add_option("--timeline", options.timelinePath,
+                   "Write what arrives, a line of JSON every second, to this file (one call only)");
 }
 
 void readAddress(CameraAddress& camera) {
@@ -178,7 +187,10 @@ Options parseOptions(int argc, const char* const* argv) {
     Options options;
     RawOptions raw;
     CLI::App app("Places calls at a camera and prints what arrived", "zelrtc-viewer");
-    declare(app, options, raw);
+    declareCamera(app, options, raw);
+    declareCall(app, options, raw);
+    declareMedia(app, options, raw);
+    declareReport(app, options);
     try {
         app.parse(argc, argv);
         check(options, raw);

@@ -40,7 +40,7 @@ const struct AfterLibraries {
 }  // namespace
 
 // Called by the sanitizer after each allocation.
-// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming): the sanitizer's name
+// NOLINTNEXTLINE(clang-diagnostic-reserved-identifier): the sanitizer's name
 extern "C" void __sanitizer_malloc_hook(const volatile void* block, size_t size) {
     if (!areLibrariesLoaded && size == kFirstTableOfNames) {
         isGlibLoaded = true;
