@@ -4,18 +4,35 @@
 // such stacks take the slow unwinder, in which a call would spend two thirds of its processor time.
 
 #include <dlfcn.h>
+#include <execinfo.h>
 #include <sanitizer/lsan_interface.h>
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace {
 
-// GLib's first table of names, made when it is loaded. When it grows, the old one stays: readers take no lock.
-constexpr size_t kFirstTableOfNames = 2048 * sizeof(char*);
+// GLib's table of names, first made when it is loaded. It grows by as much each time, and the old one stays: readers
+// take no lock.
+constexpr size_t kStepOfNames = 2048 * sizeof(char*);
 
 bool areLibrariesLoaded = false;
 bool isGlibLoaded = false;
+
+bool isForNames() {
+    constexpr int kMostFrames = 12;
+    void* frames[kMostFrames];
+    const int count = backtrace(frames, kMostFrames);
+    for (int i = 0; i < count; ++i) {
+        Dl_info found;
+        if (dladdr(frames[i], &found) != 0 && found.dli_sname != nullptr &&
+            (std::strncmp(found.dli_sname, "g_quark_", 8) == 0 || std::strncmp(found.dli_sname, "g_intern_", 9) == 0)) {
+            return true;
+        }
+    }
+    return false;
+}
 
 // At the end of the program OpenSSL would forget the data of threads that have not ended yet, such as the engine's.
 void keepOpenSslToTheEnd() {
@@ -42,8 +59,14 @@ const struct AfterLibraries {
 // Called by the sanitizer after each allocation.
 // NOLINTNEXTLINE(clang-diagnostic-reserved-identifier): the sanitizer's name
 extern "C" void __sanitizer_malloc_hook(const volatile void* block, size_t size) {
-    if (!areLibrariesLoaded && size == kFirstTableOfNames) {
+    if (size == 0 || size % kStepOfNames != 0) {
+        return;
+    }
+    // No function of GLib is on the stack while it is loaded.
+    if (!areLibrariesLoaded && size == kStepOfNames) {
         isGlibLoaded = true;
+        __lsan_ignore_object(const_cast<const void*>(block));
+    } else if (areLibrariesLoaded && isForNames()) {
         __lsan_ignore_object(const_cast<const void*>(block));
     }
 }
