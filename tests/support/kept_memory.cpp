@@ -63,11 +63,10 @@ extern "C" void onAllocation(const volatile void* block, size_t size) {
     if (size == 0 || size % kStepOfNames != 0) {
         return;
     }
-    // No function of GLib is on the stack while it is loaded.
-    if (!areLibrariesLoaded && size == kStepOfNames) {
-        isGlibLoaded = true;
-        __lsan_ignore_object(const_cast<const void*>(block));
-    } else if (areLibrariesLoaded && isForNames()) {
+    // While GLib is loaded, no function of its interface is on the stack.
+    const bool isFirst = !areLibrariesLoaded && size == kStepOfNames;
+    isGlibLoaded = isGlibLoaded || isFirst;
+    if (isFirst || (areLibrariesLoaded && isForNames())) {
         __lsan_ignore_object(const_cast<const void*>(block));
     }
 }

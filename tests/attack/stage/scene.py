@@ -35,8 +35,8 @@ ATTACKERS_NICE = 10
 # of GLib's pools and the server's, which stay for a while when there is nothing to do.
 TOLERANCE = {"descriptors": 0, "threads": 8, "rssKb": 32 * 1024}
 # A camera with sanitizers needs three times the memory, and keeps what was freed for a while: 16 MB of it here. The
-# first 750 calls leave it 90 MB larger, the next 750 some 10, where another camera stays within 20. What is really lost
-# is found at its end.
+# first 750 calls leave it 90 MB larger, the next 750 some 10, where another camera stays within 20. A leak is found
+# when the camera ends.
 SANITIZED_TOLERANCE = {**TOLERANCE, "rssKb": 5 * TOLERANCE["rssKb"]}
 SANITIZER_OPTIONS = "quarantine_size_mb=16:thread_local_quarantine_size_kb=64"
 SANITIZER_WORDS = re.compile(r"runtime error:|ERROR: (Address|Leak)Sanitizer")

@@ -35,9 +35,9 @@ public:
         }
     };
 
-    /** Waits until so many pictures have come; for a single call, as the next. */
+    /** Waits until so many pictures have come, as long as a connection may take; for a single call, as the next. */
     bool getsPictures(int count) const;
-    /** Waits until pictures of this width come. */
+    /** Waits until pictures of this width come, as long as that. */
     bool getsWidth(int width) const;
 
     /** Waits for the end. @throws std::runtime_error if it does not come or brings no report */
