@@ -8,6 +8,8 @@ namespace {
 
 // An older picture means a misread strip: nothing on the way delays pictures this long.
 constexpr uint32_t kOldestBelievableMs = 10000;
+// Enough to see whether they follow one another, and on what.
+constexpr size_t kUnreadableTimes = 10;
 
 double monotonicMs() {
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now().time_since_epoch()).count();
@@ -90,10 +92,18 @@ void CallStatistics::pictureDecoded(std::optional<uint32_t> clock, uint32_t nowM
     }
     const uint32_t age = clock ? nowMs - *clock : kOldestBelievableMs;
     if (age >= kOldestBelievableMs) {
-        ++record_.unreadable;
+        noteUnreadable();
         return;
     }
     record_.agesMs.push_back(age);
+}
+
+// Under the lock.
+void CallStatistics::noteUnreadable() {
+    ++record_.unreadable;
+    if (record_.unreadableMs.size() < kUnreadableTimes) {
+        record_.unreadableMs.push_back(now());
+    }
 }
 
 void CallStatistics::videoPacketReceived(std::optional<double> delayMs) {

@@ -65,8 +65,9 @@ struct CallRecord {
     uint64_t keyFrames = 0;
     uint64_t bytes = 0;
     uint64_t decoded = 0;
-    uint64_t unreadable = 0;  // decoded pictures whose clock could not be read
-    double largestGapMs = 0;  // between two received frames
+    uint64_t unreadable = 0;           // decoded pictures whose clock could not be read
+    std::vector<double> unreadableMs;  // when the first few of them came
+    double largestGapMs = 0;           // between two received frames
     std::vector<uint32_t> agesMs;
     uint64_t audioReceived = 0;  // packets
     uint64_t audioSent = 0;
@@ -115,6 +116,7 @@ private:
     using Clock = std::chrono::steady_clock;
 
     double now() const;
+    void noteUnreadable();
 
     mutable std::mutex mutex_;
     Clock::time_point start_ = Clock::now();

@@ -55,6 +55,7 @@ ordered_json videoAsJson(const CallRecord& record) {
         {"bytes", record.bytes},
         {"decoded", record.decoded},
         {"unreadable", record.unreadable},
+        {"unreadableMs", record.unreadableMs},
         {"width", size.width},
         {"height", size.height},
         {"largestGapMs", orNull(record.largestGapMs)},

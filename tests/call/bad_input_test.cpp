@@ -57,7 +57,7 @@ protected:
         const auto outcome = watcher_.hangUp();
         EXPECT_EQ(outcome.status, 0) << outcome.report.dump(2);
         EXPECT_LT(outcome.call().at("video").at("largestGapMs"), 500);
-        EXPECT_EQ(outcome.call().at("video").at("unreadable"), 0);
+        EXPECT_TRUE(couldReadItsPictures(outcome));
     }
 
     std::string watchersCall() const {

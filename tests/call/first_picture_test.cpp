@@ -20,7 +20,7 @@ using ::testing::Lt;
 using ::testing::SizeIs;
 
 constexpr auto kBetweenViewers = 700ms;
-constexpr int kViewers = 4;
+constexpr int kLaterViewers = 4;
 // A key frame every four seconds: without one at hand, hardly a viewer sees anything within the first.
 constexpr const char* kFourSecondsApart = "key-int-max=120";
 constexpr std::chrono::milliseconds kMost = 1s;
@@ -39,13 +39,13 @@ TEST_F(FirstPicture, OfAFileComesAtOnceWheneverTheViewerDoes) {
     const CameraProcess camera(clipOnStream(1, folder_.file("clip.h264")));
     ViewerProcess first(camera.url(), {"--keep", "--no-decode"});
     ASSERT_TRUE(camera.hasConnectedCalls(1));
-    for (int viewer = 1; viewer <= kViewers; ++viewer) {
+    for (int viewer = 1; viewer <= kLaterViewers; ++viewer) {
         ASSERT_TRUE(camera.firstCallLasts(kBetweenViewers * viewer));
         const auto outcome = view(camera.url(), {"--seconds", "1.5"});
         ASSERT_EQ(outcome.status, 0) << outcome.report.dump(2);
         EXPECT_GE(outcome.call().at("video").at("decoded").get<int>() + 3, outcome.call().at("video").at("frames"));
     }
-    EXPECT_THAT(keyFrameWaits(camera.log()), AllOf(SizeIs(1 + kViewers), Each(Lt(kMost))));
+    EXPECT_THAT(keyFrameWaits(camera.log()), AllOf(SizeIs(1 + kLaterViewers), Each(Lt(kMost))));
     first.hangUp();
 }
 

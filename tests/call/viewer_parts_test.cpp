@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -339,6 +340,19 @@ TEST(CallStatistics, CountsAPictureWithAnImpossibleAgeAsUnreadable) {
     EXPECT_EQ(record.agesMs, (std::vector<uint32_t>{40, 32}));
     EXPECT_EQ(record.unreadable, 2U);
     EXPECT_EQ(record.decoded, 4U);
+}
+
+TEST(CallStatistics, TellsWhenTheFirstTenUnreadablePicturesCame) {
+    CallStatistics statistics;
+    statistics.pictureDecoded(1000, 1040);
+    EXPECT_TRUE(statistics.record().unreadableMs.empty());
+    for (int picture = 0; picture < 11; ++picture) {
+        statistics.pictureDecoded(std::nullopt, 1040);
+    }
+    const CallRecord record = statistics.record();
+    EXPECT_EQ(record.unreadable, 11U);
+    ASSERT_EQ(record.unreadableMs.size(), 10U);
+    EXPECT_TRUE(std::is_sorted(record.unreadableMs.begin(), record.unreadableMs.end()));
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include "key_frame_waits.h"
 
-#include <optional>
 #include <regex>
 #include <sstream>
 
@@ -24,7 +23,8 @@ milliseconds between(milliseconds earlier, milliseconds later) {
 std::vector<milliseconds> keyFrameWaits(const std::string& log) {
     const std::regex wanted(R"(\S+ (\d+):(\d+):(\d+)\.(\d+) .*(new connection state 3|input video frame, flag 16)$)");
     std::vector<milliseconds> waits;
-    std::optional<milliseconds> connected;
+    milliseconds connected{};
+    bool isWaiting = false;
     std::istringstream lines(log);
     for (std::string line; std::getline(lines, line);) {
         std::smatch found;
@@ -33,9 +33,10 @@ std::vector<milliseconds> keyFrameWaits(const std::string& log) {
         }
         if (found[5] == "new connection state 3") {
             connected = timeOf(found);
-        } else if (connected) {
-            waits.push_back(between(*connected, timeOf(found)));
-            connected.reset();
+            isWaiting = true;
+        } else if (isWaiting) {
+            waits.push_back(between(connected, timeOf(found)));
+            isWaiting = false;
         }
     }
     return waits;

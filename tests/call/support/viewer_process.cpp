@@ -87,4 +87,12 @@ ViewerProcess::Outcome view(const std::string& url, const std::vector<std::strin
     return ViewerProcess(url, arguments).finish();
 }
 
+::testing::AssertionResult couldReadItsPictures(const ViewerProcess::Outcome& outcome) {
+    const nlohmann::json& call = outcome.call();
+    if (call.at("video").at("unreadable") == 0 || call.at("transport").at("packetsLost") > 0) {
+        return ::testing::AssertionSuccess();
+    }
+    return ::testing::AssertionFailure() << "unreadable pictures, and no packet was lost: " << call.dump(2);
+}
+
 }  // namespace zelrtc::test

@@ -2,6 +2,8 @@
 #ifndef TESTS_CALL_SUPPORT_VIEWER_PROCESS_H
 #define TESTS_CALL_SUPPORT_VIEWER_PROCESS_H
 
+#include <gtest/gtest.h>
+
 #include <chrono>
 #include <functional>
 #include <nlohmann/json.hpp>
@@ -55,6 +57,12 @@ private:
 
 /** Runs a viewer from beginning to end. */
 ViewerProcess::Outcome view(const std::string& url, const std::vector<std::string>& arguments);
+
+/**
+ * Whether every picture of the only call could be read. A machine too busy to empty its sockets loses packets, which
+ * spoils pictures until the next key frame; only then some may be unreadable.
+ */
+::testing::AssertionResult couldReadItsPictures(const ViewerProcess::Outcome& outcome);
 
 }  // namespace zelrtc::test
 
