@@ -268,18 +268,20 @@ def long_run_growth_rows(growth):
 
 
 def long_run_text(run):
-    backs = [seconds for seconds in run["backSeconds"] if seconds is not None]
+    backs = [back["seconds"] for back in run["backs"] if back["seconds"] is not None]
     growth = run["growth"]
     loads = [sample["load"] for sample in run["samples"]]
     return "\n\n".join([
-        f"{run['minutes']:g} minutes, {run['calls']} calls, {len(run['backSeconds'])} restarts of the source and "
-        f"{len(run['turnRestarts'])} of the TURN server; load average {min(loads):.1f} to {max(loads):.1f}. "
+        f"{run['minutes']:g} minutes, {run['calls']} calls, {len(run['restarts'])} restarts of the source and "
+        f"{len(run['turnRestarts'])} of the TURN server; load average {min(loads):.1f} to {max(loads):.1f}. In "
+        f"{run['stolenSeconds']} of {run['watchedSeconds']} seconds the machine's host took more than a quarter of the "
+        "processor time. "
         + ("Not as it should be: " + "; ".join(run["problems"]) if run["problems"] else
            "No call was lost but those that were meant to end") + ".",
         table(["viewer that stayed", "picture", "behind the sound, at first", "at last", "most change",
                "longest gap but for restarts"], drift_rows(run)),
         f"After a restart the picture was back after {statistics.median(backs):.2f} s (median), "
-        f"{max(backs):.2f} s at most, in {len(backs)} of {len(run['backSeconds'])} cases.",
+        f"{max(backs):.2f} s at most, in {len(backs)} of {len(run['backs'])} cases.",
         table([f"{growth['points']} rests, {growth['calls']} calls", "first third, least", "last third, least"],
               long_run_growth_rows(growth))])
 

@@ -76,9 +76,40 @@ class Gaps(unittest.TestCase):
         self.assertEqual(long_run.gap_problems({"a viewer": 900}, 1000), [])
 
     def test_a_picture_that_stays_away_is_a_problem(self):
-        self.assertEqual(long_run.restart_problems([0.7, 3.5, None]),
+        self.assertEqual(long_run.restart_problems([{"restart": number, "seconds": seconds}
+                                                    for number, seconds in enumerate((0.7, 3.5, None), 1)]),
                          ["after restart 2 of the source the picture came back after 3.50 s",
                           "after restart 3 of the source the picture never came back"])
+
+
+class StolenTime(unittest.TestCase):
+    """A machine of which others take their share."""
+
+    def test_a_little_of_a_second_does_not_matter(self):
+        self.assertEqual(long_run.stolen_seconds({"10": 0.2, "11": 0.3}), {11})
+
+    def test_its_seconds_do_not_count_as_drift(self):
+        timeline = [line(second, picture_ms=900 if 300 <= second < 330 else 3) for second in range(600)]
+        self.assertEqual(drift_of(timeline)["a viewer"][640]["mostMs"], 897)
+        self.assertEqual(long_run.summarize_drift(long_run.drift(timeline, set(range(300, 320)))[640])["mostMs"], 897)
+        self.assertEqual(long_run.summarize_drift(long_run.drift(timeline, set(range(300, 330)))[640])["mostMs"], 0)
+
+    def test_a_gap_that_it_touches_does_not_count(self):
+        self.assertEqual(long_run.longest_gap(Gaps.timeline, [], {12}), 700)
+        self.assertEqual(long_run.longest_gap(Gaps.timeline, [], {14}), 700)
+        self.assertEqual(long_run.longest_gap(Gaps.timeline, [], {15}), 2500)
+
+    def test_a_restart_that_it_touches_does_not_count(self):
+        restarts = [{"on": 13}, {"on": 30}]
+        found = long_run.backs(Gaps.timeline, restarts, set())
+        self.assertEqual(found, [{"restart": 1, "seconds": 1.5}, {"restart": 2, "seconds": None}])
+        self.assertEqual(long_run.backs(Gaps.timeline, restarts, {33}), found[:1])
+        self.assertEqual(long_run.backs(Gaps.timeline, restarts, {12}), found[1:])
+
+    def test_an_hour_that_is_mostly_stolen_shows_nothing(self):
+        self.assertEqual(long_run.stolen_problems({"watchedSeconds": 100, "stolenSeconds": 51}),
+                         ["only 49 of 100 seconds had the whole machine"])
+        self.assertEqual(long_run.stolen_problems({"watchedSeconds": 100, "stolenSeconds": 50}), [])
 
 
 def point(number, calls=14, heap=20000.0, descriptors=50, threads=60, pss=60000):

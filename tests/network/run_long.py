@@ -24,6 +24,7 @@ from harness import long_run, namespaces, sdk_limits  # noqa: E402  (the path ab
 from harness.ip_camera import IpCamera  # noqa: E402
 from harness.process_figures import EXACT_HEAP, figures  # noqa: E402
 from harness.programs import Camera, Viewer, wait_for  # noqa: E402
+from harness.stolen_time import StolenTime  # noqa: E402
 from harness.turn import Turn  # noqa: E402
 
 IP_STREAM, BIG_STREAM, SMALL_STREAM = 1, 0, 2
@@ -54,12 +55,21 @@ class Pace:
         self.warm_up_seconds = min(long_run.LEVEL_SECONDS, WARM_UP_SHARE * minutes * 60)
 
 
+def timeline_file(folder, name):
+    return os.path.join(folder, f"{name}.timeline".replace(" ", "-"))
+
+
+def read_timeline(path):
+    with open(path, encoding="ascii") as file:
+        return [json.loads(line) for line in file if line.endswith("\n")]
+
+
 class Lasting:
     """A viewer that stays until it is told to go."""
 
     def __init__(self, run, name, *options):
         self.name = name
-        self._timeline = os.path.join(run.folder, f"{name}.timeline".replace(" ", "-"))
+        self._timeline = timeline_file(run.folder, name)
         self._viewer = run.view("--keep", "--no-decode", "--timeline", self._timeline, *options)
 
     def is_there(self):
@@ -73,8 +83,7 @@ class Lasting:
         return self._viewer.report()["calls"][0]
 
     def timeline(self):
-        with open(self._timeline, encoding="ascii") as file:
-            return [json.loads(line) for line in file if line.endswith("\n")]
+        return read_timeline(self._timeline)
 
 
 class Run:
@@ -86,12 +95,13 @@ class Run:
         self._turn = turn
         self.folder = folder
         self.pace = Pace(options.minutes)
-        self.problems = []
+        self.noticed = []
         self.samples = []
         self.restarts = []
         self.turn_restarts = []
         self.ages = []
         self.placed = 0
+        self._stolen = StolenTime()
         self._quiet = None
         self._visits = []
         self._begin = time.monotonic()
@@ -130,7 +140,7 @@ class Run:
             try:
                 self._play_round(number)
             except (TimeoutError, RuntimeError, subprocess.SubprocessError) as error:
-                self.problems.append(f"round {number}: {error}")
+                self.noticed.append(f"round {number}: {error}")
             number += 1
         self._begin_rest(None)
 
@@ -178,19 +188,19 @@ class Run:
         try:
             wait_for(lambda: self._camera.health()["calls"] == LASTING_CALLS, RELEASE_SECONDS, "the others' release")
         except TimeoutError:
-            self.problems.append(f"not only the lasting calls are left: {self._camera.live_calls()}")
+            self.noticed.append(f"not only the lasting calls are left: {self._camera.live_calls()}")
 
     def _check_visit(self, name, call):
         if call["failure"] or call["ended"] or not (call["video"]["frames"] and call["audio"]["received"]):
-            self.problems.append(f"at {self._now():.0f} s the call of a visitor (\"{name}\") was lost: "
-                                 f"{call['failure'] or call['ended'] or 'no picture or no sound'}")
+            self.noticed.append(f"at {self._now():.0f} s the call of a visitor (\"{name}\") was lost: "
+                                f"{call['failure'] or call['ended'] or 'no picture or no sound'}")
 
     def _check_lasting(self):
         for viewer in (*self.lasting(), self._relayed):
             if not viewer.is_there():
                 call = viewer.report()
-                self.problems.append(f"at {self._now():.0f} s the lasting call \"{viewer.name}\" was lost: "
-                                     f"{call['ended'] or call['failure']}")
+                self.noticed.append(f"at {self._now():.0f} s the lasting call \"{viewer.name}\" was lost: "
+                                    f"{call['ended'] or call['failure']}")
 
     def _change(self, stream):
         self._camera.select_stream(self._key_of_changing, stream)
@@ -228,17 +238,13 @@ class Run:
 
     def _tell(self, number):
         point = long_run.quiet_points(self.samples)[-1]
-        back = self._backs()[-1]
+        back = long_run.back_after(self._ip.timeline(), self.restarts[-1]["on"])
         print(f"{self._now():5.0f} s, round {number}: {self.placed} calls so far, heap {point['heapKb']} kB, PSS "
               f"{point['pssKb']} kB, {point['descriptors']} descriptors, {point['threads']} threads; the IP camera's "
               f"picture back after {'never' if back is None else f'{back:.2f} s'}"
-              + "".join(f"; {problem}" for problem in self.problems[-1:]), flush=True)
-        self.write(self._options.json and self._options.json + ".part")
-
-    def _backs(self):
-        timeline = self._ip.timeline()
-        gaps = [(restart["on"], long_run.gap_over(timeline, restart["on"])) for restart in self.restarts]
-        return [gap[1] - on if gap else None for on, gap in gaps]
+              + "".join(f"; {problem}" for problem in self.noticed[-1:]), flush=True)
+        if self._options.json:
+            write_found(self.found(), self._options.json + ".part")
 
     def leave(self):
         for viewer in (*self.lasting(), self._relayed):
@@ -246,26 +252,29 @@ class Run:
                 viewer.leave()
 
     def found(self):
-        moments = [restart["on"] for restart in self.restarts]
         judged = self.lasting() if self.pace.judges_changes else (self._ip, self._own)
-        windows = {viewer.name: long_run.drift(viewer.timeline()) for viewer in judged}
-        # A relayed call that has just begun holds less than one that has sent for a while.
-        young = {restart["round"] for restart in self.turn_restarts}
-        points = [point for point in long_run.quiet_points(self.samples)
-                  if point["at"] >= self.pace.warm_up_seconds and point["round"] not in young]
-        return {"minutes": self._options.minutes, "roundSeconds": self.pace.round_seconds, "calls": self.placed,
-                "warmUpSeconds": self.pace.warm_up_seconds, "backSeconds": self._backs(),
-                "turnRestarts": self.turn_restarts, "ages": self.ages, "samples": self.samples, "windows": windows,
-                "drift": {name: {width: long_run.summarize_drift(found) for width, found in widths.items()}
-                          for name, widths in windows.items()},
-                "longestGapMs": {viewer.name: long_run.longest_gap(viewer.timeline(), moments)
-                                 for viewer in self.lasting()},
-                "growth": long_run.growth(points)}
+        record = {"minutes": self._options.minutes, "roundSeconds": self.pace.round_seconds, "calls": self.placed,
+                  "warmUpSeconds": self.pace.warm_up_seconds, "restarts": self.restarts,
+                  "turnRestarts": self.turn_restarts, "ages": self.ages, "samples": self.samples,
+                  "judgedForDrift": [viewer.name for viewer in judged], "stolenShares": dict(self._stolen.shares),
+                  "noticed": self.noticed}
+        return long_run.judge(record, {viewer.name: viewer.timeline() for viewer in self.lasting()})
 
-    def write(self, path):
-        if path:
-            with open(path, "w", encoding="utf-8") as out:
-                json.dump({**self.found(), "problems": self.problems}, out, indent=1)
+
+def write_found(found, path):
+    with open(path, "w", encoding="utf-8") as out:
+        json.dump(found, out, indent=1)
+
+
+def judge_again(folder, path):
+    """A run that has been kept, by its record and its timelines."""
+    with open(path, encoding="utf-8") as file:
+        record = json.load(file)
+    timelines = {name: read_timeline(timeline_file(folder, name)) for name in record["longestGapMs"]}
+    found = long_run.judge(record, timelines)
+    write_found(found, path)
+    tell(found)
+    return found["problems"]
 
 
 def until(moment):
@@ -279,10 +288,12 @@ def tell(found):
             print(f"{name}, picture {width} wide: it comes {drift['firstMs']:+.1f} ms after the sound at first, "
                   f"{drift['lastMs']:+.1f} ms at last, at most {drift['mostMs']:+.1f} ms from the first")
         print(f"{name}: longest gap {found['longestGapMs'][name]:.0f} ms apart from the restarts")
-    backs = found["backSeconds"]
-    known = [back for back in backs if back is not None]
-    print(f"the IP camera's picture back after {max(known, default=0):.2f} s at most, in {len(known)} of {len(backs)} "
-          f"restarts; {len(found['turnRestarts'])} restarts of the TURN server, {found['calls']} calls")
+    known = [back["seconds"] for back in found["backs"] if back["seconds"] is not None]
+    print(f"the IP camera's picture back after {max(known, default=0):.2f} s at most, in {len(known)} of "
+          f"{len(found['backs'])} restarts; {len(found['turnRestarts'])} restarts of the TURN server, "
+          f"{found['calls']} calls")
+    print(f"{found['stolenSeconds']} of {found['watchedSeconds']} seconds left out for pictures and sound, in which "
+          f"the machine's host took more than {100 * long_run.MOST_STOLEN:.0f} % of the processor time")
     growth = found["growth"]
     if growth:
         middle, low, high = growth["heapKbPerCall"] or (0, 0, 0)
@@ -290,6 +301,11 @@ def tell(found):
               f"({low:+.2f} to {high:+.2f}); " +
               ", ".join(f"{what} {growth[what]['first']} -> {growth[what]['last']}"
                         for what in ("heapKb", "pssKb", "rssKb", *long_run.COUNTED)))
+
+
+def tell_verdict(problems):
+    print("ok" if not problems else "FAILED:\n" + "\n".join(problems))
+    return 1 if problems else 0
 
 
 def run_in(folder, options):
@@ -307,21 +323,27 @@ def run_in(folder, options):
             run.play()
         finally:
             run.leave()
-        run.problems += long_run.problems(run.found())
-        run.write(options.json)
-        tell(run.found())
-    return run.problems
+        found = run.found()
+        if options.json:
+            write_found(found, options.json)
+        tell(found)
+    return found["problems"]
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--camera", required=True)
-    parser.add_argument("--viewer", required=True)
-    parser.add_argument("--rtsp-server", required=True, help="path of zelrtc-rtsp-server")
+    parser.add_argument("--camera")
+    parser.add_argument("--viewer")
+    parser.add_argument("--rtsp-server", help="path of zelrtc-rtsp-server")
     parser.add_argument("--minutes", type=float, default=60)
     parser.add_argument("--json", help="write the figures to this file")
     parser.add_argument("--keep", help="keep the camera's log and the viewers' timelines in this folder")
+    parser.add_argument("--judge", help="use nothing, but judge again what --keep has kept in this folder, by --json")
     options = parser.parse_args()
+    if options.judge:
+        return tell_verdict(judge_again(options.judge, options.json))
+    if not (options.camera and options.viewer and options.rtsp_server):
+        parser.error("--camera, --viewer and --rtsp-server are needed")
     namespaces.prepare_or_skip()
     os.environ.update(EXACT_HEAP)
     if options.keep:
@@ -330,8 +352,7 @@ def main():
     else:
         with tempfile.TemporaryDirectory() as folder:
             problems = run_in(folder, options)
-    print("ok" if not problems else "FAILED:\n" + "\n".join(problems))
-    return 1 if problems else 0
+    return tell_verdict(problems)
 
 
 if __name__ == "__main__":

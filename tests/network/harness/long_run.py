@@ -8,11 +8,15 @@ MOST_DRIFT_MS = 40
 DRIFT_WINDOW = 30
 FEWEST_SECONDS_OF_A_WINDOW = 5
 FIRST_WINDOWS = 3
+# Of a second. Beyond it, pictures and sound wait for the machine's host rather than for the camera.
+MOST_STOLEN = 0.25
 # A source that comes back is tried again within 2 s at most while it has been off for one.
 MOST_BLACK_SECONDS = 3
 # What a viewer may miss while nothing is restarted; a test may share the machine with others.
 MOST_GAP_MS = 1000
 MOST_GAP_OF_A_TEST_MS = 3000
+# A run on a machine that is mostly taken away shows nothing.
+FEWEST_CLEAN = 0.5
 # What the lasting calls keep of themselves, such as sent packets and lines of the log, fills up within some minutes. In
 # a test that cannot be told from a leak; a call that is never released holds more.
 HEAP_KB_OF_A_TEST = 1024
@@ -25,7 +29,15 @@ COUNTED = ("descriptors", "threads")
 MOST_BY_CHANCE = 2
 
 
-def drift(timeline):
+def stolen_seconds(shares):
+    return {int(second) for second, share in shares.items() if share > MOST_STOLEN}
+
+
+def touches(stolen, begin, end):
+    return any(second in stolen for second in range(int(begin), int(end) + 1))
+
+
+def drift(timeline, stolen=frozenset()):
     """For each width of the picture: how much later than the sound it comes by its timestamps, window by window.
 
     Of each second the timeline has the least delay of either, because whatever is in the way can only add to it. The
@@ -33,6 +45,8 @@ def drift(timeline):
     """
     windows = {}
     for line in timeline:
+        if line["second"] in stolen:
+            continue
         if line["pictureDelayMs"] is not None and line["soundDelayMs"] is not None and line["frames"]:
             differences = windows.setdefault((line["width"], line["second"] // DRIFT_WINDOW), [])
             differences.append(line["pictureDelayMs"] - line["soundDelayMs"])
@@ -60,11 +74,27 @@ def gap_over(timeline, moment):
     return None
 
 
-def longest_gap(timeline, without):
-    """In ms, apart from the gaps that one of the moments `without` falls into."""
-    return max((line["longestGapMs"] for line in timeline
-                if not any(line["gapEnded"] - line["longestGapMs"] / 1000 <= moment < line["gapEnded"]
-                           for moment in without)), default=0)
+def longest_gap(timeline, without, stolen=frozenset()):
+    """In ms, apart from the gaps that one of the moments `without` falls into, or a stolen second."""
+    longest = 0
+    for line in timeline:
+        begin, end = line["gapEnded"] - line["longestGapMs"] / 1000, line["gapEnded"]
+        if not touches(stolen, begin, end) and not any(begin <= moment < end for moment in without):
+            longest = max(longest, line["longestGapMs"])
+    return longest
+
+
+def back_after(timeline, moment):
+    """Seconds from a restart of the source until its picture was back, None if it never was."""
+    gap = gap_over(timeline, moment)
+    return gap[1] - moment if gap else None
+
+
+def backs(timeline, restarts, stolen):
+    """Of the restarts, numbered from 1, that no stolen second touches until the picture is to be back."""
+    return [{"restart": number, "seconds": back_after(timeline, restart["on"])}
+            for number, restart in enumerate(restarts, 1)
+            if not touches(stolen, restart["on"] - 1, restart["on"] + MOST_BLACK_SECONDS)]
 
 
 def slope(points):
@@ -140,10 +170,10 @@ def heap_problems_of_a_test(found):
     return []
 
 
-def restart_problems(backs):
-    return [f"after restart {number} of the source the picture " +
-            ("never came back" if back is None else f"came back after {back:.2f} s")
-            for number, back in enumerate(backs, 1) if back is None or back > MOST_BLACK_SECONDS]
+def restart_problems(found):
+    return [f"after restart {back['restart']} of the source the picture " +
+            ("never came back" if back["seconds"] is None else f"came back after {back['seconds']:.2f} s")
+            for back in found if back["seconds"] is None or back["seconds"] > MOST_BLACK_SECONDS]
 
 
 def gap_problems(gaps, most):
@@ -151,9 +181,35 @@ def gap_problems(gaps, most):
             for viewer, gap in gaps.items() if gap > most]
 
 
+def judge(record, timelines):
+    """What a run's record and its viewers' timelines, by name, say. The first of these looks at the source."""
+    stolen = stolen_seconds(record["stolenShares"])
+    moments = [restart["on"] for restart in record["restarts"]]
+    windows = {name: drift(timelines[name], stolen) for name in record["judgedForDrift"]}
+    # A relayed call that has just begun holds less than one that has sent for a while.
+    young = {restart["round"] for restart in record["turnRestarts"]}
+    points = [point for point in quiet_points(record["samples"])
+              if point["at"] >= record["warmUpSeconds"] and point["round"] not in young]
+    watching = next(iter(timelines.values()))
+    watched = range(watching[0]["second"], watching[-1]["second"] + 1)
+    found = {**record, "watchedSeconds": len(watched), "stolenSeconds": len(stolen.intersection(watched)),
+            "windows": windows, "backs": backs(watching, record["restarts"], stolen),
+            "drift": {name: {width: summarize_drift(found) for width, found in widths.items()}
+                      for name, widths in windows.items()},
+            "longestGapMs": {name: longest_gap(timeline, moments, stolen) for name, timeline in timelines.items()},
+            "growth": growth(points)}
+    return {**found, "problems": problems(found)}
+
+
+def stolen_problems(found):
+    clean = found["watchedSeconds"] - found["stolenSeconds"]
+    return [f"only {clean} of {found['watchedSeconds']} seconds had the whole machine"] \
+        if clean < FEWEST_CLEAN * found["watchedSeconds"] else []
+
+
 def problems(found):
-    """Of a whole run, apart from what was noticed while it lasted."""
+    """Of a whole run, with what was noticed while it lasted."""
     is_long = found["warmUpSeconds"] >= LEVEL_SECONDS
-    return [*drift_problems(found["drift"]), *restart_problems(found["backSeconds"]),
+    return [*found["noticed"], *drift_problems(found["drift"]), *restart_problems(found["backs"]),
             *gap_problems(found["longestGapMs"], MOST_GAP_MS if is_long else MOST_GAP_OF_A_TEST_MS),
-            *growth_problems(found["growth"], is_long)]
+            *growth_problems(found["growth"], is_long), *(stolen_problems(found) if is_long else [])]
