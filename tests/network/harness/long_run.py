@@ -41,11 +41,13 @@ def drift(timeline, stolen=frozenset()):
     """For each width of the picture: how much later than the sound it comes by its timestamps, window by window.
 
     Of each second the timeline has the least delay of either, because whatever is in the way can only add to it. The
-    median of a window leaves out the seconds in which the machine or a source that comes back was busy.
+    median of a window leaves out the seconds in which the machine or a source that comes back was busy. A window with a
+    stolen second does not count: who works at a backlog is late for longer than the second.
     """
     windows = {}
+    of_others = {second // DRIFT_WINDOW for second in stolen}
     for line in timeline:
-        if line["second"] in stolen:
+        if line["second"] // DRIFT_WINDOW in of_others:
             continue
         if line["pictureDelayMs"] is not None and line["soundDelayMs"] is not None and line["frames"]:
             differences = windows.setdefault((line["width"], line["second"] // DRIFT_WINDOW), [])
