@@ -341,6 +341,8 @@ def main():
     parser.add_argument("--judge", help="use nothing, but judge again what --keep has kept in this folder, by --json")
     options = parser.parse_args()
     if options.judge:
+        if not options.json:
+            parser.error("--judge needs --json")
         return tell_verdict(judge_again(options.judge, options.json))
     if not (options.camera and options.viewer and options.rtsp_server):
         parser.error("--camera, --viewer and --rtsp-server are needed")

@@ -193,7 +193,7 @@ def judge(record, timelines):
     points = [point for point in quiet_points(record["samples"])
               if point["at"] >= record["warmUpSeconds"] and point["round"] not in young]
     watching = next(iter(timelines.values()))
-    watched = range(watching[0]["second"], watching[-1]["second"] + 1)
+    watched = range(watching[0]["second"], watching[-1]["second"] + 1) if watching else range(0)
     found = {**record, "watchedSeconds": len(watched), "stolenSeconds": len(stolen.intersection(watched)),
             "windows": windows, "backs": backs(watching, record["restarts"], stolen),
             "drift": {name: {width: summarize_drift(found) for width, found in widths.items()}
