@@ -128,13 +128,24 @@ private:
         gst_video_info_set_format(&info_, GST_VIDEO_FORMAT_I420, static_cast<guint>(source_.format_.width),
                                   static_cast<guint>(source_.format_.height));
         addProbe(findIn(pipeline_.get(), "picture").get(), "src", [](GstPad*, GstPadProbeInfo* probe, gpointer self) {
+            auto& pipeline = *static_cast<Pipeline*>(self);
+            if (pipeline.isOvertaken(GST_PAD_PROBE_INFO_BUFFER(probe))) {
+                return GST_PAD_PROBE_DROP;
+            }
             GstBuffer* buffer = gst_buffer_make_writable(GST_PAD_PROBE_INFO_BUFFER(probe));
             GST_PAD_PROBE_INFO_DATA(probe) = buffer;
             // Before encoding, so that this picture becomes the key frame, not the next one.
-            static_cast<Pipeline*>(self)->forwardKeyFrameRequest();
-            drawInto(buffer, static_cast<Pipeline*>(self)->info_, static_cast<Pipeline*>(self)->picture_);
+            pipeline.forwardKeyFrameRequest();
+            drawInto(buffer, pipeline.info_, pipeline.picture_);
             return GST_PAD_PROBE_OK;
         });
+    }
+
+    // The next picture is due already. An encoder that cannot keep up leaves pictures out, since each one that it did
+    // make would come later than the one before.
+    bool isOvertaken(const GstBuffer* buffer) const {
+        const GstClockTime now = gst_element_get_current_running_time(pipeline_.get());
+        return GST_CLOCK_TIME_IS_VALID(now) && now >= GST_BUFFER_PTS(buffer) + GST_BUFFER_DURATION(buffer);
     }
 
     void connectFile() {
