@@ -267,21 +267,28 @@ def long_run_growth_rows(growth):
     return rows
 
 
+def restarts_text(backs):
+    """Of the restarts that count; on a machine that was taken away at the wrong moments there may be none."""
+    known = [back["seconds"] for back in backs if back["seconds"] is not None]
+    if not known:
+        return f"Of {len(backs)} restarts that count, the picture was back after none."
+    return (f"After a restart the picture was back after {statistics.median(known):.2f} s (median), "
+            f"{max(known):.2f} s at most, in {len(known)} of {len(backs)} cases.")
+
+
 def long_run_text(run):
-    backs = [back["seconds"] for back in run["backs"] if back["seconds"] is not None]
     growth = run["growth"]
     loads = [sample["load"] for sample in run["samples"]]
     return "\n\n".join([
         f"{run['minutes']:g} minutes, {run['calls']} calls, {len(run['restarts'])} restarts of the source and "
         f"{len(run['turnRestarts'])} of the TURN server; load average {min(loads):.1f} to {max(loads):.1f}. In "
-        f"{run['stolenSeconds']} of {run['watchedSeconds']} seconds the machine's host took more than a quarter of the "
-        "processor time. "
+        f"{run['stolenSeconds']} of {run['watchedSeconds']} seconds the machine's host took more than "
+        f"{100 * run['mostStolen']:.0f} % of the processor time. "
         + ("Not as it should be: " + "; ".join(run["problems"]) if run["problems"] else
            "No call was lost but those that were meant to end") + ".",
         table(["viewer that stayed", "picture", "behind the sound, at first", "at last", "most change",
                "longest gap but for restarts"], drift_rows(run)),
-        f"After a restart the picture was back after {statistics.median(backs):.2f} s (median), "
-        f"{max(backs):.2f} s at most, in {len(backs)} of {len(run['backs'])} cases.",
+        restarts_text(run["backs"]),
         table([f"{growth['points']} rests, {growth['calls']} calls", "first third, least", "last third, least"],
               long_run_growth_rows(growth))])
 

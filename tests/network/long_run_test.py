@@ -6,7 +6,7 @@ import sys
 import unittest
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from harness import long_run  # noqa: E402  (the path above makes it importable)
+from harness import long_run, stolen_time  # noqa: E402  (the path above makes it importable)
 
 
 def line(second, picture_ms=3.0, sound_ms=1.0, width=640, gap_ms=33.0):
@@ -85,6 +85,13 @@ class Gaps(unittest.TestCase):
 class StolenTime(unittest.TestCase):
     """A machine of which others take their share."""
 
+    def test_each_second_between_two_looks_has_the_same_share(self):
+        share = stolen_time.share_by_second
+        self.assertEqual(share(10.002, (50, 1000), 11.001, (110, 1200)), {10: 0.3})
+        self.assertEqual(share(10.0, (50, 1000), 13.4, (400, 1700)), {10: 0.5, 11: 0.5, 12: 0.5})
+        self.assertEqual(share(10.0, (50, 1000), 10.9999, (100, 1200)), {10: 0.25}, "a look that comes early")
+        self.assertEqual(share(10.0, (50, 1000), 11.0, (50, 1200)), {})
+
     def test_a_little_of_a_second_does_not_matter(self):
         self.assertEqual(long_run.stolen_seconds({"10": 0.2, "11": 0.3}), {11})
 
@@ -110,6 +117,13 @@ class StolenTime(unittest.TestCase):
         self.assertEqual(long_run.stolen_problems({"watchedSeconds": 100, "stolenSeconds": 51}),
                          ["only 49 of 100 seconds had the whole machine"])
         self.assertEqual(long_run.stolen_problems({"watchedSeconds": 100, "stolenSeconds": 50}), [])
+
+    def test_a_viewer_that_saw_nothing_is_judged(self):
+        record = {"stolenShares": {}, "restarts": [], "turnRestarts": [], "judgedForDrift": ["a viewer"],
+                  "samples": [], "warmUpSeconds": 600, "noticed": ["a viewer saw nothing"]}
+        found = long_run.judge(record, {"a viewer": []})
+        self.assertEqual(found["problems"], ["a viewer saw nothing",
+                                             "there are too few samples to tell how the camera grows"])
 
 
 def point(number, calls=14, heap=20000.0, descriptors=50, threads=60, pss=60000):

@@ -194,8 +194,9 @@ def judge(record, timelines):
               if point["at"] >= record["warmUpSeconds"] and point["round"] not in young]
     watching = next(iter(timelines.values()))
     watched = range(watching[0]["second"], watching[-1]["second"] + 1) if watching else range(0)
-    found = {**record, "watchedSeconds": len(watched), "stolenSeconds": len(stolen.intersection(watched)),
-            "windows": windows, "backs": backs(watching, record["restarts"], stolen),
+    found = {**record, "mostStolen": MOST_STOLEN, "watchedSeconds": len(watched),
+            "stolenSeconds": len(stolen.intersection(watched)), "windows": windows,
+            "backs": backs(watching, record["restarts"], stolen),
             "drift": {name: {width: summarize_drift(found) for width, found in widths.items()}
                       for name, widths in windows.items()},
             "longestGapMs": {name: longest_gap(timeline, moments, stolen) for name, timeline in timelines.items()},

@@ -11,6 +11,15 @@ def _ticks():
     return ticks[STOLEN], sum(ticks)
 
 
+def share_by_second(began, before, ended, after):
+    """Of the seconds between two looks at the ticks: the share that was stolen, the same for all; none without any."""
+    (stolen_before, all_before), (stolen, total) = before, after
+    if stolen <= stolen_before:
+        return {}
+    seconds = range(int(began), max(int(ended), int(began) + 1))
+    return dict.fromkeys(seconds, (stolen - stolen_before) / (total - all_before))
+
+
 class StolenTime:
     """Watches from now on: `shares` has each second of the monotonic clock in which some was stolen, and its share."""
 
@@ -19,12 +28,10 @@ class StolenTime:
         threading.Thread(target=self._watch, daemon=True).start()
 
     def _watch(self):
-        began, (stolen_before, all_before) = time.monotonic(), _ticks()
+        began, before = time.monotonic(), _ticks()
         while True:
             time.sleep(1 - time.monotonic() % 1)
-            now, (stolen, total) = time.monotonic(), _ticks()
+            now, ticks = time.monotonic(), _ticks()
             # More than one second if the watch itself was held up.
-            if stolen > stolen_before:
-                for second in range(int(began), int(now)):
-                    self.shares[second] = (stolen - stolen_before) / (total - all_before)
-            began, stolen_before, all_before = now, stolen, total
+            self.shares.update(share_by_second(began, before, now, ticks))
+            began, before = now, ticks
