@@ -17,7 +17,7 @@ using namespace std::chrono_literals;
 constexpr int64_t kFrameUs = 1000000 / 30;
 constexpr size_t kHeldUp = 10;  // the number of the picture
 constexpr auto kHold = 500ms;
-constexpr auto kWithin = 20s;
+constexpr auto kPicturesWithin = 20s;
 
 int64_t nowUs() {
     return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now().time_since_epoch())
@@ -54,7 +54,7 @@ protected:
             return false;
         }
         std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_for(lock, kWithin, [&] { return timesUs_.size() >= pictures; });
+        return changed_.wait_for(lock, kPicturesWithin, [&] { return timesUs_.size() >= pictures; });
     }
 
     std::mutex mutex_;
